@@ -1,0 +1,12 @@
+# What the libraries themselves need. Tests, benchmarks and examples find their own.
+if(BRN_QT_MAJOR_VERSION)
+  set(brn_qt_names Qt${BRN_QT_MAJOR_VERSION})
+else()
+  set(brn_qt_names Qt6 Qt5)
+endif()
+find_package(QT NAMES ${brn_qt_names} REQUIRED COMPONENTS Core)
+find_package(Qt${QT_VERSION_MAJOR} 5.15 REQUIRED COMPONENTS Core)
+find_package(log4cplus 2.0 REQUIRED)
+find_package(TBB REQUIRED)
+find_package(Boost 1.74 REQUIRED)
+find_package(Threads REQUIRED)

@@ -1,0 +1,57 @@
+#pragma once
+/// \file
+/// Facts about the running program and its text: version texts, process name, UTF-8.
+///
+/// On Linux an executable carries no version resource, so the host says once what it is:
+///
+///     using namespace Brennic::Objects;
+///     Util::RegisterVersionInfo({L"Example Ltd", L"Example Module", L"2.1.0.512",
+///                                L"Example Product", L"2.1.0.512"});
+///
+/// All functions may be called from any thread.
+
+#include <string>
+
+#include <brn_mesh_common/Export.h>
+#include <brn_mesh_kernel/kernel/EKvsStatus.h>
+
+namespace Brennic::Objects::Util {
+
+/// The version texts of a product and of the file (module) that runs.
+struct VersionInfo
+{
+    std::wstring companyName;
+    std::wstring fileDescription;
+    std::wstring fileVersion;
+    std::wstring productDescription;
+    std::wstring productVersion;
+};
+
+/// Registers the version texts of the process, from which \ref QueryVersionInfo answers.
+///
+/// The first registration stands until the process ends: reports that are written while the process dies
+/// read it without a lock.
+/// \return `Success`, or `Failure` if texts are registered already (they stay; nothing is logged).
+/// Thread: any. Allocates, so not for signal handlers.
+BRN_MESH_COMMON_EXPORT Core::EKvsStatus RegisterVersionInfo(const VersionInfo& versionInfo);
+
+/// Copies the version texts of the running program into \p versionInfo.
+///
+/// \return `Success`, or `Failure` if none are known (\p versionInfo is unchanged; nothing is logged).
+/// Thread: any. Takes no lock, but allocates, so not for signal handlers.
+BRN_MESH_COMMON_EXPORT Core::EKvsStatus QueryVersionInfo(VersionInfo& versionInfo);
+
+/// Returns the file name of the running executable, without its directory; on Windows without ".exe" too.
+///
+/// Never empty: "process" where the system does not tell.
+/// Thread: any. Allocates, so not for signal handlers.
+BRN_MESH_COMMON_EXPORT std::wstring GetCurrentProcessName();
+
+/// Converts wide text to UTF-8, whatever the locale.
+///
+/// Embedded NUL characters are kept. What is no valid character (an unpaired surrogate, a value above
+/// U+10FFFF) becomes U+FFFD.
+/// Thread: any. Allocates, so not for signal handlers.
+BRN_MESH_COMMON_EXPORT std::string ConvertToChar(const std::wstring& text);
+
+} // namespace Brennic::Objects::Util
