@@ -1,0 +1,44 @@
+#pragma once
+/// \file
+/// Internal, not installed. What is written where when the process crashes, and whom to tell.
+///
+/// The dump directory belongs to the object; the paths and the host's handler are the process's: there is one
+/// crash filter per process, which reads them.
+
+#include <functional>
+#include <string>
+
+#include <brn_mesh_kernel/kernel/IService.h>
+
+namespace Brennic::Core {
+
+class ExceptionHandler : public IService
+{
+public:
+    /// Works out the paths of the dump and of the command log, unless they are set already.
+    EKvsStatus Initialize() override;
+    /// Does nothing: crashes during and after shut-down are still to be caught.
+    void Terminate() override;
+
+    /// Never null.
+    virtual const wchar_t* DumpDirectory() const;
+    /// Forgets the paths; the next \ref Initialize works them out anew.
+    virtual EKvsStatus SetDumpDirectory(const wchar_t* directory);
+    /// An empty handler clears.
+    virtual EKvsStatus SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler);
+
+private:
+    std::wstring m_dumpDirectory;
+};
+
+/// The process-wide settings that every ExceptionHandler shares.
+struct CrashSettings
+{
+    std::wstring dumpFilePath; ///< empty: not set up
+    std::wstring commandLogPath;
+    std::function<bool(const wchar_t*)> sendCrashDump;
+};
+
+CrashSettings& crashSettings();
+
+} // namespace Brennic::Core

@@ -1,0 +1,40 @@
+#pragma once
+/// \file
+/// What a host implements so that profiler waypoints count frames and memory.
+///
+///     struct Source final : Brennic::Core::IProfilerSource {
+///         std::int64_t MemoryUsage() override { return residentBytes(); }
+///         std::int64_t FrameCount() override { return framesDrawn; }
+///     };
+///     Source source;
+///     Brennic::Core::Kernel::Instance().SetProfilerSource(&source); // before Initialize()
+///
+/// Both functions are called on the thread that calls the kernel (the host's main thread), frames before
+/// memory, with no lock held. They must not call the kernel back. An exception passes through to the caller of
+/// the kernel, and the waypoint is not recorded. The library never copies or deletes a source: the host keeps
+/// it alive until it has set another one or none, or has called `Kernel::Terminate()`.
+
+#include <cstdint>
+
+namespace Brennic::Core {
+
+class IProfilerSource
+{
+public:
+    /// The memory that the process uses, in bytes. What counts as used is the host's choice: only differences
+    /// are reported.
+    /// Thread: main thread.
+    virtual std::int64_t MemoryUsage() = 0;
+
+    /// A running count of frames. Only differences are reported.
+    /// Thread: main thread.
+    virtual std::int64_t FrameCount() = 0;
+
+protected:
+    IProfilerSource() = default;
+    IProfilerSource(const IProfilerSource&) = default;
+    IProfilerSource& operator=(const IProfilerSource&) = default;
+    ~IProfilerSource() = default; // not virtual: nobody deletes a source through this interface
+};
+
+} // namespace Brennic::Core

@@ -1,0 +1,22 @@
+#pragma once
+/// \file
+/// Internal, not installed. The waypoint report: recorded waypoints and version texts as an XML file.
+
+#include <string>
+#include <vector>
+
+#include <brn_mesh_kernel/diagnostics/Waypoint.h>
+#include <brn_mesh_kernel/kernel/EKvsStatus.h>
+
+namespace Brennic::Core {
+
+/// Creates or replaces the file.
+///
+/// Text is UTF-8; numbers are written as the global C++ locale writes them at that moment. Frames and memory
+/// keep the low 32 bits of their values. The version elements are left out if no version is known, and the
+/// list if there is no waypoint.
+/// \return `Success`. Throws `boost::property_tree::xml_parser_error` if the file cannot be opened ("cannot
+/// open file") or written ("write error").
+EKvsStatus WriteWaypointReport(const std::vector<Waypoint>& waypoints, const std::wstring& path);
+
+} // namespace Brennic::Core

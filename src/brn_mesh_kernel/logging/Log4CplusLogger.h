@@ -1,0 +1,34 @@
+#pragma once
+/// \file
+/// Internal, not installed. The logger that writes through one named log4cplus logger and copies every record
+/// to the debugger.
+
+#include <string>
+
+#include <log4cplus/logger.h>
+
+#include <brn_mesh_kernel/kernel/IService.h>
+#include <brn_mesh_kernel/logging/ILogger.h>
+
+namespace Brennic::Core {
+
+class Log4CplusLogger final : public IService, public ILogger
+{
+public:
+    /// Keeps the name; the log4cplus logger is bound by \ref Initialize.
+    explicit Log4CplusLogger(std::wstring name);
+
+    EKvsStatus Initialize() override;
+    void Terminate() override;
+
+    bool IsEnabled(EKvsLogLevel level) override;
+    void LogWithLocation(EKvsLogLevel level, const char* file, int line, const char* function,
+                         const wchar_t* format, ...) override;
+    void Log(EKvsLogLevel level, const wchar_t* format, ...) override;
+
+private:
+    std::wstring m_name;
+    log4cplus::Logger m_logger;
+};
+
+} // namespace Brennic::Core

@@ -1,0 +1,59 @@
+#pragma once
+/// \file
+/// Internal, not installed. The only file that knows whether log4cplus was built for narrow or for wide text.
+///
+/// Narrow text in log4cplus is UTF-8 here, and its streams pass the bytes through. Wide streams convert by
+/// their locale, so they get one that writes UTF-8 whatever the host has set.
+
+#include <iostream>
+#include <locale>
+#include <sstream>
+#include <string>
+#include <type_traits>
+
+#include <boost/nowide/convert.hpp>
+#include <boost/nowide/utf8_codecvt.hpp>
+#include <log4cplus/consoleappender.h>
+#include <log4cplus/spi/loggingevent.h>
+#include <log4cplus/streams.h>
+#include <log4cplus/tstring.h>
+
+namespace Brennic::Core {
+
+/// Returns the text as log4cplus takes it, what is no valid Unicode replaced by U+FFFD.
+template <typename Text = log4cplus::tstring>
+Text toLog4cplusText(const std::wstring& text)
+{
+    if constexpr (std::is_same_v<Text, std::wstring>)
+        return boost::nowide::widen(boost::nowide::narrow(text)); // there and back replaces what is invalid
+    else
+        return boost::nowide::narrow(text);
+}
+
+/// The locale for log files: UTF-8 for wide streams, without effect on narrow ones.
+inline std::locale utf8Locale()
+{
+    return std::locale(std::locale::classic(), new boost::nowide::utf8_codecvt<wchar_t>);
+}
+
+/// Writes wide records to the standard output as UTF-8. The wide standard stream itself depends on the C locale.
+class Utf8ConsoleAppender : public log4cplus::ConsoleAppender
+{
+public:
+    using log4cplus::ConsoleAppender::ConsoleAppender;
+    ~Utf8ConsoleAppender() override { destructorImpl(); }
+
+protected:
+    void append(const log4cplus::spi::InternalLoggingEvent& event) override
+    {
+        log4cplus::tostringstream record;
+        layout->formatAndAppend(record, event);
+        const log4cplus::thread::MutexGuard guard(getOutputMutex());
+        std::cout << boost::nowide::narrow(std::wstring(record.str().begin(), record.str().end()));
+    }
+};
+
+using ConsoleAppender =
+    std::conditional_t<std::is_same_v<log4cplus::tchar, char>, log4cplus::ConsoleAppender, Utf8ConsoleAppender>;
+
+} // namespace Brennic::Core

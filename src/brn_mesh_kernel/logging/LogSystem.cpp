@@ -1,0 +1,112 @@
+#include <brn_mesh_kernel/logging/LogSystem.h>
+
+#include <log4cplus/fileappender.h>
+#include <log4cplus/layout.h>
+#include <log4cplus/logger.h>
+
+#include <brn_mesh_kernel/logging/Log4CplusLogger.h>
+#include <brn_mesh_kernel/logging/Log4cplusText.h>
+#include <brn_mesh_kernel/logging/NoOpLogger.h>
+
+namespace Brennic::Core {
+
+namespace {
+
+constexpr long maxFileSizeInBytes = 10L * 1024 * 1024;
+constexpr int backupCount = 1;
+
+const wchar_t* nullIfEmpty(const std::wstring& text)
+{
+    return text.empty() ? nullptr : text.c_str();
+}
+
+void addToRoot(const log4cplus::SharedAppenderPtr& appender, const std::wstring& pattern)
+{
+    appender->setLayout(std::make_unique<log4cplus::PatternLayout>(toLog4cplusText(pattern)));
+    log4cplus::Logger::getRoot().addAppender(appender);
+}
+
+log4cplus::SharedAppenderPtr makeFileAppender(const std::wstring& path)
+{
+    const log4cplus::helpers::SharedObjectPtr<log4cplus::RollingFileAppender> appender(
+        new log4cplus::RollingFileAppender(toLog4cplusText(path), maxFileSizeInBytes, backupCount, true));
+    appender->imbue(utf8Locale());
+    return log4cplus::SharedAppenderPtr(appender.get());
+}
+
+} // namespace
+
+LogSystem::LogSystem()
+    : m_logger(std::make_unique<Log4CplusLogger>(L"Default")), m_overrideLogger(std::make_unique<NoOpLogger>())
+{
+    log4cplus::Logger::getRoot().setLogLevel(Info);
+}
+
+LogSystem::~LogSystem() = default;
+
+EKvsStatus LogSystem::Initialize()
+{
+    const std::wstring pattern = m_messageFormat.empty() ? defaultMessageFormat : m_messageFormat;
+    addToRoot(log4cplus::SharedAppenderPtr(new ConsoleAppender(false, false)), pattern);
+    if (!m_logFilePath.empty())
+        addToRoot(makeFileAppender(m_logFilePath), pattern);
+    m_logger->Initialize();
+    m_overrideLogger.reset();
+    return Success;
+}
+
+void LogSystem::Terminate()
+{
+    m_overrideLogger = std::make_unique<NoOpLogger>();
+}
+
+bool LogSystem::TruncateLogFile() const
+{
+    return m_truncateLogFile;
+}
+
+EKvsStatus LogSystem::SetTruncateLogFile(bool truncate)
+{
+    m_truncateLogFile = truncate;
+    return Success;
+}
+
+const wchar_t* LogSystem::LogFilePath() const
+{
+    return nullIfEmpty(m_logFilePath);
+}
+
+EKvsStatus LogSystem::SetLogFilePath(const wchar_t* path)
+{
+    m_logFilePath = path;
+    return Success;
+}
+
+const wchar_t* LogSystem::LogMessageFormat() const
+{
+    return nullIfEmpty(m_messageFormat);
+}
+
+EKvsStatus LogSystem::SetLogMessageFormat(const wchar_t* format)
+{
+    m_messageFormat = format;
+    return Success;
+}
+
+EKvsLogLevel LogSystem::LogLevel() const
+{
+    return static_cast<EKvsLogLevel>(log4cplus::Logger::getRoot().getLogLevel());
+}
+
+EKvsStatus LogSystem::SetLogLevel(EKvsLogLevel level)
+{
+    log4cplus::Logger::getRoot().setLogLevel(level);
+    return Success;
+}
+
+ILogger* LogSystem::CurrentLogger() const
+{
+    return m_overrideLogger ? m_overrideLogger.get() : static_cast<ILogger*>(m_logger.get());
+}
+
+} // namespace Brennic::Core

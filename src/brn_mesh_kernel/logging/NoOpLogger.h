@@ -1,0 +1,14 @@
+#pragma once
+/// \file
+/// Internal, not installed. The logger that drops everything, current while the log system is not running.
+
+#include <brn_mesh_kernel/logging/ILogger.h>
+
+class NoOpLogger final : public Brennic::Core::ILogger
+{
+public:
+    bool IsEnabled(Brennic::Core::EKvsLogLevel level) override;
+    void LogWithLocation(Brennic::Core::EKvsLogLevel level, const char* file, int line, const char* function,
+                         const wchar_t* format, ...) override;
+    void Log(Brennic::Core::EKvsLogLevel level, const wchar_t* format, ...) override;
+};
