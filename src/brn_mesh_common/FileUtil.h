@@ -2,7 +2,8 @@
 /// \file
 /// Paths as text: joining a directory and a name, and taking the directory part.
 ///
-///     const std::wstring dump = FileUtil::Combine(FileUtil::GetDirectoryPathFromFilePath(logFile), L"host.dmp");
+///     const std::wstring directory = FileUtil::GetDirectoryPathFromFilePath(L"logs/host.log"); // "logs"
+///     const std::wstring dump = FileUtil::Combine(directory, L"host.dmp");                     // "logs/host.dmp"
 ///
 /// Nothing here touches the file system. All functions may be called from any thread.
 

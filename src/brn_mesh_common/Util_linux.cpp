@@ -21,8 +21,9 @@ constexpr std::string_view deletedMark = " (deleted)";
 
 std::string withoutDeletedMark(std::string path)
 {
-    const bool isMarked = path.size() > deletedMark.size() &&
-                          path.compare(path.size() - deletedMark.size(), deletedMark.size(), deletedMark) == 0;
+    const bool isMarked =
+        path.size() > deletedMark.size() &&
+        path.compare(path.size() - deletedMark.size(), deletedMark.size(), deletedMark) == 0;
     if (isMarked && !std::filesystem::exists(path))
         path.resize(path.size() - deletedMark.size());
     return path;

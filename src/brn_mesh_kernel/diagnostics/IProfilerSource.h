@@ -10,9 +10,9 @@
 ///     Brennic::Core::Kernel::Instance().SetProfilerSource(&source); // before Initialize()
 ///
 /// Both functions are called on the thread that calls the kernel (the host's main thread), frames before
-/// memory, with no lock held. They must not call the kernel back. An exception passes through to the caller of
-/// the kernel, and the waypoint is not recorded. The library never copies or deletes a source: the host keeps
-/// it alive until it has set another one or none, or has called `Kernel::Terminate()`.
+/// memory, with no lock held. They must not call the kernel back. An exception passes through to the caller
+/// of the kernel, and the waypoint is not recorded. The library never copies or deletes a source: the host
+/// keeps it alive until it has set another one or none, or has called `Kernel::Terminate()`.
 
 #include <cstdint>
 

@@ -109,8 +109,9 @@ std::int64_t Profiler::memoryUsage() const
 void LogWaypoints(const Profiler& profiler, ILogger& logger)
 {
     for (const Waypoint& waypoint : profiler.Waypoints())
-        logger.Log(Trace, L"%S >>>> Frame count: %lld / Elapsed: %.3f s / Memory: %+lld MB", waypoint.name.c_str(),
-                   static_cast<long long>(waypoint.frames), static_cast<double>(waypoint.elapsed) / 1000.0,
+        logger.Log(Trace, L"%S >>>> Frame count: %lld / Elapsed: %.3f s / Memory: %+lld MB",
+                   waypoint.name.c_str(), static_cast<long long>(waypoint.frames),
+                   static_cast<double>(waypoint.elapsed) / 1000.0,
                    static_cast<long long>(waypoint.memory / 1048576));
 }
 

@@ -2,8 +2,8 @@
 /// \file
 /// Internal, not installed. Records waypoints: time, frames and memory between named points of a run.
 ///
-/// A run is open from \ref Start to \ref Stop; each waypoint measures from the one before it. Records are kept
-/// across runs until the profiler ends. Takes no lock: one thread at a time drives it.
+/// A run is open from \ref Start to \ref Stop; each waypoint measures from the one before it. Records are
+/// kept across runs until the profiler ends. Takes no lock: one thread at a time drives it.
 
 #include <cstdint>
 #include <string>

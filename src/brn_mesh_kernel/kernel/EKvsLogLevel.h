@@ -11,7 +11,8 @@
 
 namespace Brennic::Core {
 
-enum EKvsLogLevel : std::int32_t {
+enum EKvsLogLevel : std::int32_t
+{
     Trace = 0,
     Debug = 10000,
     /// The level that the library starts with.

@@ -10,7 +10,8 @@
 
 namespace Brennic::Core {
 
-enum EKvsStatus : std::int32_t {
+enum EKvsStatus : std::int32_t
+{
     /// The operation was carried out.
     Success = 0,
     /// A service could not start, or a query found nothing.

@@ -33,7 +33,8 @@ class IProfilerSource;
 class BRN_MESH_KERNEL_EXPORT Kernel : public IService
 {
 public:
-    /// Makes a kernel of the host's own, beside the one that \ref Instance gives. Sets the log level to `Info`.
+    /// Makes a kernel of the host's own, beside the one that \ref Instance gives. Sets the log level to
+    /// `Info`.
     ///
     /// Log4cplus, its level and appenders, and the crash settings belong to the process: kernels share them.
     /// Thread: main thread.
@@ -49,9 +50,9 @@ public:
     /// Thread: any. Ownership: the library's, which never destroys it.
     static Kernel& Instance();
 
-    /// Starts the services: attaches a console appender and, if a path is set, a log file to the log4cplus root
-    /// logger, makes the writing logger current, sets up crash handling beside the log file (in the working
-    /// directory without one), and opens a profiling run.
+    /// Starts the services: attaches a console appender and, if a path is set, a log file to the log4cplus
+    /// root logger, makes the writing logger current, sets up crash handling beside the log file (in the
+    /// working directory without one), and opens a profiling run.
     ///
     /// Each call attaches its appenders once more, so a second call doubles every line.
     /// \return `Success`, always. A log file that cannot be opened is reported by log4cplus on standard error
@@ -60,9 +61,8 @@ public:
     EKvsStatus Initialize() override;
 
     /// Stops the services in reverse order: ends the profiling run with a waypoint "END", lets go of the
-    /// profiler source, logs a summary line per waypoint at level `Trace`, and makes a logger current that drops
-    /// everything. Appenders stay attached, and crashes are still caught.
-    /// Thread: main thread.
+    /// profiler source, logs a summary line per waypoint at level `Trace`, and makes a logger current that
+    /// drops everything. Appenders stay attached, and crashes are still caught. Thread: main thread.
     void Terminate() override;
 
     /// The stored flag, `false` at first.
@@ -95,8 +95,8 @@ public:
     /// \return `Success`. Thread: any.
     virtual EKvsStatus SetLogLevel(EKvsLogLevel level);
 
-    /// The current logger: one that drops everything before \ref Initialize and after \ref Terminate. Never null.
-    /// Thread: any. Ownership: the kernel's, until the next \ref Initialize or \ref Terminate.
+    /// The current logger: one that drops everything before \ref Initialize and after \ref Terminate. Never
+    /// null. Thread: any. Ownership: the kernel's, until the next \ref Initialize or \ref Terminate.
     ILogger* Logger() const;
 
     /// The source of frame and memory figures, or null (as at first).
@@ -107,23 +107,24 @@ public:
     /// \return `Success`. Thread: main thread. Ownership: stays with the host, see IProfilerSource.h.
     EKvsStatus SetProfilerSource(IProfilerSource* source);
 
-    /// Records a waypoint: milliseconds, frames and memory since the waypoint before, or since \ref Initialize.
-    /// \return `Success`, or `NotRunning` if no run is open (nothing is recorded or logged).
+    /// Records a waypoint: milliseconds, frames and memory since the waypoint before, or since \ref
+    /// Initialize. \return `Success`, or `NotRunning` if no run is open (nothing is recorded or logged).
     /// Thread: main thread.
     EKvsStatus ProfilerWaypoint(const wchar_t* name);
 
-    /// Writes all waypoints recorded since the kernel was made, with the version texts, to an XML file (UTF-8).
+    /// Writes all waypoints recorded since the kernel was made, with the version texts, to an XML file
+    /// (UTF-8).
     ///
     /// The file is created or replaced. Numbers are written as the global C++ locale writes them.
-    /// \return `Success`. Throws `boost::property_tree::xml_parser_error`, a `std::runtime_error`, if the file
-    /// cannot be opened or written; nothing is logged. Thread: main thread.
+    /// \return `Success`. Throws `boost::property_tree::xml_parser_error`, a `std::runtime_error`, if the
+    /// file cannot be opened or written; nothing is logged. Thread: main thread.
     EKvsStatus SaveWaypointsToXml(const wchar_t* filePath);
 
-    /// Sets what is called when the process crashes, with the path of the crash dump ("" if there is none). An
-    /// empty handler clears. Whatever the handler returns, the process then ends with exit code 1.
+    /// Sets what is called when the process crashes, with the path of the crash dump ("" if there is none).
+    /// An empty handler clears. Whatever the handler returns, the process then ends with exit code 1.
     ///
-    /// The handler runs on the crashing thread, in a broken process: show, start or write as little as possible.
-    /// \return `Success`. Thread: main thread. Ownership: a copy is kept until the process ends.
+    /// The handler runs on the crashing thread, in a broken process: show, start or write as little as
+    /// possible. \return `Success`. Thread: main thread. Ownership: a copy is kept until the process ends.
     EKvsStatus SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler);
 
 private:

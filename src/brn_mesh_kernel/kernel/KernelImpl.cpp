@@ -8,7 +8,8 @@
 namespace Brennic::Core {
 
 Kernel::Impl::Impl()
-    : logSystem(std::make_unique<LogSystem>()), profiler(std::make_unique<Profiler>()),
+    : logSystem(std::make_unique<LogSystem>()),
+      profiler(std::make_unique<Profiler>()),
       exceptionHandler(std::make_unique<ExceptionHandler>())
 {
 }

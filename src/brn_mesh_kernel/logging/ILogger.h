@@ -33,7 +33,8 @@ public:
     /// Thread: any.
     virtual bool IsEnabled(EKvsLogLevel level) = 0;
 
-    /// Writes a record that carries its place in the source, for layouts that print it (`%l`, `%F`, `%L`, `%M`).
+    /// Writes a record that carries its place in the source, for layouts that print it (`%l`, `%F`, `%L`,
+    /// `%M`).
     ///
     /// \param file source file, narrow, as `__FILE__` gives it; may be null.
     /// \param line line in \p file.

@@ -36,7 +36,8 @@ inline std::locale utf8Locale()
     return std::locale(std::locale::classic(), new boost::nowide::utf8_codecvt<wchar_t>);
 }
 
-/// Writes wide records to the standard output as UTF-8. The wide standard stream itself depends on the C locale.
+/// Writes wide records to the standard output as UTF-8. The wide standard stream itself depends on the C
+/// locale.
 class Utf8ConsoleAppender : public log4cplus::ConsoleAppender
 {
 public:
@@ -53,7 +54,7 @@ protected:
     }
 };
 
-using ConsoleAppender =
-    std::conditional_t<std::is_same_v<log4cplus::tchar, char>, log4cplus::ConsoleAppender, Utf8ConsoleAppender>;
+using ConsoleAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>, log4cplus::ConsoleAppender,
+                                           Utf8ConsoleAppender>;
 
 } // namespace Brennic::Core

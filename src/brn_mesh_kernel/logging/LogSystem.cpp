@@ -37,7 +37,8 @@ log4cplus::SharedAppenderPtr makeFileAppender(const std::wstring& path)
 } // namespace
 
 LogSystem::LogSystem()
-    : m_logger(std::make_unique<Log4CplusLogger>(L"Default")), m_overrideLogger(std::make_unique<NoOpLogger>())
+    : m_logger(std::make_unique<Log4CplusLogger>(L"Default")),
+      m_overrideLogger(std::make_unique<NoOpLogger>())
 {
     log4cplus::Logger::getRoot().setLogLevel(Info);
 }

@@ -25,7 +25,8 @@ public:
     static constexpr const wchar_t* xmlMessageFormat =
         L"  <event level=\"%p\" logger=\"%c\" thread=\"%t\" timestamp=\"%D\">%n    %m%n  </event>%n";
 
-    /// Sets the log4cplus root level to `Info`. No appender is added, and the current logger drops everything.
+    /// Sets the log4cplus root level to `Info`. No appender is added, and the current logger drops
+    /// everything.
     LogSystem();
     ~LogSystem() override;
 

@@ -15,7 +15,17 @@ namespace Brennic::Core {
 
 namespace {
 
-enum class Length { none, hh, h, l, ll, j, z, t };
+enum class Length
+{
+    none,
+    hh,
+    h,
+    l,
+    ll,
+    j,
+    z,
+    t
+};
 
 struct Conversion
 {

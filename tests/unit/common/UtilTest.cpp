@@ -42,13 +42,16 @@ TEST(Util, theProcessNameIsTheExecutablesFileName)
 
 TEST(Util, textConvertsToUtf8)
 {
-    EXPECT_EQ(Util::ConvertToChar(L"Gr\u00fc\u00dfe \u20ac \U0001F600"), "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC \xF0\x9F\x98\x80");
+    EXPECT_EQ(Util::ConvertToChar(L"Gr\u00fc\u00dfe \u20ac \U0001F600"), "Gr\xC3\xBC\xC3\x9F"
+                                                                         "e \xE2\x82\xAC \xF0\x9F\x98\x80");
 }
 
 TEST(Util, whatIsNoCharacterConvertsToTheReplacementCharacter)
 {
     const std::wstring text{L'a', static_cast<wchar_t>(0xD800), L'b', static_cast<wchar_t>(0x110000), L'c'};
-    EXPECT_EQ(Util::ConvertToChar(text), "a\xEF\xBF\xBD" "b\xEF\xBF\xBD" "c");
+    EXPECT_EQ(Util::ConvertToChar(text), "a\xEF\xBF\xBD"
+                                         "b\xEF\xBF\xBD"
+                                         "c");
 }
 
 TEST(Util, embeddedNulCharactersSurviveTheConversion)

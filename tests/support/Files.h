@@ -1,0 +1,48 @@
+#pragma once
+/// \file
+/// Reading what the code under test has written.
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <boost/nowide/convert.hpp>
+
+namespace Brennic::Testing {
+
+/// The path as the library takes it. `path::wstring` would convert by the C locale.
+inline std::wstring wide(const std::filesystem::path& path)
+{
+    return boost::nowide::widen(path.u8string());
+}
+
+/// The bytes of a file; empty if there is none.
+inline std::string readFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+inline void writeFile(const std::filesystem::path& path, const std::string& bytes)
+{
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::vector<std::string> splitLines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+inline std::vector<std::string> readLines(const std::filesystem::path& path)
+{
+    return splitLines(readFile(path));
+}
+
+} // namespace Brennic::Testing

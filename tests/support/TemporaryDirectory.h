@@ -1,0 +1,45 @@
+#pragma once
+/// \file
+/// A directory of a test's own, removed with everything in it when the test ends.
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace Brennic::Testing {
+
+class TemporaryDirectory
+{
+public:
+    /// \param suffix ends the directory's name, for tests of unusual names.
+    explicit TemporaryDirectory(const std::string& suffix = {}) : m_path(uniquePath(suffix))
+    {
+        std::filesystem::create_directories(m_path);
+    }
+    ~TemporaryDirectory()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    std::filesystem::path path() const { return m_path; }
+    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
+
+private:
+    static std::filesystem::path uniquePath(const std::string& suffix)
+    {
+        static std::atomic<int> count{0};
+        const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+        const std::string name = "brn_" + std::to_string(now) + '_' + std::to_string(count++) + suffix;
+        return std::filesystem::temp_directory_path() / name;
+    }
+
+    std::filesystem::path m_path;
+};
+
+} // namespace Brennic::Testing
