@@ -1,0 +1,79 @@
+#include "Options.h"
+
+#include <iostream>
+#include <map>
+
+#include <CLI/CLI.hpp>
+
+#include "MeshFormat.h"
+
+namespace {
+
+const std::map<std::string, Brennic::Core::EKvsLogLevel> logLevels = {
+    {"trace", Brennic::Core::Trace}, {"debug", Brennic::Core::Debug}, {"info", Brennic::Core::Info},
+    {"warn", Brennic::Core::Warn},   {"error", Brennic::Core::Error}, {"fatal", Brennic::Core::Fatal},
+    {"off", Brennic::Core::Off}};
+
+constexpr int maxIterations = 1'000'000;
+
+std::string requireMeshFileName(const std::string& name)
+{
+    return isMeshFileName(name) ? "" : name + " ends in none of .obj, .ply, .stl and .off";
+}
+
+void declare(CLI::App& app, Options& options)
+{
+    app.set_version_flag("--version", "mesh_smoother " MESH_SMOOTHER_VERSION);
+    app.add_option("INPUT", options.input, "Triangle mesh to smooth: .obj, .ply, .stl or .off")->required();
+    app.add_option("--output", options.output,
+                   "Where to save it [INPUT's name with _smoothed, in this directory]")
+        ->check(requireMeshFileName)
+        ->type_name("FILE");
+    app.add_option("--iterations", options.iterations, "How often to smooth")
+        ->check(CLI::Range(0, maxIterations))
+        ->type_name("N")
+        ->capture_default_str();
+    app.add_option("--log", options.log, "Log file [beside the output]")->type_name("FILE");
+    app.add_option_function<std::string>(
+           "--log-level", [&options](const std::string& name) { options.logLevel = logLevels.at(name); },
+           "trace, debug, info, warn, error, fatal or off [info]")
+        ->transform(CLI::IsMember(logLevels, CLI::ignore_case).description(""))
+        ->type_name("NAME");
+    app.add_option("--log-pattern", options.logPattern, "log4cplus layout pattern of log lines")
+        ->type_name("PATTERN");
+    app.add_option("--report", options.report, "XML report of the run [beside the output]")
+        ->type_name("FILE");
+}
+
+std::filesystem::path besideOutput(const Options& options, const std::string& ending)
+{
+    return options.output.parent_path() / (options.output.stem().string() + ending);
+}
+
+void fillInDefaults(Options& options)
+{
+    if (options.output.empty())
+        options.output = options.input.stem().string() + "_smoothed" + options.input.extension().string();
+    if (options.log.empty())
+        options.log = besideOutput(options, ".log");
+    if (options.report.empty())
+        options.report = besideOutput(options, "_report.xml");
+}
+
+} // namespace
+
+std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitCode)
+{
+    CLI::App app("Smooths a triangle mesh (Taubin: it does not shrink) and reports how long each stage took.",
+                 "mesh_smoother");
+    Options options;
+    declare(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        exitCode = app.exit(error) == 0 ? exitDone : exitWrongUsage;
+        return std::nullopt;
+    }
+    fillInDefaults(options);
+    return options;
+}

@@ -1,0 +1,31 @@
+#pragma once
+/// \file
+/// The command line.
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include <brn_mesh_kernel/kernel/EKvsLogLevel.h>
+
+struct Options
+{
+    std::filesystem::path input;
+    std::filesystem::path output;
+    std::filesystem::path log;
+    std::filesystem::path report;
+    int iterations = 10;
+    Brennic::Core::EKvsLogLevel logLevel = Brennic::Core::Info;
+    std::string logPattern; ///< empty: the kernel's own
+};
+
+enum ExitCode
+{
+    exitDone = 0,
+    exitFailed = 1,
+    exitWrongUsage = 2,
+};
+
+/// Reads the command line. Prints what was asked for (help, version) or what is wrong with it, and then gives
+/// the exit code in \p exitCode instead of options.
+std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitCode);

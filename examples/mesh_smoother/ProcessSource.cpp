@@ -1,0 +1,13 @@
+#include "ProcessSource.h"
+
+#include "ResidentMemory.h"
+
+std::int64_t ProcessSource::MemoryUsage()
+{
+    return residentMemoryInBytes();
+}
+
+std::int64_t ProcessSource::FrameCount()
+{
+    return m_iterations;
+}
