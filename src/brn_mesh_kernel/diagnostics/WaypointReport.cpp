@@ -1,8 +1,13 @@
 #include <brn_mesh_kernel/diagnostics/WaypointReport.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
-#include <locale>
+#include <fstream>
+#include <ostream>
 #include <sstream>
+#include <streambuf>
+#include <string_view>
 
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
@@ -16,6 +21,11 @@ namespace {
 namespace Util = Objects::Util;
 using boost::property_tree::ptree;
 
+boost::property_tree::xml_writer_settings<std::string> writerSettings()
+{
+    return {' ', 2, "utf-8"};
+}
+
 void addVersions(ptree& report)
 {
     Util::VersionInfo info;
@@ -27,23 +37,25 @@ void addVersions(ptree& report)
     report.put("Profiler.FileVersion.<xmlattr>.version", Util::ConvertToChar(info.fileVersion));
 }
 
-// Writes numbers as the global locale does. One stream for all of them: making one costs more than its use.
-class NumberText
+// Writes numbers as the global locale does. A property tree's own translator would make a stream for each, and
+// shows 0.1 as 0.10000000000000001.
+class NumberText : private std::streambuf
 {
 public:
-    // Property trees write doubles with 17 digits, which shows 0.1 as 0.10000000000000001.
     NumberText() { m_stream.precision(16); }
 
+    /// The text of the number, valid until the next call.
     template <typename Number>
-    std::string operator()(Number number)
+    std::string_view operator()(Number number)
     {
-        m_stream.str({});
+        setp(m_characters.data(), m_characters.data() + m_characters.size());
         m_stream << number;
-        return m_stream.str();
+        return {pbase(), static_cast<std::size_t>(pptr() - pbase())};
     }
 
 private:
-    std::ostringstream m_stream;
+    std::array<char, 128> m_characters{}; // 20 digits, each followed by a separator, and room to spare
+    std::ostream m_stream{this};
 };
 
 std::int32_t low32Bits(std::int64_t value)
@@ -51,37 +63,74 @@ std::int32_t low32Bits(std::int64_t value)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
 
-ptree toTree(const Waypoint& waypoint, NumberText& text)
+// The element of one waypoint, made once and filled anew for each: a report of many waypoints would spend most
+// of its time on building and freeing its tree.
+class WaypointElement
 {
-    ptree attributes;
-    attributes.push_back({"name", ptree(Util::ConvertToChar(waypoint.name))});
-    attributes.push_back({"frames", ptree(text(low32Bits(waypoint.frames)))});
-    attributes.push_back({"elapsed", ptree(text(static_cast<double>(waypoint.elapsed) / 1000.0))});
-    attributes.push_back({"memory", ptree(text(low32Bits(waypoint.memory)))});
-    ptree element;
-    element.push_back({"<xmlattr>", std::move(attributes)});
-    return element;
+public:
+    void write(const Waypoint& waypoint, std::ostream& out)
+    {
+        m_name.data() = Util::ConvertToChar(waypoint.name);
+        m_frames.data() = m_text(low32Bits(waypoint.frames));
+        m_elapsed.data() = m_text(static_cast<double>(waypoint.elapsed) / 1000.0);
+        m_memory.data() = m_text(low32Bits(waypoint.memory));
+        write_xml_element(out, std::string("Waypoint"), m_element, 2, writerSettings());
+    }
+
+private:
+    ptree m_element;
+    ptree& m_name = m_element.add("<xmlattr>.name", "");
+    ptree& m_frames = m_element.add("<xmlattr>.frames", "");
+    ptree& m_elapsed = m_element.add("<xmlattr>.elapsed", "");
+    ptree& m_memory = m_element.add("<xmlattr>.memory", "");
+    NumberText m_text;
+};
+
+// All of the document but the waypoints, in whose place it has one empty element.
+std::string documentFrame(bool hasWaypoints)
+{
+    ptree report;
+    addVersions(report);
+    if (hasWaypoints)
+        report.add_child("Profiler.Waypoints.Waypoint", {});
+    std::ostringstream text;
+    write_xml(text, report, writerSettings());
+    return text.str();
 }
 
-void addWaypoints(ptree& report, const std::vector<Waypoint>& waypoints)
+void writeDocument(const std::vector<Waypoint>& waypoints, std::ostream& out)
 {
-    if (waypoints.empty())
-        return;
-    NumberText text;
-    ptree& list = report.add_child("Profiler.Waypoints", {});
+    constexpr std::string_view placeholder = "    <Waypoint/>\n";
+    const std::string frame = documentFrame(!waypoints.empty());
+    const std::size_t place = std::min(frame.find(placeholder), frame.size());
+    out << std::string_view(frame).substr(0, place);
+    WaypointElement element;
     for (const Waypoint& waypoint : waypoints)
-        list.push_back({"Waypoint", toTree(waypoint, text)});
+        element.write(waypoint, out);
+    if (!waypoints.empty())
+        out << std::string_view(frame).substr(place + placeholder.size());
+}
+
+[[noreturn]] void throwError(const char* message, const std::string& file)
+{
+    throw boost::property_tree::xml_parser_error(message, file, 0);
 }
 
 } // namespace
 
 EKvsStatus WriteWaypointReport(const std::vector<Waypoint>& waypoints, const std::wstring& path)
 {
-    ptree report;
-    addVersions(report);
-    addWaypoints(report, waypoints);
-    const boost::property_tree::xml_writer_settings<std::string> settings(' ', 2, "utf-8");
-    write_xml(Util::ConvertToChar(path), report, std::locale(), settings);
+    const std::string name = Util::ConvertToChar(path);
+    std::array<char, 65536> buffer; // NOLINT(*-member-init): the file's own
+    std::ofstream file;
+    file.rdbuf()->pubsetbuf(buffer.data(), buffer.size());
+    file.open(name);
+    if (!file)
+        throwError("cannot open file", name);
+    writeDocument(waypoints, file);
+    file.flush();
+    if (!file)
+        throwError("write error", name);
     return Success;
 }
 

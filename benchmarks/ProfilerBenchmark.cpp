@@ -1,0 +1,90 @@
+/// \file
+/// What a waypoint costs beside one read of the clock, and the report beside the XML writer that it uses.
+
+#include <ctime>
+#include <filesystem>
+#include <locale>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+
+#include <brn_mesh_kernel/diagnostics/WaypointReport.h>
+#include <brn_mesh_kernel/kernel/Kernel.h>
+
+#include "Ratios.h"
+
+using namespace Brennic::Core;
+
+namespace {
+
+constexpr std::size_t reportSize = 100'000;
+
+std::filesystem::path reportPath()
+{
+    return std::filesystem::temp_directory_path() / "brn_profiler_benchmark.xml";
+}
+
+void clockRead(benchmark::State& state)
+{
+    timespec now{};
+    for (auto iteration : state) {
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        benchmark::DoNotOptimize(now);
+    }
+}
+BENCHMARK(clockRead);
+
+// A kernel of its own for each measurement: it keeps its waypoints as long as it lives.
+void waypoint(benchmark::State& state)
+{
+    Kernel kernel;
+    kernel.Initialize();
+    for (auto iteration : state)
+        benchmark::DoNotOptimize(kernel.ProfilerWaypoint(L"Smooth"));
+}
+BENCHMARK(waypoint);
+
+std::vector<Waypoint> manyWaypoints()
+{
+    std::vector<Waypoint> waypoints;
+    for (std::size_t i = 0; i < reportSize; ++i)
+        waypoints.push_back({L"Waypoint " + std::to_wstring(i), static_cast<std::int64_t>(i) * 17,
+                             static_cast<std::int64_t>(i), static_cast<std::int64_t>(i) * 4096});
+    return waypoints;
+}
+
+void report(benchmark::State& state)
+{
+    const std::vector<Waypoint> waypoints = manyWaypoints();
+    const std::wstring path = reportPath().wstring();
+    for (auto iteration : state)
+        WriteWaypointReport(waypoints, path);
+}
+BENCHMARK(report)->Unit(benchmark::kMillisecond);
+
+// The tree is made once, outside the measurement: the peer is the writer alone.
+void writerAlone(benchmark::State& state)
+{
+    WriteWaypointReport(manyWaypoints(), reportPath().wstring());
+    boost::property_tree::ptree tree;
+    read_xml(reportPath().string(), tree, boost::property_tree::xml_parser::trim_whitespace);
+    const boost::property_tree::xml_writer_settings<std::string> settings(' ', 2, "utf-8");
+    for (auto iteration : state)
+        write_xml(reportPath().string(), tree, std::locale(), settings);
+}
+BENCHMARK(writerAlone)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int result = runWithRatios(
+        argc, argv,
+        {{"waypoint without a source / clock_gettime", "waypoint", "clockRead", 5.0, ""},
+         {"report of 100,000 waypoints / write_xml of its tree", "report", "writerAlone", 1.3, ""}});
+    std::filesystem::remove(reportPath());
+    return result;
+}

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# tools/demo.sh [ARGS]: installs what is missing, builds, and runs the sample host on a real mesh.
+# ARGS are those of mesh_smoother; without any it smooths the Stanford bunny.
+. "$(dirname "$0")/common.sh"
+
+started_in=$OLDPWD
+tools/setup.sh
+configure_preset release
+build_preset release --target mesh_smoother
+
+smoother=$root/build/release/bin/mesh_smoother
+if [ $# -gt 0 ]; then
+  cd "$started_in"
+else
+  mkdir -p build/demo
+  cd build/demo
+  set -- /usr/share/glmark2/models/bunny.obj
+fi
+say "mesh_smoother $*"
+# The debugger's copy of each log record goes to standard error. The console has the records already.
+exec "$smoother" "$@" 2> >(grep -v '^\[KVS_LOG\]' >&2)
