@@ -88,7 +88,7 @@ int main(int argc, char** argv)
         {{"Log at a disabled level / macro on a held logger", "logDisabled", "macroDisabled", 1.5, ""},
          {"Log into a file / macro, debugger line apart", "logIntoFile", "macroIntoFile", 1.5,
           "debuggerLine"},
-         {"Log into a file / macro, debugger line included", "logIntoFile", "macroIntoFile", 99, ""}});
+         {"Log into a file / macro, debugger line included", "logIntoFile", "macroIntoFile", 0, ""}});
     std::filesystem::remove_all(directory);
     return result;
 }

@@ -32,6 +32,10 @@ void print(const Ratio& ratio, Times& times)
     if (peer <= 0 || ours <= 0)
         return; // left out by a filter
     const double value = ours / peer;
+    if (ratio.target == 0) {
+        std::printf("%-50s %8.2f  (for information)\n", ratio.what.c_str(), value);
+        return;
+    }
     std::printf("%-50s %8.2f  (target %5.2f)  %s\n", ratio.what.c_str(), value, ratio.target,
                 value <= ratio.target ? "reached" : "MISSED");
 }

@@ -11,7 +11,7 @@ struct Ratio
     std::string what;
     std::string ours;  ///< name of a benchmark
     std::string peer;  ///< name of a benchmark
-    double target;     ///< the ratio of their times is to be at most this
+    double target;     ///< the ratio of their times is to be at most this; 0 for information only
     std::string apart; ///< name of a benchmark whose time is taken off ours first; empty for none
 };
 

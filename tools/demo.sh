@@ -18,4 +18,6 @@ else
 fi
 say "mesh_smoother $*"
 # The debugger's copy of each log record goes to standard error. The console has the records already.
-exec "$smoother" "$@" 2> >(grep -v '^\[KVS_LOG\]' >&2)
+status=0
+{ "$smoother" "$@" 2>&1 >&3 | { grep --line-buffered -v '^\[KVS_LOG\]' >&2 || true; }; } 3>&1 || status=$?
+exit "$status"

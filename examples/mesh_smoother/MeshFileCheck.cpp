@@ -158,7 +158,7 @@ std::string checkPlyText(std::istream& file, const PlyHeader& header)
     for (const PlyElement& element : header.elements) {
         const std::size_t vertices = element.name == "vertex" ? element.count : 0;
         const std::size_t faces = element.name == "face" ? element.count : 0;
-        if (const std::string defect = checkCountedLines(lines, vertices, faces); !defect.empty())
+        if (std::string defect = checkCountedLines(lines, vertices, faces); !defect.empty())
             return defect;
     }
     return {};

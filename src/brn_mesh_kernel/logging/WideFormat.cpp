@@ -28,6 +28,9 @@ enum class Length
     t
 };
 
+// The lengths z and t are read as j.
+static_assert(sizeof(std::size_t) == sizeof(std::uintmax_t) && sizeof(std::ptrdiff_t) == sizeof(std::intmax_t));
+
 struct Conversion
 {
     std::wstring flags;
@@ -290,10 +293,9 @@ std::intmax_t Formatter::nextSigned(Length length)
     case Length::ll:
         return m_arguments.next<long long>();
     case Length::j:
-        return m_arguments.next<std::intmax_t>();
     case Length::z:
     case Length::t:
-        return m_arguments.next<std::ptrdiff_t>();
+        return m_arguments.next<std::intmax_t>();
     case Length::none:
         break;
     }
@@ -312,10 +314,9 @@ std::uintmax_t Formatter::nextUnsigned(Length length)
     case Length::ll:
         return m_arguments.next<unsigned long long>();
     case Length::j:
-        return m_arguments.next<std::uintmax_t>();
     case Length::z:
     case Length::t:
-        return m_arguments.next<std::size_t>();
+        return m_arguments.next<std::uintmax_t>();
     case Length::none:
         break;
     }
