@@ -15,8 +15,10 @@ function(brn_target_defaults target)
               -Woverloaded-virtual $<$<BOOL:${BRN_WARNINGS_AS_ERRORS}>:-Werror>
     )
     if(BRN_SANITIZER)
+      # GCC sees uninitialized variables in its own instrumentation.
       target_compile_options(
         ${target} PRIVATE -fsanitize=${BRN_SANITIZER} -fno-sanitize-recover=all -fno-omit-frame-pointer
+                          -Wno-maybe-uninitialized
       )
       target_link_options(${target} PRIVATE -fsanitize=${BRN_SANITIZER})
     endif()
