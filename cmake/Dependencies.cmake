@@ -10,3 +10,11 @@ find_package(log4cplus 2.0 REQUIRED)
 find_package(TBB REQUIRED)
 find_package(Boost 1.74 REQUIRED)
 find_package(Threads REQUIRED)
+
+# log4cplus names its target by its characters: narrow on Debian, wide on Windows.
+add_library(Brennic::log4cplus INTERFACE IMPORTED)
+if(TARGET log4cplus::log4cplusU)
+  target_link_libraries(Brennic::log4cplus INTERFACE log4cplus::log4cplusU)
+else()
+  target_link_libraries(Brennic::log4cplus INTERFACE log4cplus::log4cplus)
+endif()

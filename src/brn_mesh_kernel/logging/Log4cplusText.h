@@ -30,6 +30,16 @@ Text toLog4cplusText(const std::wstring& text)
         return boost::nowide::narrow(text);
 }
 
+/// Returns log4cplus's text as UTF-8.
+inline std::string toUtf8(const std::wstring& text)
+{
+    return boost::nowide::narrow(text);
+}
+inline std::string toUtf8(const std::string& text)
+{
+    return text;
+}
+
 /// The locale for log files: UTF-8 for wide streams, without effect on narrow ones.
 inline std::locale utf8Locale()
 {
@@ -50,7 +60,7 @@ protected:
         log4cplus::tostringstream record;
         layout->formatAndAppend(record, event);
         const log4cplus::thread::MutexGuard guard(getOutputMutex());
-        std::cout << boost::nowide::narrow(std::wstring(record.str().begin(), record.str().end()));
+        std::cout << toUtf8(record.str());
     }
 };
 
