@@ -191,15 +191,15 @@ TEST_F(TaskTest, anExceptionPassesThroughAndLeavesTheTaskRunning)
 
 TEST_F(TaskTest, aWaitForATaskThatHasThrownDoesNotEnd)
 {
-    // Both outlive the test: the waiting thread is still there when the process ends.
-    static Task task([] { throw std::runtime_error("callable"); });
-    static Latch returned;
-    EXPECT_THROW(task.runTask(), std::runtime_error);
-    std::thread([] {
-        task.waitTillFinished();
-        returned.countDown();
+    // Never destroyed: the waiting thread is still there when the process ends.
+    auto* const task = new Task([] { throw std::runtime_error("callable"); });
+    auto* const returned = new Latch;
+    EXPECT_THROW(task->runTask(), std::runtime_error);
+    std::thread([task, returned] {
+        task->waitTillFinished();
+        returned->countDown();
     }).detach();
-    EXPECT_FALSE(returned.wait(std::chrono::milliseconds(200)));
+    EXPECT_FALSE(returned->wait(std::chrono::milliseconds(200)));
 }
 
 TEST_F(TaskTest, waitingForAFinishedTaskReturnsAtOnce)
