@@ -1,4 +1,16 @@
 # What the libraries themselves need. Tests, benchmarks and examples find their own.
+if(BRN_SANITIZER MATCHES thread)
+  # An ordinary QtCore keeps its locks from ThreadSanitizer, which then reports races that are none.
+  execute_process(
+    COMMAND "${PROJECT_SOURCE_DIR}/tools/qtcore-tsan.sh" --print
+    OUTPUT_VARIABLE qtcore_tsan_prefix
+    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY
+  )
+  if(NOT EXISTS "${qtcore_tsan_prefix}/.complete")
+    message(FATAL_ERROR "ThreadSanitizer needs a QtCore of its own: run tools/qtcore-tsan.sh first")
+  endif()
+  list(PREPEND CMAKE_PREFIX_PATH "${qtcore_tsan_prefix}")
+endif()
 if(BRN_QT_MAJOR_VERSION)
   set(brn_qt_names Qt${BRN_QT_MAJOR_VERSION})
 else()

@@ -1,0 +1,19 @@
+#include <brn_mesh_kernel/library/LibraryEntry.h>
+
+namespace {
+
+// The shared library is linked with `-z nodelete`: dlclose() leaves it where it is, so the destructor runs
+// when the process ends and no thread is ever left in code that is gone. Joining the workers in dlclose()
+// instead is no way out, since it holds the loader's lock, which a thread takes when it first uses a thread
+// local variable, opens a plug-in or looks up a symbol.
+[[gnu::constructor]] void attach()
+{
+    Brennic::Core::libraryAttached();
+}
+
+[[gnu::destructor]] void detach()
+{
+    Brennic::Core::libraryDetached();
+}
+
+} // namespace

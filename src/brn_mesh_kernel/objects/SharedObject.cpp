@@ -1,0 +1,17 @@
+#include <brn_mesh_kernel/objects/SharedObject.h>
+
+namespace Brennic::Objects {
+
+SharedObjectInternal::SharedObjectInternal() = default;
+
+SharedObjectInternal::SharedObjectInternal(const SharedObjectInternal&) : enable_shared_from_this() {}
+
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): there is nothing that a self-assignment could harm.
+SharedObjectInternal& SharedObjectInternal::operator=(const SharedObjectInternal&)
+{
+    return *this;
+}
+
+SharedObjectInternal::~SharedObjectInternal() = default;
+
+} // namespace Brennic::Objects

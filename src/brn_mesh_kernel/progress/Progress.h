@@ -1,0 +1,134 @@
+#pragma once
+/// \file
+/// Counts the completed units of a piece of work, and folds the progress of its parts into its own.
+///
+///     using Brennic::Core::Progress;
+///     auto whole = std::make_shared<Progress>(0, L"Import");
+///     auto reading = std::make_shared<Progress>(fileCount, L"Reading");
+///     auto building = std::make_shared<Progress>(meshCount, L"Building");
+///     whole->addChildWithPendingCount(reading, 30);
+///     whole->addChildWithPendingCount(building, 70); // the total of `whole` is 100 now
+///     whole->setDelegate(statusBar, true);           // hears of every step, in the GUI thread
+///     ++*reading;
+///
+/// Every set of the count is reported to the delegate, also where the count stays the same. A child's
+/// delegate is its parent, which moves its own count by the change of the child's fraction times the pending
+/// count, without the part after the decimal point, and reports in turn, up to the root.
+///
+/// Threads: the completed count may be set and read from any thread. One thread at a time may report to the
+/// same parent, as its list of children has no lock; and nothing else of an object may be changed while
+/// another thread uses it. An increment reads and then writes: two at the same moment can count as one.
+///
+/// Lifetime: a progress that gets children must be owned by a `std::shared_ptr`. It owns its children, until
+/// its end; they hold it weakly.
+
+#include <memory>
+#include <string>
+
+#include <brn_mesh_kernel/library/Export.h>
+#include <brn_mesh_kernel/objects/Delegator.h>
+#include <brn_mesh_kernel/objects/SharedObject.h>
+#include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
+
+extern template class BRN_MESH_KERNEL_EXPORT Brennic::Objects::SharedObject<Brennic::Core::Progress>;
+extern template class BRN_MESH_KERNEL_EXPORT
+    Brennic::Core::Broadcaster<Brennic::Core::ProgressReportingProtocol>;
+extern template class BRN_MESH_KERNEL_EXPORT
+    Brennic::Core::Delegator<Brennic::Core::ProgressReportingProtocol>;
+
+namespace Brennic::Core {
+
+class BRN_MESH_KERNEL_EXPORT Progress : public Objects::SharedObject<Progress>,
+                                        public Delegator<ProgressReportingProtocol>,
+                                        public ProgressReportingProtocol
+{
+public:
+    /// Makes a progress of which nothing is completed.
+    ///
+    /// \param totalUnitCount the whole work in units of the caller's choice; 0 or less if it is not known.
+    /// \param description what the work is, for people.
+    /// Thread: any.
+    explicit Progress(int totalUnitCount = -1, const std::wstring& description = std::wstring());
+
+    /// Releases the children; nothing is reported.
+    /// Thread: any.
+    ~Progress() override;
+
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// Sets the total; nothing is reported.
+    /// Thread: any, but no other thread may use this object meanwhile.
+    void setTotalUnitCount(int totalUnitCount);
+
+    /// Returns the total, in units.
+    /// Thread: any.
+    int getTotalUnitCount() const;
+
+    /// Sets the completed count and reports: `progressCompleted` if it has reached the total, otherwise
+    /// `progressUpdated`. What a receiver in this thread throws passes through; the count is set by then.
+    /// Thread: any; the receivers of this thread, up to the root, are called before it returns.
+    void setCompletedUnitCount(int completedUnitCount);
+
+    /// Returns the completed count, in units.
+    /// Thread: any.
+    int getCompletedUnitCount();
+
+    /// Adds \p unitCount, which may be negative, to the completed count and reports as a set does.
+    /// Thread: any; two calls at the same moment can count as one.
+    void incrementCompletedUnitCount(int unitCount);
+
+    /// Increments the completed count by 1, reports, and returns the count.
+    /// Thread: any; two calls at the same moment can count as one.
+    int operator++();
+
+    /// Increments the completed count, reports, and returns the count (no reference to this object).
+    /// Thread: any; two calls at the same moment can count as one.
+    int operator+=(int unitCount);
+
+    /// Returns the completed count divided by the total, as it comes: above 1 if more than the total is
+    /// completed, infinite or not a number if the total is 0.
+    /// Thread: any.
+    float getFractionCompleted();
+
+    /// Whether the total is 0 or less.
+    /// Thread: any.
+    bool isIndeterminateProgress() const;
+
+    /// Whether the completed count is at least the total; so also while nothing is known of the total.
+    /// Thread: any.
+    bool isComplete();
+
+    /// Makes \p child a part that stands for \p pendingUnitCount units of this object's total.
+    ///
+    /// This object becomes the child's delegate in place of any other, and its total grows to the sum of its
+    /// children's units where it is smaller. Nothing is reported. An empty pointer and a child that is there
+    /// already are ignored. If no shared pointer owns this object, the child is left without a delegate.
+    /// Thread: any, but no other thread may use this object or report on its children meanwhile.
+    /// Ownership: this object shares the child until its end.
+    void addChildWithPendingCount(std::shared_ptr<Progress> child, int pendingUnitCount);
+
+    /// Replaces the description; nothing is reported.
+    /// Thread: any, but no other thread may use this object meanwhile.
+    void setDescription(const std::wstring& description);
+
+    /// Returns the description.
+    /// Thread: any.
+    std::wstring getDescription() const;
+
+    /// Takes the report of a child: moves the completed count by the change of the child's fraction times its
+    /// units, without the part after the decimal point, and reports. The child's description is not used.
+    /// Thread: that of the report; one at a time.
+    void progressUpdated(Progress* child, float fraction, const std::wstring& description) override;
+
+    /// The same as \ref progressUpdated with the fraction 1.
+    /// Thread: that of the report; one at a time.
+    void progressCompleted(Progress* child, const std::wstring& description) override;
+
+private:
+    struct ProgressImpl;
+
+    std::unique_ptr<ProgressImpl> m_impl;
+};
+
+} // namespace Brennic::Core

@@ -1,0 +1,170 @@
+#include <brn_mesh_kernel/tasks/Task.h>
+
+#include <condition_variable>
+#include <limits>
+#include <mutex>
+#include <utility>
+
+#include <QThread>
+
+#include <brn_mesh_kernel/tasks/ApplicationGate.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
+
+namespace Brennic::Core {
+
+// The lock is not one of Qt's read-write locks: a thread that reads twice, or reads while it holds a queue's
+// mutex, can stop for ever behind a waiting writer there. It is a leaf: nothing else is locked, no callable
+// is run and nothing is released under it.
+class Task::TaskImpl : public std::function<void()>
+{
+public:
+    virtual ~TaskImpl() = default;
+
+    std::function<void()>& function() { return *this; }
+
+    ETaskState m_state = ePending; // this and what follows, and the callable, are guarded by m_lock
+    std::mutex m_lock;
+    std::condition_variable m_finishedCondition;
+    std::shared_ptr<TaskQueue> m_queue;
+    // How often the callable has returned. A wait ends with the run that it waited for, even if the task has
+    // been armed again by then.
+    std::uint64_t m_finishedRuns = 0;
+    std::uint64_t m_wakeUps = 0;
+};
+
+// Counts the calling thread as waiting, if it is one of the queue's workers.
+class Task::PausedWorker
+{
+public:
+    explicit PausedWorker(TaskQueue* queue) : m_queue(queue)
+    {
+        if (m_queue != nullptr)
+            m_queue->pauseWorkerInThread(QThread::currentThread());
+    }
+    ~PausedWorker()
+    {
+        if (m_queue != nullptr)
+            m_queue->resumeWorkerInThread(QThread::currentThread());
+    }
+    PausedWorker(const PausedWorker&) = delete;
+    PausedWorker& operator=(const PausedWorker&) = delete;
+
+private:
+    TaskQueue* m_queue;
+};
+
+Task::Task() : m_impl(std::make_unique<TaskImpl>()) {}
+
+Task::Task(const std::function<void()>& function) : Task()
+{
+    *this = function;
+}
+
+Task::Task(const Task& other)
+    : SharedObjectInternal(), QObject(), SharedObject(), m_impl(std::make_unique<TaskImpl>())
+{
+    *this = other;
+}
+
+Task::~Task() = default;
+
+Task& Task::operator=(const std::function<void()>& function)
+{
+    // The copy is made, and the old callable destroyed, without the lock: both run the host's code.
+    std::function<void()> callable = function;
+    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    if (m_impl->m_state == eRunning)
+        return *this;
+    m_impl->function().swap(callable);
+    m_impl->m_state = ePending;
+    return *this;
+}
+
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): assigning a task to itself arms it again.
+Task& Task::operator=(const Task& other)
+{
+    return *this = other.m_impl->function();
+}
+
+Task::ETaskState Task::getTaskState()
+{
+    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    return m_impl->m_state;
+}
+
+void Task::runTask()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+        if (m_impl->m_state != ePending)
+            return;
+        m_impl->m_state = eRunning;
+    }
+    m_impl->function()();
+
+    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    m_impl->m_state = eFinished;
+    ++m_impl->m_finishedRuns;
+    m_impl->m_finishedCondition.notify_all();
+}
+
+void Task::waitTillFinished()
+{
+    std::unique_lock<std::mutex> lock(m_impl->m_lock);
+    if (m_impl->m_state == eFinished)
+        return;
+    const std::uint64_t runsBefore = m_impl->m_finishedRuns;
+    // The queue as it is now: the pause may move this task, but the worker stays with its queue.
+    const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
+    lock.unlock();
+
+    // No lock is held: if the task finishes meanwhile, its run has been counted.
+    const PausedWorker pausedWorker(queue.get());
+    waitForRunAfter(runsBefore);
+}
+
+void Task::waitForRunAfter(std::uint64_t runsBefore)
+{
+    std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
+    std::unique_lock<std::mutex> lock(m_impl->m_lock);
+    while (m_impl->m_finishedRuns == runsBefore) {
+        if (wakeUpsSeen == m_impl->m_wakeUps || !mustRunInWaiterLocked()) {
+            m_impl->m_finishedCondition.wait(lock);
+            continue;
+        }
+        wakeUpsSeen = m_impl->m_wakeUps;
+        const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
+        lock.unlock();
+        if (const std::shared_ptr<Task> self = queue->findAndRemoveTask(this))
+            self->runTask();
+        lock.lock();
+    }
+}
+
+bool Task::mustRunInWaiterLocked() const
+{
+    return m_impl->m_state == ePending && m_impl->m_queue && m_impl->m_queue->getQOS() != eQOS_GUI &&
+           ApplicationGate::isHopelessHere();
+}
+
+void Task::wakeWaiters()
+{
+    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    ++m_impl->m_wakeUps;
+    m_impl->m_finishedCondition.notify_all();
+}
+
+std::shared_ptr<TaskQueue> Task::setQueue(TaskQueue* queue)
+{
+    std::shared_ptr<TaskQueue> reference = queue->shared_from_this();
+    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    if (m_impl->m_state != eRunning)
+        m_impl->m_queue.swap(reference);
+    return reference;
+}
+
+} // namespace Brennic::Core
+
+template class Brennic::Objects::SharedObject<Brennic::Core::Task>;
+
+#include "moc_Task.cpp"

@@ -1,0 +1,264 @@
+#include <brn_mesh_kernel/tasks/TaskWorker.h>
+
+#include <chrono>
+#include <string>
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QThread>
+
+#include <brn_mesh_kernel/tasks/ApplicationGate.h>
+#include <brn_mesh_kernel/tasks/Task.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/WorkerRegistry.h>
+
+namespace Brennic::Core {
+
+namespace {
+
+// Only a worker receives it, so the number needs no registration.
+constexpr auto announcementsEvent = static_cast<QEvent::Type>(QEvent::User + 1);
+
+// A batch in the GUI thread ends after this time, whatever the tasks do, so that the host keeps drawing.
+constexpr std::chrono::milliseconds guiBatchTime{8};
+
+// A larger inbox is given back once it has been emptied.
+constexpr std::size_t largestKeptInbox = 4096;
+
+QThread::Priority threadPriority(EQualityOfService qos)
+{
+    switch (qos) {
+    case eQOS_High:
+        return QThread::HighPriority;
+    case eQOS_Low:
+        return QThread::LowPriority;
+    case eQOS_Background:
+        return QThread::IdlePriority;
+    default:
+        return QThread::NormalPriority;
+    }
+}
+
+class RunCount
+{
+public:
+    explicit RunCount(std::atomic<int>& count) : m_count(count) { ++m_count; }
+    ~RunCount() { --m_count; }
+    RunCount(const RunCount&) = delete;
+    RunCount& operator=(const RunCount&) = delete;
+
+private:
+    std::atomic<int>& m_count;
+};
+
+} // namespace
+
+TaskWorker::TaskWorker(TaskQueue* queue) : m_qos(queue->getQOS()), m_queue(queue)
+{
+    const int number = WorkerRegistry::instance().add(*this, m_qos);
+    if (m_qos == eQOS_GUI) {
+        QThread::currentThread()->setPriority(QThread::HighestPriority);
+        return;
+    }
+    setObjectName(QString::fromStdString(workerThreadName(m_qos, number)));
+    startThread();
+}
+
+TaskWorker::~TaskWorker()
+{
+    WorkerRegistry::instance().remove(*this);
+    // Whoever let the worker retire may still be on its way out of retire().
+    const std::lock_guard<std::mutex> lock(m_mutex);
+}
+
+void TaskWorker::startThread()
+{
+    auto* const thread = new QThread; // deleted by the registry
+    thread->setObjectName(objectName());
+    moveToThread(thread);
+    // Both are called in the new thread. An event loop must not begin before there is an application object,
+    // and without one a deferred deletion would be dropped: so neither is left to events.
+    connect(thread, &QThread::started, this, &TaskWorker::enterThread, Qt::DirectConnection);
+    connect(thread, &QThread::finished, this, &TaskWorker::leaveThread, Qt::DirectConnection);
+    thread->start(threadPriority(m_qos));
+}
+
+void TaskWorker::enterThread()
+{
+    mayGoOn();
+}
+
+void TaskWorker::leaveThread()
+{
+    QThread* const ownThread = thread();
+    delete this;
+    WorkerRegistry::instance().takeOver(ownThread);
+}
+
+void TaskWorker::hear(Task* pTask)
+{
+    const Announcement announcement{pTask, TaskQueue::announcedTicket()};
+    if (m_qos == eQOS_GUI && QThread::currentThread() == thread()) {
+        tryRunTask(announcement);
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_inbox.push_back(announcement);
+        if (m_isEventOnItsWay || !ApplicationGate::isOpen())
+            return;
+        m_isEventOnItsWay = true;
+    }
+    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+}
+
+void TaskWorker::loseQueue()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_queue = nullptr;
+}
+
+void TaskWorker::retire()
+{
+    if (m_qos == eQOS_GUI) {
+        deleteLater();
+        return;
+    }
+    {
+        // Posted under the lock, which the destructor takes: the worker may end as soon as it knows.
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_hasRetired = true;
+        QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+    }
+    ApplicationGate::lookAgain();
+}
+
+void TaskWorker::wake()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isEventOnItsWay = true;
+    }
+    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+}
+
+void TaskWorker::collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_queue == nullptr || m_queue->m_workers.empty() || m_queue->m_workers.front() != this)
+        return;
+    const std::vector<std::shared_ptr<Task>> pending = m_queue->pendingTasks();
+    tasks.insert(tasks.end(), pending.begin(), pending.end());
+}
+
+bool TaskWorker::event(QEvent* event)
+{
+    if (event->type() != announcementsEvent)
+        return QObject::event(event);
+    handOverAnnouncements();
+    return true;
+}
+
+bool TaskWorker::mayGoOn()
+{
+    if (m_qos == eQOS_GUI)
+        return ApplicationGate::isOpen();
+    if (!m_hasRetired && !ApplicationGate::isOpen())
+        ApplicationGate::hold(*this);
+    if (m_hasRetired)
+        thread()->quit();
+    return !m_hasRetired;
+}
+
+void TaskWorker::handOverAnnouncements()
+{
+    const auto start = std::chrono::steady_clock::now();
+    startHandOver();
+    Announcement announcement;
+    for (int handedOver = 0; mayGoOn() && handedOver < batchLimit; ++handedOver) {
+        if (m_qos == eQOS_GUI && std::chrono::steady_clock::now() - start > guiBatchTime)
+            break;
+        if (!nextAnnouncement(announcement))
+            break;
+        tryRunTask(announcement);
+    }
+    endHandOver();
+}
+
+void TaskWorker::startHandOver()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const std::size_t waiting = m_inbox.size() + m_taken.size() - m_nextTaken;
+        m_isEventOnItsWay = waiting > 1;
+        if (!m_isEventOnItsWay)
+            return;
+    }
+    // Sent before the first task runs: a task that runs an event loop lets the others be served there.
+    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+}
+
+void TaskWorker::endHandOver()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const bool isEmpty = m_inbox.empty() && m_nextTaken == m_taken.size();
+        if (isEmpty || m_isEventOnItsWay || !ApplicationGate::isOpen())
+            return;
+        m_isEventOnItsWay = true;
+    }
+    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+}
+
+bool TaskWorker::nextAnnouncement(Announcement& announcement)
+{
+    if (m_nextTaken == m_taken.size()) {
+        m_nextTaken = 0;
+        if (m_taken.capacity() > largestKeptInbox)
+            std::vector<Announcement>().swap(m_taken);
+        m_taken.clear();
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_taken.swap(m_inbox);
+    }
+    if (m_taken.empty())
+        return false;
+    announcement = m_taken[m_nextTaken++];
+    return true;
+}
+
+void TaskWorker::tryRunTask(Task* pTask)
+{
+    tryRunTask(Announcement{pTask, 0});
+}
+
+void TaskWorker::tryRunTask(const Announcement& announcement)
+{
+    if (const std::shared_ptr<Task> task = claim(announcement))
+        run(task);
+}
+
+std::shared_ptr<Task> TaskWorker::claim(const Announcement& announcement)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_queue == nullptr ? nullptr : m_queue->findAndRemoveTask(announcement);
+}
+
+void TaskWorker::run(const std::shared_ptr<Task>& task)
+{
+    {
+        const RunCount count(m_running);
+        task->runTask();
+    }
+    // Objects with static storage are being destroyed now, perhaps also some that releasing the task needs.
+    if (m_qos != eQOS_GUI && ApplicationGate::hasEnded())
+        ApplicationGate::hold(*this);
+}
+
+void TaskWorker::wakeWaitersOf(Task& task)
+{
+    task.wakeWaiters();
+}
+
+} // namespace Brennic::Core
+
+#include "moc_TaskWorker.cpp"

@@ -1,0 +1,104 @@
+#pragma once
+/// \file
+/// The object through which one thread serves one task queue. Not installed.
+///
+/// A worker of any class but `eQOS_GUI` makes a plain `QThread`, moves into it and starts it. It hears of
+/// every task of its queue through the queue's signal, in the thread that adds the task; the news waits in
+/// the worker's inbox until one event brings the worker's thread to hand over what has gathered. However
+/// many tasks arrive, no more than one event is on its way.
+///
+/// Lifetime: a worker outlives its queue. When the queue has gone it lets its thread end and is deleted
+/// there, as the thread's last act; the GUI worker is deleted by the GUI thread's event loop.
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include <QObject>
+
+#include <brn_mesh_kernel/tasks/Announcement.h>
+#include <brn_mesh_kernel/tasks/EQualityOfService.h>
+
+namespace Brennic::Core {
+
+class TaskQueue;
+
+class TaskWorker : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The most announcements that are handed over before other events of the thread are served.
+    static constexpr int batchLimit = 128;
+
+    /// Thread: any; for `eQOS_GUI` it becomes the GUI thread and is raised to the highest priority.
+    explicit TaskWorker(TaskQueue* queue);
+    ~TaskWorker() override;
+
+    TaskWorker(const TaskWorker&) = delete;
+    TaskWorker& operator=(const TaskWorker&) = delete;
+
+    /// Takes in the announcement that the calling thread is emitting.
+    /// Thread: any; in the GUI thread, the GUI worker runs the task at once.
+    void hear(Task* pTask);
+
+    /// Stops claiming tasks. Thread: that of the queue's destructor.
+    void loseQueue();
+
+    /// Lets the worker end. Thread: that of the queue's destructor, which has called \ref loseQueue.
+    void retire();
+
+    /// Sends the worker an event, whether or not one is on its way. Thread: any.
+    void wake();
+
+    bool isPaused() const { return m_paused; }
+    void setPaused(bool isPaused) { m_paused = isPaused; }
+
+    bool hasRetired() const { return m_hasRetired; }
+    /// Whether the worker's thread waits at the gate. Thread: the worker's.
+    void setHeld(bool isHeld) { m_isHeld = isHeld; }
+    /// Whether the worker is held, or will be before its event loop delivers anything.
+    bool isAtRest() const { return m_qos == eQOS_GUI || m_isHeld || m_running > 0; }
+
+    /// Appends the pending tasks of the queue, if this is the first of its workers. Thread: any.
+    void collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks);
+
+    static void wakeWaitersOf(Task& task);
+
+    bool event(QEvent* event) override;
+
+public Q_SLOTS:
+    /// Claims the task from the queue and runs it; does nothing if another worker has claimed it, or if it
+    /// is not pending there (any longer). Thread: the worker's.
+    void tryRunTask(Task* pTask);
+
+private:
+    void tryRunTask(const Announcement& announcement);
+    void startThread();
+    void enterThread();
+    void leaveThread();
+    bool mayGoOn();
+    void handOverAnnouncements();
+    void startHandOver();
+    void endHandOver();
+    bool nextAnnouncement(Announcement& announcement);
+    std::shared_ptr<Task> claim(const Announcement& announcement);
+    void run(const std::shared_ptr<Task>& task);
+
+    const EQualityOfService m_qos;
+    TaskQueue* m_queue; // guarded by m_mutex; null once the queue has gone
+    std::atomic<bool> m_paused{false};
+    std::atomic<bool> m_hasRetired{false};
+    std::atomic<bool> m_isHeld{false};
+    std::atomic<int> m_running{0}; // more than one where a task runs an event loop
+    std::mutex m_mutex;
+    std::vector<Announcement> m_inbox; // guarded by m_mutex
+    bool m_isEventOnItsWay = false;    // guarded by m_mutex
+    // What has been taken from the inbox; only the worker's thread uses it.
+    std::vector<Announcement> m_taken;
+    std::size_t m_nextTaken = 0;
+};
+
+} // namespace Brennic::Core

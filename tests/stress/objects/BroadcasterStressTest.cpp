@@ -1,0 +1,109 @@
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <brn_mesh_kernel/objects/Broadcaster.h>
+#include <brn_mesh_kernel/objects/Delegator.h>
+
+#include "support/TaskFixture.h"
+
+using namespace Brennic::Core;
+using namespace Brennic::Testing;
+
+namespace {
+
+struct Listener
+{
+    virtual ~Listener() = default;
+    virtual void happened() { ++calls; }
+    std::atomic<int> calls{0};
+};
+
+struct ObjectListener : QObject, Listener
+{
+    using QObject::QObject;
+};
+
+class Speaker : public Delegator<Listener>
+{
+public:
+    void speak() { delegate(&Listener::happened); }
+};
+
+class BroadcasterStress : public TaskFixture
+{
+protected:
+    static constexpr int rounds = 2000;
+};
+
+} // namespace
+
+TEST_F(BroadcasterStress, observersMayBeAddedAndRemovedWhileBroadcastsRun)
+{
+    Broadcaster<Listener> broadcaster;
+    const auto steady = std::make_shared<Listener>();
+    broadcaster.addObserver(steady, false);
+    const auto hostWork = [&] {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 2; ++i)
+            threads.emplace_back([&] {
+                for (int round = 0; round < rounds; ++round)
+                    broadcaster.broadcast(&Listener::happened);
+            });
+        for (const bool notifyAsynchronously : {false, true})
+            threads.emplace_back([&, notifyAsynchronously] {
+                for (int round = 0; round < rounds; ++round) {
+                    const auto observer = std::make_shared<Listener>();
+                    broadcaster.addObserver(observer, notifyAsynchronously);
+                    if (round % 2 == 0) // the others expire in the list
+                        broadcaster.removeObserver(observer);
+                }
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_TRUE(dispatchSync([] {}, eQOS_GUI)); // behind all that is on its way
+    };
+    Latch done;
+    std::thread host([&] {
+        hostWork();
+        done.countDown();
+    });
+    // Objects come and go in their own thread meanwhile, which is where they are called.
+    int objects = 0;
+    EXPECT_TRUE(serveUntil([&] {
+        QObject parent;
+        auto* const object = new ObjectListener(&parent);
+        broadcaster.addObserver(object);
+        QCoreApplication::processEvents();
+        if (++objects % 2 == 0)
+            broadcaster.removeObserver(object);
+        return done.isDown();
+    }));
+    host.join();
+    EXPECT_EQ(steady->calls, 2 * rounds);
+}
+
+TEST_F(BroadcasterStress, aDelegateMayBeReplacedWhileTheObjectSpeaks)
+{
+    Speaker speaker;
+    const auto first = std::make_shared<Listener>();
+    const auto second = std::make_shared<Listener>();
+    std::atomic<bool> isOver{false};
+    std::thread replacer([&] {
+        while (!isOver) {
+            speaker.setDelegate(first, false);
+            speaker.setDelegate(second, true);
+            speaker.getDelegate();
+        }
+    });
+    EXPECT_TRUE(runAside([&] {
+        for (int round = 0; round < rounds; ++round)
+            speaker.speak();
+        isOver = true;
+    }));
+    replacer.join();
+    EXPECT_LE(first->calls + second->calls, rounds);
+}

@@ -1,0 +1,310 @@
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/tasks/Task.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
+
+#include "support/ProcessThreads.h"
+#include "support/Sanitizers.h"
+#include "support/TaskFixture.h"
+
+using namespace Brennic::Core;
+using namespace Brennic::Testing;
+
+namespace {
+
+constexpr int threadsOfHost = 4;
+constexpr int tasksPerThread = 50'000;
+
+class TaskStress : public TaskFixture
+{
+protected:
+    static std::shared_ptr<Task> add(TaskQueue& queue, const std::function<void()>& function)
+    {
+        auto task = std::make_shared<Task>(function);
+        queue.addTask(task);
+        return task;
+    }
+
+    /// Runs \p function in several threads at once; it is given the number of its thread.
+    static void inThreads(int count, const std::function<void(int)>& function)
+    {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < count; ++i)
+            threads.emplace_back(function, i);
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+
+    static void dispatchManyAndExpectEachToRunOnce(TaskQueue& queue)
+    {
+        constexpr int all = threadsOfHost * tasksPerThread;
+        std::vector<std::atomic<int>> runs(all);
+        Latch done(all);
+        inThreads(threadsOfHost, [&](int thread) {
+            for (int i = 0; i < tasksPerThread; ++i)
+                add(queue, [&, index = static_cast<std::size_t>(thread * tasksPerThread + i)] {
+                    ++runs[index];
+                    done.countDown();
+                });
+        });
+        ASSERT_TRUE(done.wait(std::chrono::minutes(2)));
+        EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& count) { return count == 1; }));
+    }
+
+    /// One worker that makes \p depth queues overflow, each inside the last.
+    static void nest(TaskQueue& queue, int depth, std::atomic<int>& runs)
+    {
+        ++runs;
+        if (depth > 1)
+            add(queue, [&, depth] { nest(queue, depth - 1, runs); })->waitTillFinished();
+    }
+};
+
+} // namespace
+
+TEST_F(TaskStress, everyTaskOfManyThreadsRunsOnceOnAGlobalQueue)
+{
+    dispatchManyAndExpectEachToRunOnce(*TaskQueue::getGlobalQueue(eQOS_Normal));
+}
+
+TEST_F(TaskStress, everyTaskOfManyThreadsRunsOnceOnFourWorkers)
+{
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_High, 4);
+    dispatchManyAndExpectEachToRunOnce(*queue);
+}
+
+TEST_F(TaskStress, oneWorkerKeepsTheOrderOfEveryThread)
+{
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    std::array<std::vector<int>, threadsOfHost> orders;
+    inThreads(threadsOfHost, [&](int thread) {
+        for (int i = 0; i < tasksPerThread; ++i)
+            add(*queue, [&order = orders[static_cast<std::size_t>(thread)], i] { order.push_back(i); });
+    });
+    add(*queue, [] {})->waitTillFinished();
+    for (const std::vector<int>& order : orders) {
+        EXPECT_EQ(order.size(), static_cast<std::size_t>(tasksPerThread));
+        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+    }
+}
+
+TEST_F(TaskStress, guiTasksOfManyThreadsRunOnceAndInTheOrderOfTheirThread)
+{
+    constexpr int count = 20'000;
+    std::array<std::vector<int>, threadsOfHost> orders;
+    std::thread host([&] {
+        inThreads(threadsOfHost, [&](int thread) {
+            for (int i = 0; i < count; ++i)
+                dispatchAsync([&order = orders[static_cast<std::size_t>(thread)], i] { order.push_back(i); },
+                              eQOS_GUI);
+        });
+    });
+    EXPECT_TRUE(serveUntil([&] {
+        return std::all_of(orders.begin(), orders.end(),
+                           [](const auto& order) { return order.size() == count; });
+    }));
+    host.join();
+    for (const std::vector<int>& order : orders)
+        EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST_F(TaskStress, dispatchSyncNestsFiftyDeepOnOneWorker)
+{
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<int> runs{0};
+        add(*queue, [&] { nest(*queue, 50, runs); })->waitTillFinished();
+        EXPECT_EQ(runs, 50);
+    }
+}
+
+TEST_F(TaskStress, dispatchSyncNestsFiftyDeepOnAGlobalQueueFromManyThreads)
+{
+    std::atomic<int> runs{0};
+    std::function<void(int)> nestGlobal = [&](int depth) {
+        ++runs;
+        if (depth > 1)
+            dispatchSync([&, depth] { nestGlobal(depth - 1); }, eQOS_Normal);
+    };
+    inThreads(threadsOfHost, [&](int) { dispatchSync([&] { nestGlobal(50); }, eQOS_Normal); });
+    EXPECT_EQ(runs, threadsOfHost * 50);
+}
+
+TEST_F(TaskStress, queuesEndWhileAnnouncementsAreOnTheirWay)
+{
+    std::atomic<int> runs{0};
+    inThreads(2, [&](int) {
+        for (int i = 0; i < 2000; ++i) {
+            // The first worker runs and releases the only task; the others have yet to look.
+            std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 3);
+            add(*queue, [&] { ++runs; });
+            queue.reset();
+        }
+    });
+    EXPECT_TRUE(serveUntil([&] { return runs == 4000; }));
+}
+
+TEST_F(TaskStress, queuesEndUnderTheHandsOfThoseWhoAdd)
+{
+    std::atomic<int> runs{0};
+    for (int i = 0; i < 500; ++i) {
+        std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 2);
+        inThreads(3, [&runs, own = queue](int) mutable {
+            const std::shared_ptr<TaskQueue> held = std::exchange(own, nullptr);
+            for (int task = 0; task < 5; ++task)
+                add(*held, [&] { ++runs; });
+        });
+    }
+    EXPECT_TRUE(serveUntil([&] { return runs == 500 * 15; }));
+}
+
+TEST_F(TaskStress, tenThousandOverflowQueuesLeaveNothingBehind)
+{
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    const auto overflow = [&](int count) {
+        add(*queue, [&, count] {
+            for (int i = 0; i < count; ++i)
+                add(*queue, [] {})->waitTillFinished();
+        })->waitTillFinished();
+    };
+    overflow(isSanitized ? 100 : 2000);
+    const std::size_t threads = threadCount();
+    EXPECT_TRUE(serveUntil([&] { return threadCount() <= threads; }));
+    const std::size_t bytes = residentBytes();
+    overflow(isSanitized ? 1000 : 10'000);
+    EXPECT_TRUE(serveUntil([&] { return threadCount() <= threads; }));
+    if (!isSanitized) {
+        EXPECT_LT(residentBytes(), bytes + 1024 * 1024); // 100 bytes for each would show
+    }
+}
+
+TEST_F(TaskStress, aTaskMayBeRunByTheHostAddedAgainAndWaitedForAtTheSameMoment)
+{
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 2);
+    std::atomic<int> runs{0};
+    constexpr int rounds = 3000;
+    for (int round = 0; round < rounds; ++round) {
+        const auto task = std::make_shared<Task>([&] { ++runs; });
+        Latch ready(3);
+        const std::shared_ptr<Task> waits = add(*queue, [&ready, task] {
+            ready.countDown();
+            task->waitTillFinished();
+        });
+        std::thread adder([&] {
+            ready.countDown();
+            queue->addTask(task);
+            queue->addTask(task);
+        });
+        std::thread runner([&] {
+            ready.countDown();
+            task->runTask();
+        });
+        adder.join();
+        runner.join();
+        waits->waitTillFinished();
+        task->waitTillFinished();
+        ASSERT_EQ(runs, round + 1);
+    }
+}
+
+TEST_F(TaskStress, tasksThatWaitForEachOthersTasksAllEnd)
+{
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 3);
+    std::atomic<int> runs{0};
+    std::vector<std::shared_ptr<Task>> tasks;
+    for (int i = 0; i < 500; ++i)
+        tasks.push_back(add(*queue, [&] {
+            std::array<std::shared_ptr<Task>, 4> parts;
+            for (std::shared_ptr<Task>& part : parts)
+                part = add(*queue, [&] { ++runs; });
+            for (const std::shared_ptr<Task>& part : parts)
+                part->waitTillFinished();
+        }));
+    for (const std::shared_ptr<Task>& task : tasks)
+        task->waitTillFinished();
+    EXPECT_EQ(runs, 2000);
+}
+
+TEST_F(TaskStress, callablesMayBeAssignedWhileOthersRunAndWait)
+{
+    const auto task = std::make_shared<Task>();
+    std::atomic<int> runs{0};
+    *task = [&] { ++runs; };
+    std::atomic<bool> isOver{false};
+    std::thread assigner([&] {
+        while (!isOver)
+            *task = [&] { ++runs; };
+    });
+    std::thread runner([&] {
+        while (!isOver)
+            task->runTask();
+    });
+    for (int i = 0; i < 2000; ++i)
+        task->waitTillFinished();
+    isOver = true;
+    assigner.join();
+    runner.join();
+    EXPECT_GT(runs, 0);
+}
+
+TEST_F(TaskStress, applicationObjectsComeAndGoWhileThreadsDispatch)
+{
+    std::atomic<bool> isOver{false};
+    std::atomic<int> sync{0};
+    std::atomic<int> async{0};
+    std::atomic<int> dispatched{0};
+    std::thread host([&] {
+        inThreads(3, [&](int thread) {
+            while (!isOver)
+                if (thread == 0) {
+                    dispatchSync([&] { ++sync; }, eQOS_Normal);
+                } else if (dispatched - async < 10'000) {
+                    ++dispatched;
+                    dispatchAsync([&] { ++async; }, thread == 1 ? eQOS_High : eQOS_Low);
+                } else {
+                    std::this_thread::yield();
+                }
+        });
+    });
+    for (int round = 0; round < 100; ++round) {
+        const int seen = sync;
+        EXPECT_TRUE(serveUntil([&] { return sync > seen; }));
+        application.reset();
+        application = makeApplication();
+    }
+    isOver = true;
+    host.join();
+    EXPECT_TRUE(serveUntil([&] { return async == dispatched; }));
+}
+
+TEST_F(TaskStress, aBacklogOfGuiTasksCostsTheSamePerTaskHoweverLongItIs)
+{
+    const auto timePerTask = [&](int count) {
+        int runs = 0;
+        std::thread([&] {
+            for (int i = 0; i < count; ++i)
+                dispatchAsync([&] { ++runs; }, eQOS_GUI);
+        }).join();
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_TRUE(serveUntil([&] { return runs == count; }));
+        const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
+        return time.count() / count;
+    };
+    timePerTask(10'000); // the first use of everything
+    const double shortBacklog = timePerTask(isSanitized ? 5'000 : 20'000);
+    const double longBacklog = timePerTask(isSanitized ? 80'000 : 1'000'000);
+    // Cost in proportion to the backlog would show as 16 or 50. The benchmark measures; this is no place to.
+    EXPECT_LT(longBacklog, 6 * shortBacklog);
+}

@@ -1,0 +1,42 @@
+#pragma once
+/// \file
+/// The threads of the process as the system sees them.
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace Brennic::Testing {
+
+/// The names of all threads of the process.
+inline std::vector<std::string> threadNames()
+{
+    std::vector<std::string> names;
+    std::error_code error; // a thread may end while its directory is read
+    for (std::filesystem::directory_iterator entry("/proc/self/task", error), end; entry != end;
+         entry.increment(error)) {
+        std::string name;
+        std::getline(std::ifstream(entry->path() / "comm"), name);
+        if (!name.empty())
+            names.push_back(name);
+    }
+    return names;
+}
+
+inline std::size_t threadCount()
+{
+    return threadNames().size();
+}
+
+/// The resident set of the process in bytes.
+inline std::size_t residentBytes()
+{
+    constexpr std::size_t pageSize = 4096;
+    std::size_t size = 0;
+    std::size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident * pageSize;
+}
+
+} // namespace Brennic::Testing
