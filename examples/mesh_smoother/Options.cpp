@@ -4,6 +4,7 @@
 #include <map>
 
 #include <CLI/CLI.hpp>
+#include <QThread>
 
 #include "MeshFormat.h"
 
@@ -15,6 +16,8 @@ const std::map<std::string, Brennic::Core::EKvsLogLevel> logLevels = {
     {"off", Brennic::Core::Off}};
 
 constexpr int maxIterations = 1'000'000;
+constexpr int maxSubdivisions = 8; // 65,536 triangles for each one
+constexpr int maxThreads = 256;
 
 std::string requireMeshFileName(const std::string& name)
 {
@@ -33,6 +36,14 @@ void declare(CLI::App& app, Options& options)
         ->check(CLI::Range(0, maxIterations))
         ->type_name("N")
         ->capture_default_str();
+    app.add_option("--subdivide", options.subdivisions,
+                   "How often to split each triangle into four first (Loop)")
+        ->check(CLI::Range(0, maxSubdivisions))
+        ->type_name("N")
+        ->capture_default_str();
+    app.add_option("--threads", options.threads, "How many threads smooth [all cores]")
+        ->check(CLI::Range(1, maxThreads))
+        ->type_name("N");
     app.add_option("--log", options.log, "Log file [beside the output]")->type_name("FILE");
     app.add_option_function<std::string>(
            "--log-level", [&options](const std::string& name) { options.logLevel = logLevels.at(name); },
@@ -67,6 +78,7 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
     CLI::App app("Smooths a triangle mesh (Taubin: it does not shrink) and reports how long each stage took.",
                  "mesh_smoother");
     Options options;
+    options.threads = QThread::idealThreadCount();
     declare(app, options);
     try {
         app.parse(argc, argv);

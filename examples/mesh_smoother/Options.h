@@ -15,6 +15,8 @@ struct Options
     std::filesystem::path log;
     std::filesystem::path report;
     int iterations = 10;
+    int subdivisions = 0;
+    int threads = 1; ///< set to the number of cores by \ref parseCommandLine
     Brennic::Core::EKvsLogLevel logLevel = Brennic::Core::Info;
     std::string logPattern; ///< empty: the kernel's own
 };

@@ -1,5 +1,6 @@
 #include "ProcessSource.h"
 
+#include "Pipeline.h"
 #include "ResidentMemory.h"
 
 std::int64_t ProcessSource::MemoryUsage()
@@ -9,5 +10,5 @@ std::int64_t ProcessSource::MemoryUsage()
 
 std::int64_t ProcessSource::FrameCount()
 {
-    return m_iterations;
+    return m_pipeline.iterationsDone();
 }

@@ -6,14 +6,16 @@
 
 #include <brn_mesh_kernel/diagnostics/IProfilerSource.h>
 
+class Pipeline;
+
 class ProcessSource final : public Brennic::Core::IProfilerSource
 {
 public:
+    explicit ProcessSource(const Pipeline& pipeline) : m_pipeline(pipeline) {}
+
     std::int64_t MemoryUsage() override;
     std::int64_t FrameCount() override;
 
-    void countIteration() { ++m_iterations; }
-
 private:
-    std::int64_t m_iterations = 0;
+    const Pipeline& m_pipeline;
 };

@@ -24,10 +24,10 @@ TaubinSmoother::TaubinSmoother(const Mesh& mesh)
     m_next.resize(m_positions.size());
 }
 
-void TaubinSmoother::iterate()
+void TaubinSmoother::iterate(const BlockLoop& loop)
 {
-    step(shrink);
-    step(inflate);
+    step(shrink, loop);
+    step(inflate, loop);
 }
 
 void TaubinSmoother::apply(Mesh& mesh) const
@@ -36,10 +36,12 @@ void TaubinSmoother::apply(Mesh& mesh) const
         mesh.set_point(vertex, m_positions[static_cast<std::size_t>(vertex.idx())]);
 }
 
-void TaubinSmoother::step(float factor)
+void TaubinSmoother::step(float factor, const BlockLoop& loop)
 {
-    for (std::size_t vertex = 0; vertex < m_positions.size(); ++vertex)
-        m_next[vertex] = moved(vertex, factor);
+    loop(m_positions.size(), [this, factor](std::size_t first, std::size_t last) {
+        for (std::size_t vertex = first; vertex < last; ++vertex)
+            m_next[vertex] = moved(vertex, factor);
+    });
     m_positions.swap(m_next);
 }
 

@@ -3,11 +3,13 @@
 /// Taubin smoothing: a shrinking step and an inflating one in turn, so that noise goes and the volume stays.
 ///
 /// Each step moves every vertex along the mean of its edges, reading the positions of the step before: the
-/// result does not depend on the order of vertices. Vertices on a border stay where they are.
+/// result does not depend on the order of vertices, nor on the blocks in which they are taken. Vertices on a
+/// border stay where they are.
 
 #include <cstddef>
 #include <vector>
 
+#include "BlockLoop.h"
 #include "Mesh.h"
 
 class TaubinSmoother
@@ -16,8 +18,8 @@ public:
     /// Copies the positions and the neighbourhoods of the mesh.
     explicit TaubinSmoother(const Mesh& mesh);
 
-    /// One iteration: both steps for all vertices.
-    void iterate();
+    /// One iteration: both steps for all vertices, each in blocks.
+    void iterate(const BlockLoop& loop);
 
     /// Writes the positions into the mesh that they came from.
     void apply(Mesh& mesh) const;
@@ -25,7 +27,7 @@ public:
 private:
     using Point = Mesh::Point;
 
-    void step(float factor);
+    void step(float factor, const BlockLoop& loop);
     Point moved(std::size_t vertex, float factor) const;
 
     std::vector<Point> m_positions;

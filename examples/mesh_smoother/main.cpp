@@ -1,48 +1,33 @@
 /// \file
-/// Smooths a triangle mesh, and shows on the way how a host uses the kernel.
+/// Smooths a triangle mesh, and shows on the way how a host uses the library.
+///
+/// The main thread runs the event loop and shows progress. The pipeline is a task on one of the library's own
+/// queues; while it smooths it waits for tasks on a queue of the program's, one for each block of vertices.
 
-#include <chrono>
+#include <exception>
 #include <filesystem>
 #include <iostream>
+#include <new>
 #include <stdexcept>
 
+#include <QCoreApplication>
 #include <boost/nowide/convert.hpp>
 
-#include <brn_mesh_common/Util.h>
-#include <brn_mesh_kernel/kernel/Kernel.h>
 #include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/tasks/Task.h>
 
-#include "MeshFile.h"
+#include "KernelSession.h"
 #include "Options.h"
+#include "Pipeline.h"
 #include "ProcessSource.h"
+#include "ProgressDisplay.h"
 #include "ReportTable.h"
-#include "TaubinSmoother.h"
+#include "Terminal.h"
 
 namespace {
 
-using namespace Brennic;
-
-std::wstring wide(const std::filesystem::path& path)
-{
-    return boost::nowide::widen(path.u8string());
-}
-
-void registerVersion()
-{
-    const std::wstring version = boost::nowide::widen(MESH_SMOOTHER_VERSION);
-    Objects::Util::RegisterVersionInfo({L"", L"Mesh smoother", version, L"brn_mesh_kernel", version});
-}
-
-void startKernel(Core::Kernel& kernel, ProcessSource& source, const Options& options)
-{
-    registerVersion();
-    kernel.SetLogFilePath(wide(options.log).c_str());
-    kernel.SetLogLevel(options.logLevel);
-    if (!options.logPattern.empty())
-        kernel.SetLogMessageFormat(boost::nowide::widen(options.logPattern).c_str());
-    kernel.SetProfilerSource(&source);
-    kernel.Initialize();
-}
+using namespace Brennic::Core;
 
 // Found out before the work is done rather than after it.
 void requireDirectoryOf(const std::filesystem::path& file)
@@ -53,28 +38,56 @@ void requireDirectoryOf(const std::filesystem::path& file)
                                  directory.string());
 }
 
-void smooth(Mesh& mesh, int iterations, ProcessSource& source)
+std::uintmax_t sizeOrZero(const std::filesystem::path& file)
 {
-    TaubinSmoother smoother(mesh);
-    for (int i = 0; i < iterations; ++i) {
-        smoother.iterate();
-        source.countIteration();
-    }
-    smoother.apply(mesh);
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(file, error);
+    return error ? 0 : size;
 }
 
-void processMesh(Core::Kernel& kernel, ProcessSource& source, const Options& options)
+// In the main thread, which is the one for waypoints and for output.
+void finishStage(Stage stage, const std::wstring& message, ProgressDisplay& display)
 {
-    Mesh mesh = loadMesh(options.input);
-    kernel.Logger()->Log(Core::Info, L"loaded %s: %zu vertices, %zu triangles", wide(options.input).c_str(),
-                         mesh.n_vertices(), mesh.n_faces());
-    kernel.ProfilerWaypoint(L"Load");
-    smooth(mesh, options.iterations, source);
-    kernel.Logger()->Log(Core::Info, L"smoothed in %d iterations", options.iterations);
-    kernel.ProfilerWaypoint(L"Smooth");
-    saveMesh(mesh, options.output);
-    kernel.Logger()->Log(Core::Info, L"saved %s", wide(options.output).c_str());
-    kernel.ProfilerWaypoint(L"Save");
+    display.clearLine();
+    Kernel::Instance().Logger()->Log(Info, L"%s", message.c_str());
+    Kernel::Instance().ProfilerWaypoint(stageName(stage));
+    std::cout.flush();
+    display.stageDone(boost::nowide::narrow(stageName(stage)));
+}
+
+// Runs the event loop until the pipeline is done; throws what the pipeline has thrown.
+void runToTheEnd(Pipeline& pipeline)
+{
+    std::exception_ptr failure;
+    const auto task = std::make_shared<Task>([&] {
+        try {
+            pipeline.run();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        dispatchAsync(&QCoreApplication::quit, eQOS_GUI);
+    });
+    TaskQueue::getGlobalQueue(eQOS_Normal)->addTask(task);
+    QCoreApplication::exec();
+    task->waitTillFinished();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void smoothMesh(const Options& options)
+{
+    Stages stages(options, sizeOrZero(options.input));
+    const auto display = std::make_shared<ProgressDisplay>();
+    stages.root()->setDelegate(display, true);
+    const BlockLoop loop = makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, options.threads));
+    Pipeline pipeline(options, stages, loop, [&display](Stage stage, const std::wstring& message) {
+        dispatchSync([&] { finishStage(stage, message, *display); }, eQOS_GUI);
+    });
+    ProcessSource source(pipeline);
+    const KernelSession session(options, source);
+    const InterruptWatch watch([&pipeline] { pipeline.interrupt(); });
+    runToTheEnd(pipeline);
+    display->finish();
 }
 
 void printResults(const Options& options)
@@ -85,15 +98,19 @@ void printResults(const Options& options)
     printReportTable(options.report, std::cout);
 }
 
-void run(Core::Kernel& kernel, ProcessSource& source, const Options& options)
+void run(const Options& options)
 {
     for (const std::filesystem::path& file : {options.output, options.log, options.report})
         requireDirectoryOf(file);
-    startKernel(kernel, source, options);
-    processMesh(kernel, source, options);
-    kernel.Terminate();
-    kernel.SaveWaypointsToXml(wide(options.report).c_str());
+    smoothMesh(options);
+    Kernel::Instance().SaveWaypointsToXml(boost::nowide::widen(options.report.u8string()).c_str());
     printResults(options);
+}
+
+int fail(const char* message)
+{
+    std::cerr << "mesh_smoother: " << message << '\n';
+    return exitFailed;
 }
 
 } // namespace
@@ -104,14 +121,15 @@ int main(int argc, char** argv)
     const std::optional<Options> options = parseCommandLine(argc, argv, exitCode);
     if (!options)
         return exitCode;
-    ProcessSource source;
-    Core::Kernel& kernel = Core::Kernel::Instance();
+    const QCoreApplication application(argc, argv);
     try {
-        run(kernel, source, *options);
+        run(*options);
+    } catch (const Interrupted&) {
+        endInterrupted();
+    } catch (const std::bad_alloc&) {
+        return fail("there is not enough memory");
     } catch (const std::exception& error) {
-        kernel.Terminate();
-        std::cerr << "mesh_smoother: " << error.what() << '\n';
-        return exitFailed;
+        return fail(error.what());
     }
     return exitDone;
 }

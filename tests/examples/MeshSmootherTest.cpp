@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <csignal>
 #include <string>
 #include <vector>
 
+#include <QProcess>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -116,12 +118,71 @@ TEST_F(MeshSmootherTest, everyFormatCanBeWrittenAndReadBack)
     }
 }
 
-TEST_F(MeshSmootherTest, theSameInputGivesTheSameBytes)
+TEST_F(MeshSmootherTest, theSameInputGivesTheSameBytesOnAnyNumberOfThreads)
 {
-    run({"mesh.obj", "--output", "first.ply"});
-    run({"mesh.obj", "--output", "second.ply"});
-    EXPECT_FALSE(readFile(directory / "first.ply").empty());
-    EXPECT_EQ(readFile(directory / "first.ply"), readFile(directory / "second.ply"));
+    EXPECT_EQ(run({"mesh.obj", "--subdivide", "6", "--threads", "1", "--output", "1.ply"}).exitCode, 0);
+    const std::string expected = readFile(directory / "1.ply");
+    EXPECT_FALSE(expected.empty());
+    for (const std::string threads : {"2", "3", "8"}) {
+        EXPECT_EQ(run({"mesh.obj", "--subdivide", "6", "--threads", threads, "--output", "n.ply"}).exitCode,
+                  0);
+        EXPECT_TRUE(readFile(directory / "n.ply") == expected) << threads;
+    }
+}
+
+TEST_F(MeshSmootherTest, subdivisionSplitsEachTriangleIntoFour)
+{
+    const ProgramResult result = run({"mesh.obj", "--subdivide", "3"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.out, HasSubstr("130 vertices, 256 triangles"));
+    EXPECT_THAT(readFile(directory / "mesh_smoothed_report.xml"), HasSubstr("name=\"Subdivide\""));
+}
+
+TEST_F(MeshSmootherTest, redirectedOutputHasALinePerStageAndNoControlCharacters)
+{
+    const ProgramResult result = run({"mesh.obj", "--subdivide", "1", "--log-level", "off"});
+    const std::vector<std::string> lines = splitLines(result.out);
+    ASSERT_GE(lines.size(), 4U);
+    EXPECT_THAT(lines[0], MatchesRegex("Load +[0-9.]+ s"));
+    EXPECT_THAT(lines[1], MatchesRegex("Subdivide +[0-9.]+ s"));
+    EXPECT_THAT(lines[2], MatchesRegex("Smooth +[0-9.]+ s"));
+    EXPECT_THAT(lines[3], MatchesRegex("Save +[0-9.]+ s"));
+    EXPECT_EQ(result.out.find_first_of("\r\x1b"), std::string::npos);
+}
+
+TEST_F(MeshSmootherTest, aTerminalShowsOneLiveLineOfItsWidth)
+{
+    const std::string command =
+        "stty cols 50; exec " MESH_SMOOTHER_PATH " mesh.obj --subdivide 7 --iterations 300 --log-level off";
+    const ProgramResult result = runProgram("script", {"-qec", command, "/dev/null"}, directory.path());
+    EXPECT_EQ(result.exitCode, 0);
+    std::size_t shown = 0;
+    const std::string erase = "\r\x1b[K";
+    std::size_t end = 0;
+    for (std::size_t start = 0; (start = result.out.find(erase, start)) != std::string::npos; start = end) {
+        start += erase.size();
+        end = result.out.find_first_of("\r\n", start);
+        const std::string line = result.out.substr(start, end - start);
+        EXPECT_LT(line.size(), 50U) << line;
+        shown += line.find(" %") != std::string::npos ? 1U : 0U;
+    }
+    EXPECT_GT(shown, 0U);
+    EXPECT_EQ(result.out.find('%', result.out.rfind(erase)), std::string::npos) << "the line is left behind";
+}
+
+TEST_F(MeshSmootherTest, anInterruptEndsTheRunByItsSignalAndLeavesNoMesh)
+{
+    QProcess process;
+    process.setWorkingDirectory(QString::fromStdString(directory.path().string()));
+    process.start(MESH_SMOOTHER_PATH, {"mesh.obj", "--subdivide", "7", "--iterations", "1000000"});
+    while (process.waitForReadyRead(10'000) && !process.peek(10'000).contains("Subdivide"))
+        continue;
+    ASSERT_TRUE(process.peek(10'000).contains("Subdivide"));
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(30'000));
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+    EXPECT_EQ(process.exitCode(), SIGINT);
+    EXPECT_THAT(fileNames(), ElementsAre("mesh.obj", "mesh_smoothed.log"));
 }
 
 TEST_F(MeshSmootherTest, aBadInputEndsWithOneLineAndLeavesNoMesh)
@@ -148,6 +209,8 @@ TEST_F(MeshSmootherTest, wrongUsageEndsWithCodeTwo)
                                                          {"mesh.obj", "--iterations", "-1"},
                                                          {"mesh.obj", "--iterations", "many"},
                                                          {"mesh.obj", "--log-level", "loud"},
+                                                         {"mesh.obj", "--threads", "0"},
+                                                         {"mesh.obj", "--subdivide", "9"},
                                                          {"mesh.obj", "--output", "out.xyz"},
                                                          {"mesh.obj", "--unknown"},
                                                          {"mesh.obj", "second.obj"}};
@@ -164,8 +227,8 @@ TEST_F(MeshSmootherTest, helpAndVersionGoToTheStandardOutput)
 {
     const ProgramResult help = run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
-    for (const char* option :
-         {"INPUT", "--output", "--iterations", "--log", "--log-level", "--log-pattern", "--report"})
+    for (const char* option : {"INPUT", "--output", "--iterations", "--subdivide", "--threads", "--log",
+                               "--log-level", "--log-pattern", "--report"})
         EXPECT_THAT(help.out, HasSubstr(option));
     const ProgramResult version = run({"--version"});
     EXPECT_EQ(version.exitCode, 0);

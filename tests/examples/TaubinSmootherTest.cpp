@@ -73,11 +73,16 @@ double roughness(const Mesh& mesh)
     return std::sqrt(squares / count - sum * sum / count / count);
 }
 
+void inOneBlock(std::size_t count, const BlockBody& body)
+{
+    body(0, count);
+}
+
 void smooth(Mesh& mesh, int iterations)
 {
     TaubinSmoother smoother(mesh);
     for (int i = 0; i < iterations; ++i)
-        smoother.iterate();
+        smoother.iterate(inOneBlock);
     smoother.apply(mesh);
 }
 

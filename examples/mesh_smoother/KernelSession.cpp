@@ -1,0 +1,28 @@
+#include "KernelSession.h"
+
+#include <boost/nowide/convert.hpp>
+
+#include <brn_mesh_common/Util.h>
+
+#include "Options.h"
+
+using Brennic::Core::Kernel;
+namespace Util = Brennic::Objects::Util;
+
+KernelSession::KernelSession(const Options& options, Brennic::Core::IProfilerSource& source)
+{
+    const std::wstring version = boost::nowide::widen(MESH_SMOOTHER_VERSION);
+    Util::RegisterVersionInfo({L"", L"Mesh smoother", version, L"brn_mesh_kernel", version});
+    Kernel& kernel = Kernel::Instance();
+    kernel.SetLogFilePath(boost::nowide::widen(options.log.u8string()).c_str());
+    kernel.SetLogLevel(options.logLevel);
+    if (!options.logPattern.empty())
+        kernel.SetLogMessageFormat(boost::nowide::widen(options.logPattern).c_str());
+    kernel.SetProfilerSource(&source);
+    kernel.Initialize();
+}
+
+KernelSession::~KernelSession()
+{
+    Kernel::Instance().Terminate();
+}

@@ -1,0 +1,94 @@
+#include "Pipeline.h"
+
+#include <utility>
+
+#include <OpenMesh/Tools/Subdivider/Uniform/LoopT.hh>
+#include <boost/nowide/convert.hpp>
+
+#include "MeshFile.h"
+#include "TaubinSmoother.h"
+
+namespace {
+
+std::wstring wide(const std::filesystem::path& path)
+{
+    return boost::nowide::widen(path.u8string());
+}
+
+std::wstring sizeOf(const Mesh& mesh)
+{
+    return std::to_wstring(mesh.n_vertices()) + L" vertices, " + std::to_wstring(mesh.n_faces()) +
+           L" triangles";
+}
+
+} // namespace
+
+Pipeline::Pipeline(const Options& options, Stages& stages, const BlockLoop& loop, StageDone stageDone)
+    : m_options(options), m_stages(stages), m_loop(loop), m_stageDone(std::move(stageDone))
+{
+}
+
+void Pipeline::run()
+{
+    load();
+    if (m_stages.has(Stage::Subdivide))
+        subdivide();
+    smooth();
+    save();
+}
+
+void Pipeline::load()
+{
+    m_stages.begin(Stage::Load);
+    m_mesh = loadMesh(m_options.input);
+    m_stages.report(Stage::Load, 1, 1);
+    m_stageDone(Stage::Load, L"loaded " + wide(m_options.input) + L": " + sizeOf(m_mesh));
+}
+
+void Pipeline::subdivide()
+{
+    m_stages.begin(Stage::Subdivide);
+    OpenMesh::Subdivider::Uniform::LoopT<Mesh> subdivider;
+    subdivider.attach(m_mesh);
+    const std::size_t all = std::size_t{1}
+                            << (2 * m_options.subdivisions); // each round costs four times the last
+    for (int i = 1; i <= m_options.subdivisions; ++i) {
+        stopIfInterrupted();
+        subdivider(1);
+        m_stages.report(Stage::Subdivide, std::size_t{1} << (2 * i), all);
+    }
+    subdivider.detach();
+    m_stageDone(Stage::Subdivide, L"subdivided: " + sizeOf(m_mesh));
+}
+
+void Pipeline::smooth()
+{
+    m_stages.begin(Stage::Smooth);
+    TaubinSmoother smoother(m_mesh);
+    for (int i = 0; i < m_options.iterations; ++i) {
+        stopIfInterrupted();
+        smoother.iterate(m_loop);
+        ++m_iterationsDone;
+        m_stages.report(Stage::Smooth, static_cast<std::size_t>(i) + 1,
+                        static_cast<std::size_t>(m_options.iterations));
+    }
+    smoother.apply(m_mesh);
+    m_stages.report(Stage::Smooth, 1, 1);
+    m_stageDone(Stage::Smooth, L"smoothed in " + std::to_wstring(m_options.iterations) + L" iterations on " +
+                                   std::to_wstring(m_options.threads) + L" threads");
+}
+
+void Pipeline::save()
+{
+    stopIfInterrupted();
+    m_stages.begin(Stage::Save);
+    saveMesh(m_mesh, m_options.output);
+    m_stages.report(Stage::Save, 1, 1);
+    m_stageDone(Stage::Save, L"saved " + wide(m_options.output));
+}
+
+void Pipeline::stopIfInterrupted() const
+{
+    if (m_isInterrupted)
+        throw Interrupted();
+}

@@ -1,0 +1,51 @@
+#pragma once
+/// \file
+/// The work of a run: load, subdivide, smooth, save.
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+#include "BlockLoop.h"
+#include "Mesh.h"
+#include "Options.h"
+#include "Stages.h"
+
+/// Thrown by a pipeline that was asked to stop.
+struct Interrupted
+{
+};
+
+class Pipeline
+{
+public:
+    /// Hears, in the thread that runs the pipeline, that a stage is done, and what to say of it.
+    using StageDone = std::function<void(Stage stage, const std::wstring& message)>;
+
+    /// \param loop runs the blocks of vertices; borrowed, as are the stages.
+    Pipeline(const Options& options, Stages& stages, const BlockLoop& loop, StageDone stageDone);
+
+    /// Does all of it. Throws what the stages throw, and `Interrupted`; in both cases no output is left.
+    void run();
+
+    /// Lets the run end before its next step. May be called from any thread.
+    void interrupt() { m_isInterrupted = true; }
+
+    /// How often all vertices have been smoothed. May be called from any thread.
+    int iterationsDone() const { return m_iterationsDone; }
+
+private:
+    void load();
+    void subdivide();
+    void smooth();
+    void save();
+    void stopIfInterrupted() const;
+
+    const Options& m_options;
+    Stages& m_stages;
+    const BlockLoop& m_loop;
+    StageDone m_stageDone;
+    Mesh m_mesh;
+    std::atomic<bool> m_isInterrupted{false};
+    std::atomic<int> m_iterationsDone{0};
+};

@@ -1,0 +1,20 @@
+#pragma once
+/// \file
+/// The text of the live line.
+
+#include <chrono>
+#include <string>
+
+struct RunState
+{
+    std::string stage;
+    double fraction = 0; ///< of the whole run, 0 to 1
+    std::chrono::duration<double> elapsed{0};
+};
+
+/// One line of at most \p width characters, such as
+///
+///     Smooth     [############--------]  61 %  0:07 elapsed  0:04 left
+///
+/// What does not fit is left out: first the bar, then the times, then the percentage.
+std::string progressLine(const RunState& state, std::size_t width);

@@ -1,0 +1,82 @@
+#include "Stages.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "Options.h"
+
+using Brennic::Core::Progress;
+
+namespace {
+
+// A parent counts whole units and drops the rest. Steps of 1/1024 are exact in a float, and so is their product
+// with a multiple of 1024: nothing is dropped.
+constexpr int stepsPerStage = 1024;
+constexpr double unitsForAll = 100.0 * stepsPerStage;
+
+using Costs = std::array<double, allStages.size()>;
+
+std::size_t index(Stage stage)
+{
+    return static_cast<std::size_t>(stage);
+}
+
+// In nanoseconds, as measured on one machine; only their proportions count.
+Costs estimateCosts(const Options& options, std::uintmax_t inputSize)
+{
+    constexpr double bytesPerTriangle = 34; // of a text file
+    const double triangles =
+        static_cast<double>(inputSize) / bytesPerTriangle * std::pow(4.0, options.subdivisions);
+    const double threads = options.threads;
+    Costs costs{};
+    costs[index(Stage::Load)] = static_cast<double>(inputSize) * 50;
+    costs[index(Stage::Subdivide)] = options.subdivisions == 0 ? 0 : triangles * 150;
+    costs[index(Stage::Smooth)] = triangles * (100 + options.iterations * 80 / threads);
+    costs[index(Stage::Save)] = triangles * 600;
+    return costs;
+}
+
+int unitsOf(double cost, double sum)
+{
+    const int steps = static_cast<int>(std::lround(unitsForAll * cost / sum / stepsPerStage));
+    return std::max(steps, 1) * stepsPerStage;
+}
+
+} // namespace
+
+const wchar_t* stageName(Stage stage)
+{
+    constexpr std::array<const wchar_t*, allStages.size()> names = {L"Load", L"Subdivide", L"Smooth",
+                                                                    L"Save"};
+    return names.at(index(stage));
+}
+
+Stages::Stages(const Options& options, std::uintmax_t inputSize) : m_root(std::make_shared<Progress>(0))
+{
+    const Costs costs = estimateCosts(options, inputSize);
+    const double sum = std::max(std::accumulate(costs.begin(), costs.end(), 0.0), 1.0);
+    for (const Stage stage : allStages) {
+        if (stage == Stage::Subdivide && options.subdivisions == 0)
+            continue;
+        m_stages.at(index(stage)) = std::make_shared<Progress>(stepsPerStage, stageName(stage));
+        m_root->addChildWithPendingCount(m_stages.at(index(stage)), unitsOf(costs.at(index(stage)), sum));
+    }
+}
+
+bool Stages::has(Stage stage) const
+{
+    return m_stages.at(index(stage)) != nullptr;
+}
+
+void Stages::begin(Stage stage)
+{
+    m_root->setDescription(stageName(stage));
+    report(stage, 0, 1);
+}
+
+void Stages::report(Stage stage, std::size_t done, std::size_t total)
+{
+    const std::size_t steps = total == 0 ? stepsPerStage : done * stepsPerStage / total;
+    m_stages.at(index(stage))->setCompletedUnitCount(static_cast<int>(steps));
+}

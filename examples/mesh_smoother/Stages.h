@@ -1,0 +1,47 @@
+#pragma once
+/// \file
+/// The stages of a run and how far each has come, as children of one root progress.
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <brn_mesh_kernel/progress/Progress.h>
+
+struct Options;
+
+enum class Stage
+{
+    Load,
+    Subdivide,
+    Smooth,
+    Save,
+};
+
+constexpr std::array<Stage, 4> allStages = {Stage::Load, Stage::Subdivide, Stage::Smooth, Stage::Save};
+
+/// The stage's name for people, for the log and for the report.
+const wchar_t* stageName(Stage stage);
+
+/// Progress of a run. All functions but the construction belong to the thread that does the work.
+class Stages
+{
+public:
+    /// Weighs the stages by what they will cost, judged by the size of the file and the options.
+    Stages(const Options& options, std::uintmax_t inputSize);
+
+    const std::shared_ptr<Brennic::Core::Progress>& root() const { return m_root; }
+
+    /// Whether the run has this stage at all.
+    bool has(Stage stage) const;
+
+    /// Makes it the stage that the root's description names.
+    void begin(Stage stage);
+    /// Reports that \p done of \p total parts of the stage are done.
+    void report(Stage stage, std::size_t done, std::size_t total);
+
+private:
+    std::shared_ptr<Brennic::Core::Progress> m_root;
+    std::array<std::shared_ptr<Brennic::Core::Progress>, allStages.size()> m_stages;
+};

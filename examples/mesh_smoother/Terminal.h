@@ -1,0 +1,31 @@
+#pragma once
+/// \file
+/// What the program needs to know of its terminal, and of the user's wish to stop.
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+
+/// Whether the standard output is shown to somebody.
+bool isOutputATerminal();
+
+/// The width of that terminal in characters at this moment; 80 where it does not tell.
+std::size_t terminalWidth();
+
+/// Ends the process as if the signal had not been caught, so that whoever started it sees that.
+[[noreturn]] void endInterrupted();
+
+/// Calls back in the thread that made it, through its event loop, when the user interrupts (Ctrl-C) or the
+/// process is asked to terminate. A second time ends the process at once.
+class InterruptWatch
+{
+public:
+    explicit InterruptWatch(std::function<void()> interrupted);
+    ~InterruptWatch();
+    InterruptWatch(const InterruptWatch&) = delete;
+    InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
+};
