@@ -18,6 +18,8 @@ namespace Brennic::Core {
 class Task::TaskImpl : public std::function<void()>
 {
 public:
+    TaskImpl() = default;
+    explicit TaskImpl(const std::function<void()>& function) : std::function<void()>(function) {}
     virtual ~TaskImpl() = default;
 
     std::function<void()>& function() { return *this; }
@@ -30,6 +32,7 @@ public:
     // been armed again by then.
     std::uint64_t m_finishedRuns = 0;
     std::uint64_t m_wakeUps = 0;
+    int m_waiters = 0;
 };
 
 // Counts the calling thread as waiting, if it is one of the queue's workers.
@@ -55,15 +58,14 @@ private:
 
 Task::Task() : m_impl(std::make_unique<TaskImpl>()) {}
 
-Task::Task(const std::function<void()>& function) : Task()
-{
-    *this = function;
-}
+Task::Task(const std::function<void()>& function) : m_impl(std::make_unique<TaskImpl>(function)) {}
 
 Task::Task(const Task& other)
-    : SharedObjectInternal(), QObject(), SharedObject(), m_impl(std::make_unique<TaskImpl>())
+    : SharedObjectInternal(),
+      QObject(),
+      SharedObject(),
+      m_impl(std::make_unique<TaskImpl>(other.m_impl->function()))
 {
-    *this = other;
 }
 
 Task::~Task() = default;
@@ -102,9 +104,15 @@ void Task::runTask()
     }
     m_impl->function()();
 
-    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    std::unique_lock<std::mutex> lock(m_impl->m_lock);
     m_impl->m_state = eFinished;
     ++m_impl->m_finishedRuns;
+    if (m_impl->m_waiters == 0)
+        return;
+    // Woken under the lock, the waiters would run into it. But a waiter may destroy a task that nobody owns.
+    const std::shared_ptr<SharedObjectInternal> self = weak_from_this().lock();
+    if (self)
+        lock.unlock();
     m_impl->m_finishedCondition.notify_all();
 }
 
@@ -129,7 +137,9 @@ void Task::waitForRunAfter(std::uint64_t runsBefore)
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     while (m_impl->m_finishedRuns == runsBefore) {
         if (wakeUpsSeen == m_impl->m_wakeUps || !mustRunInWaiterLocked()) {
+            ++m_impl->m_waiters;
             m_impl->m_finishedCondition.wait(lock);
+            --m_impl->m_waiters;
             continue;
         }
         wakeUpsSeen = m_impl->m_wakeUps;
@@ -156,7 +166,9 @@ void Task::wakeWaiters()
 
 std::shared_ptr<TaskQueue> Task::setQueue(TaskQueue* queue)
 {
-    std::shared_ptr<TaskQueue> reference = queue->shared_from_this();
+    // As shared_from_this() gives it, but without a cast at run time.
+    const std::shared_ptr<SharedObjectInternal> owner = queue->weak_from_this().lock();
+    std::shared_ptr<TaskQueue> reference = owner ? std::shared_ptr<TaskQueue>(owner, queue) : nullptr;
     const std::lock_guard<std::mutex> lock(m_impl->m_lock);
     if (m_impl->m_state != eRunning)
         m_impl->m_queue.swap(reference);

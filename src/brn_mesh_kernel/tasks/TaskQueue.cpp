@@ -114,6 +114,7 @@ void TaskQueue::addTask(std::shared_ptr<Task> task)
         const AnnouncedTicket announced(ticket);
         Q_EMIT newTaskArrived(task.get());
     }
+    notifyWorker();
     if (!ApplicationGate::isOpen())
         task->wakeWaiters();
 }
@@ -129,7 +130,36 @@ bool TaskQueue::appendTask(const std::shared_ptr<Task>& task, std::uint64_t& tic
     earlierQueue = task->setQueue(this);
     ticket = m_firstTicket + m_tasks.size();
     m_tasks.push_back(task);
+    m_nextTicket = ticket + 1;
     return true;
+}
+
+bool TaskQueue::hasPendingTasks() const
+{
+    return m_oldestTicket < m_nextTicket;
+}
+
+// An idle worker, unless one has been notified and has yet to begin: that one will notify the next. A worker
+// that is found active looks into its inbox again before it becomes idle.
+TaskWorker* TaskQueue::workerToNotify() const
+{
+    TaskWorker* idle = nullptr;
+    for (TaskWorker* worker : m_workers) {
+        const TaskWorker::State state = worker->state();
+        if (state == TaskWorker::State::Notified)
+            return nullptr;
+        if (state == TaskWorker::State::Idle && idle == nullptr)
+            idle = worker;
+    }
+    return idle;
+}
+
+void TaskQueue::notifyWorker()
+{
+    if (!hasPendingTasks())
+        return;
+    if (TaskWorker* const worker = workerToNotify())
+        worker->notify();
 }
 
 std::uint64_t TaskQueue::announcedTicket()
@@ -153,6 +183,8 @@ std::shared_ptr<Task> TaskQueue::findAndRemoveTask(const Announcement& announcem
 {
     if (announcement.ticket == 0)
         return findAndRemoveTask(announcement.task);
+    if (announcement.ticket < m_oldestTicket)
+        return {}; // the common case with several workers, and no reason to stop others
     const std::lock_guard<std::mutex> lock(m_mutex);
     const std::uint64_t index = announcement.ticket - m_firstTicket; // huge if it was forgotten long ago
     if (index >= m_tasks.size() || !m_tasks[index])
@@ -173,6 +205,7 @@ std::shared_ptr<Task> TaskQueue::takeTaskLocked(std::size_t index)
     std::shared_ptr<Task> task = std::move(m_tasks[index]);
     while (m_oldest < m_tasks.size() && !m_tasks[m_oldest])
         ++m_oldest;
+    m_oldestTicket = m_firstTicket + m_oldest;
     forgetTakenTasksLocked();
     return task;
 }

@@ -17,6 +17,7 @@
 /// Lifetime: a queue lives as long as a shared pointer to it: the caller's, or that of a task that was added
 /// to it. Its worker threads end by themselves after it; a task that is running then is completed.
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -113,6 +114,9 @@ private:
     bool areAllWorkersPaused() const;
 
     void addWorker();
+    bool hasPendingTasks() const;
+    TaskWorker* workerToNotify() const;
+    void notifyWorker();
     void setWorkerPaused(QThread* thread, bool isPaused);
     bool appendTask(const std::shared_ptr<Task>& task, std::uint64_t& ticket);
     std::shared_ptr<Task> takeOldestTask();
@@ -125,9 +129,12 @@ private:
     std::vector<TaskWorker*> m_workers;
     // In the order of arrival. What has been taken leaves an empty pointer until the oldest go together.
     std::vector<std::shared_ptr<Task>> m_tasks;
-    std::mutex m_mutex; // guards m_tasks, m_oldest and m_firstTicket
+    std::mutex m_mutex; // guards m_tasks and changes of what follows
     std::size_t m_oldest = 0;
     std::uint64_t m_firstTicket = 1;
+    // The tickets of the oldest pending task and of the next that is added; equal if none is pending.
+    std::atomic<std::uint64_t> m_oldestTicket{1};
+    std::atomic<std::uint64_t> m_nextTicket{1};
 };
 
 } // namespace Brennic::Core

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -99,17 +100,42 @@ void TaskWorker::hear(Task* pTask)
 {
     const Announcement announcement{pTask, TaskQueue::announcedTicket()};
     if (m_qos == eQOS_GUI && QThread::currentThread() == thread()) {
-        tryRunTask(announcement);
+        std::unique_lock<std::mutex> lock(m_mutex);
+        Claim claim = claimLocked(announcement);
+        lock.unlock();
+        run(std::move(claim));
         return;
     }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_inbox.push_back(announcement);
-        if (m_isEventOnItsWay || !ApplicationGate::isOpen())
+        // An idle worker is left to the queue. An active one gets an event: its task may be serving events.
+        const bool isFull = m_inbox.size() % inboxLimit == 0;
+        if ((m_state == State::Idle && !isFull) || !mustSendEventLocked())
             return;
-        m_isEventOnItsWay = true;
     }
     QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+}
+
+void TaskWorker::notify()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_state != State::Idle || !ApplicationGate::isOpen())
+            return;
+        m_state = State::Notified;
+        if (!mustSendEventLocked())
+            return;
+    }
+    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+}
+
+bool TaskWorker::mustSendEventLocked()
+{
+    if (m_isEventOnItsWay || !ApplicationGate::isOpen())
+        return false;
+    m_isEventOnItsWay = true;
+    return true;
 }
 
 void TaskWorker::loseQueue()
@@ -172,15 +198,16 @@ bool TaskWorker::mayGoOn()
 
 void TaskWorker::handOverAnnouncements()
 {
-    const auto start = std::chrono::steady_clock::now();
     startHandOver();
-    Announcement announcement;
-    for (int handedOver = 0; mayGoOn() && handedOver < batchLimit; ++handedOver) {
+    const auto start = std::chrono::steady_clock::now();
+    int announcementsLeft = announcementLimit;
+    for (int tasks = 0; mayGoOn() && tasks < batchLimit; ++tasks) {
         if (m_qos == eQOS_GUI && std::chrono::steady_clock::now() - start > guiBatchTime)
             break;
-        if (!nextAnnouncement(announcement))
+        Claim claim = claimNext(announcementsLeft);
+        if (!claim.task)
             break;
-        tryRunTask(announcement);
+        run(std::move(claim));
     }
     endHandOver();
 }
@@ -189,9 +216,10 @@ void TaskWorker::startHandOver()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        m_state = State::Active;
+        m_isEventOnItsWay = false;
         const std::size_t waiting = m_inbox.size() + m_taken.size() - m_nextTaken;
-        m_isEventOnItsWay = waiting > 1;
-        if (!m_isEventOnItsWay)
+        if (waiting < 2 || !mustSendEventLocked())
             return;
     }
     // Sent before the first task runs: a task that runs an event loop lets the others be served there.
@@ -203,51 +231,68 @@ void TaskWorker::endHandOver()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const bool isEmpty = m_inbox.empty() && m_nextTaken == m_taken.size();
-        if (isEmpty || m_isEventOnItsWay || !ApplicationGate::isOpen())
+        m_state = isEmpty || !ApplicationGate::isOpen() ? State::Idle : State::Notified;
+        if (isEmpty || !mustSendEventLocked())
             return;
-        m_isEventOnItsWay = true;
     }
     QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
 }
 
-bool TaskWorker::nextAnnouncement(Announcement& announcement)
+const Announcement* TaskWorker::nextAnnouncementLocked()
 {
     if (m_nextTaken == m_taken.size()) {
         m_nextTaken = 0;
         if (m_taken.capacity() > largestKeptInbox)
             std::vector<Announcement>().swap(m_taken);
         m_taken.clear();
-        const std::lock_guard<std::mutex> lock(m_mutex);
         m_taken.swap(m_inbox);
     }
-    if (m_taken.empty())
-        return false;
-    announcement = m_taken[m_nextTaken++];
-    return true;
+    return m_taken.empty() ? nullptr : &m_taken[m_nextTaken++];
+}
+
+// Hands over announcements until one leads to a task.
+TaskWorker::Claim TaskWorker::claimNext(int& announcementsLeft)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    while (announcementsLeft-- > 0) {
+        const Announcement* const announcement = nextAnnouncementLocked();
+        if (announcement == nullptr)
+            break;
+        if (Claim claim = claimLocked(*announcement); claim.task)
+            return claim;
+    }
+    return {};
+}
+
+TaskWorker::Claim TaskWorker::claimLocked(const Announcement& announcement)
+{
+    Claim claim;
+    if (m_queue == nullptr)
+        return claim;
+    claim.task = m_queue->findAndRemoveTask(announcement);
+    if (claim.task && m_queue->hasPendingTasks() && m_queue->workerToNotify() != nullptr)
+        claim.queue = m_queue->shared_from_this(); // empty if it is being destroyed
+    return claim;
 }
 
 void TaskWorker::tryRunTask(Task* pTask)
 {
-    tryRunTask(Announcement{pTask, 0});
+    std::unique_lock<std::mutex> lock(m_mutex);
+    Claim claim = claimLocked({pTask, 0});
+    lock.unlock();
+    run(std::move(claim));
 }
 
-void TaskWorker::tryRunTask(const Announcement& announcement)
+void TaskWorker::run(Claim claim)
 {
-    if (const std::shared_ptr<Task> task = claim(announcement))
-        run(task);
-}
-
-std::shared_ptr<Task> TaskWorker::claim(const Announcement& announcement)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_queue == nullptr ? nullptr : m_queue->findAndRemoveTask(announcement);
-}
-
-void TaskWorker::run(const std::shared_ptr<Task>& task)
-{
+    if (!claim.task)
+        return;
+    if (claim.queue)
+        claim.queue->notifyWorker();
+    claim.queue.reset();
     {
         const RunCount count(m_running);
-        task->runTask();
+        claim.task->runTask();
     }
     // Objects with static storage are being destroyed now, perhaps also some that releasing the task needs.
     if (m_qos != eQOS_GUI && ApplicationGate::hasEnded())

@@ -7,6 +7,10 @@
 /// the worker's inbox until one event brings the worker's thread to hand over what has gathered. However
 /// many tasks arrive, no more than one event is on its way.
 ///
+/// A thread is woken only if there is something left for it: the queue notifies one idle worker, and a worker
+/// that has claimed a task while others are pending notifies the next. The inboxes of those that stay idle
+/// gather news of tasks that have gone, and are emptied from time to time.
+///
 /// Lifetime: a worker outlives its queue. When the queue has gone it lets its thread end and is deleted
 /// there, as the thread's last act; the GUI worker is deleted by the GUI thread's event loop.
 
@@ -30,8 +34,24 @@ class TaskWorker : public QObject
     Q_OBJECT
 
 public:
-    /// The most announcements that are handed over before other events of the thread are served.
+    /// The most tasks that are run before other events of the thread are served.
     static constexpr int batchLimit = 128;
+
+    /// The most announcements that are handed over before other events of the thread are served.
+    static constexpr int announcementLimit = 4096;
+
+    /// The announcements after which an idle worker is notified even if there is nothing left for it.
+    static constexpr std::size_t inboxLimit = 1024;
+
+    enum class State
+    {
+        /// Has nothing to do and no event on its way, or one that finds nothing.
+        Idle,
+        /// An event is on its way that will hand over the inbox.
+        Notified,
+        /// Hands over its inbox, or runs a task.
+        Active,
+    };
 
     /// Thread: any; for `eQOS_GUI` it becomes the GUI thread and is raised to the highest priority.
     explicit TaskWorker(TaskQueue* queue);
@@ -49,6 +69,11 @@ public:
 
     /// Lets the worker end. Thread: that of the queue's destructor, which has called \ref loseQueue.
     void retire();
+
+    /// Lets an idle worker hand over its inbox; does nothing with any other. Thread: any.
+    void notify();
+
+    State state() const { return m_state; }
 
     /// Sends the worker an event, whether or not one is on its way. Thread: any.
     void wake();
@@ -75,7 +100,12 @@ public Q_SLOTS:
     void tryRunTask(Task* pTask);
 
 private:
-    void tryRunTask(const Announcement& announcement);
+    struct Claim
+    {
+        std::shared_ptr<Task> task;
+        std::shared_ptr<TaskQueue> queue; // if another worker should be notified
+    };
+
     void startThread();
     void enterThread();
     void leaveThread();
@@ -83,9 +113,11 @@ private:
     void handOverAnnouncements();
     void startHandOver();
     void endHandOver();
-    bool nextAnnouncement(Announcement& announcement);
-    std::shared_ptr<Task> claim(const Announcement& announcement);
-    void run(const std::shared_ptr<Task>& task);
+    bool mustSendEventLocked();
+    const Announcement* nextAnnouncementLocked();
+    Claim claimNext(int& announcementsLeft);
+    Claim claimLocked(const Announcement& announcement);
+    void run(Claim claim);
 
     const EQualityOfService m_qos;
     TaskQueue* m_queue; // guarded by m_mutex; null once the queue has gone
@@ -94,8 +126,9 @@ private:
     std::atomic<bool> m_isHeld{false};
     std::atomic<int> m_running{0}; // more than one where a task runs an event loop
     std::mutex m_mutex;
-    std::vector<Announcement> m_inbox; // guarded by m_mutex
-    bool m_isEventOnItsWay = false;    // guarded by m_mutex
+    std::vector<Announcement> m_inbox;       // guarded by m_mutex
+    bool m_isEventOnItsWay = false;          // guarded by m_mutex
+    std::atomic<State> m_state{State::Idle}; // changed under m_mutex
     // What has been taken from the inbox; only the worker's thread uses it.
     std::vector<Announcement> m_taken;
     std::size_t m_nextTaken = 0;
