@@ -1,13 +1,12 @@
 #pragma once
 /// \file
-/// Marks what `brn_mesh_common` exports. A host does not need it.
+/// `BRN_MESH_COMMON_EXPORT` marks what `brn_mesh_common` exports.
+/// The macro expands to an import in a host and to an export while the library itself is built.
 
-#if defined(_WIN32)
+#include <brn_mesh_kernel/library/Platform.h>
+
 #if defined(BRN_MESH_COMMON_BUILDING)
-#define BRN_MESH_COMMON_EXPORT __declspec(dllexport)
+#define BRN_MESH_COMMON_EXPORT BRN_SYMBOL_EXPORT
 #else
-#define BRN_MESH_COMMON_EXPORT __declspec(dllimport)
-#endif
-#else
-#define BRN_MESH_COMMON_EXPORT __attribute__((visibility("default")))
+#define BRN_MESH_COMMON_EXPORT BRN_SYMBOL_IMPORT
 #endif

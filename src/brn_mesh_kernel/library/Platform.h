@@ -1,0 +1,12 @@
+#pragma once
+/// \file
+/// What differs between platforms in the public headers: how a symbol enters and leaves a shared library.
+/// A host does not need it.
+
+#if defined(_WIN32)
+#define BRN_SYMBOL_EXPORT __declspec(dllexport)
+#define BRN_SYMBOL_IMPORT __declspec(dllimport)
+#else
+#define BRN_SYMBOL_EXPORT __attribute__((visibility("default")))
+#define BRN_SYMBOL_IMPORT __attribute__((visibility("default")))
+#endif
