@@ -1,7 +1,8 @@
 /// \file
 /// What a log record costs, beside log4cplus's own macros on the same logger with the same appender.
-/// Standard error should go nowhere: the debugger's copies are written there.
+/// Standard error goes nowhere meanwhile: the debugger's copies are written there.
 
+#include <cstdio>
 #include <filesystem>
 
 #include <benchmark/benchmark.h>
@@ -83,6 +84,8 @@ int main(int argc, char** argv)
     kernel.SetLogFilePath((directory / "benchmark.log").wstring().c_str());
     kernel.Initialize();
     leaveOnlyTheFile();
+    if (std::freopen("/dev/null", "w", stderr) == nullptr)
+        return 1;
     const int result = runWithRatios(
         argc, argv,
         {{"Log at a disabled level / macro on a held logger", "logDisabled", "macroDisabled", 1.5, ""},

@@ -8,5 +8,5 @@ configure_preset release
 build_preset release
 for benchmark in build/release/bin/*_benchmark; do
   say "$(basename "$benchmark")"
-  "$benchmark" "$@" 2>/dev/null
+  "$benchmark" "$@"
 done

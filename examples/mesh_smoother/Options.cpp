@@ -2,6 +2,7 @@
 
 #include <iostream>
 #include <map>
+#include <system_error>
 
 #include <CLI/CLI.hpp>
 #include <QThread>
@@ -61,6 +62,24 @@ std::filesystem::path besideOutput(const Options& options, const std::string& en
     return options.output.parent_path() / (options.output.stem().string() + ending);
 }
 
+bool isSameFile(const std::filesystem::path& first, const std::filesystem::path& second)
+{
+    std::error_code error;
+    return std::filesystem::weakly_canonical(first, error) ==
+           std::filesystem::weakly_canonical(second, error);
+}
+
+// The output may replace the input; any other pair would destroy one of the two.
+void requireDifferentFiles(const Options& options)
+{
+    if (isSameFile(options.log, options.input) || isSameFile(options.log, options.output))
+        throw CLI::ValidationError("--log", "the log cannot be the mesh's file");
+    if (isSameFile(options.report, options.input) || isSameFile(options.report, options.output))
+        throw CLI::ValidationError("--report", "the report cannot be the mesh's file");
+    if (isSameFile(options.report, options.log))
+        throw CLI::ValidationError("--report", "the report cannot be the log's file");
+}
+
 void fillInDefaults(Options& options)
 {
     if (options.output.empty())
@@ -82,10 +101,11 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
     declare(app, options);
     try {
         app.parse(argc, argv);
+        fillInDefaults(options);
+        requireDifferentFiles(options);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? exitDone : exitWrongUsage;
         return std::nullopt;
     }
-    fillInDefaults(options);
     return options;
 }

@@ -30,12 +30,16 @@ namespace {
 using namespace Brennic::Core;
 
 // Found out before the work is done rather than after it.
-void requireDirectoryOf(const std::filesystem::path& file)
+void requireWritablePlace(const std::filesystem::path& file)
 {
     const std::filesystem::path directory = std::filesystem::absolute(file).parent_path();
+    const std::string name = file.string();
     if (!std::filesystem::is_directory(directory))
-        throw std::runtime_error("cannot save " + file.string() + ": there is no directory " +
-                                 directory.string());
+        throw std::runtime_error("cannot save " + name + ": there is no directory " + directory.string());
+    if (std::filesystem::is_directory(file))
+        throw std::runtime_error("cannot save " + name + ": it is a directory");
+    if (boost::nowide::narrow(boost::nowide::widen(name)) != name)
+        throw std::runtime_error("cannot save " + name + ": its name is no valid UTF-8");
 }
 
 std::uintmax_t sizeOrZero(const std::filesystem::path& file)
@@ -101,10 +105,12 @@ void printResults(const Options& options)
 void run(const Options& options)
 {
     for (const std::filesystem::path& file : {options.output, options.log, options.report})
-        requireDirectoryOf(file);
+        requireWritablePlace(file);
     smoothMesh(options);
     Kernel::Instance().SaveWaypointsToXml(boost::nowide::widen(options.report.u8string()).c_str());
     printResults(options);
+    if (!std::cout.flush())
+        throw std::runtime_error("cannot print where the results are");
 }
 
 int fail(const char* message)

@@ -203,6 +203,55 @@ TEST_F(MeshSmootherTest, anOutputThatCannotBeWrittenEndsWithOneLineAndLosesNothi
     EXPECT_THAT(fileNames(), ElementsAre("mesh.obj"));
 }
 
+TEST_F(MeshSmootherTest, aPlaceThatIsADirectoryIsRefusedBeforeTheWork)
+{
+    std::filesystem::create_directory(directory / "taken.obj");
+    for (const std::string option : {"--output", "--log", "--report"})
+        expectOneLineAndFailure(run({"mesh.obj", option, "taken.obj"}), "taken.obj: it is a directory");
+    EXPECT_THAT(fileNames(), ElementsAre("mesh.obj", "taken.obj"));
+}
+
+TEST_F(MeshSmootherTest, aNameThatIsNoUtf8IsRefused)
+{
+    const ProgramResult result =
+        runProgram("sh", {"-c", "exec " MESH_SMOOTHER_PATH " mesh.obj --output \"$(printf 'a\\377.obj')\""},
+                   directory.path());
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(splitLines(result.err), ElementsAre(HasSubstr("its name is no valid UTF-8")));
+    EXPECT_THAT(fileNames(), ElementsAre("mesh.obj"));
+}
+
+TEST_F(MeshSmootherTest, aFileCannotServeTwice)
+{
+    const std::string mesh = readFile(directory / "mesh.obj");
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"mesh.obj", "--log", "mesh.obj"},
+          {"mesh.obj", "--report", "./mesh.obj"},
+          {"mesh.obj", "--output", "a.obj", "--report", "a.obj"},
+          {"mesh.obj", "--log", "a", "--report", "a"}}) {
+        const ProgramResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << ::testing::PrintToString(arguments);
+        EXPECT_THAT(result.err, HasSubstr("cannot be the"));
+    }
+    EXPECT_EQ(readFile(directory / "mesh.obj"), mesh);
+    EXPECT_THAT(fileNames(), ElementsAre("mesh.obj"));
+}
+
+TEST_F(MeshSmootherTest, theOutputMayReplaceTheInput)
+{
+    const std::string before = readFile(directory / "mesh.obj");
+    EXPECT_EQ(run({"mesh.obj", "--output", "mesh.obj"}).exitCode, 0);
+    EXPECT_NE(readFile(directory / "mesh.obj"), before);
+}
+
+TEST_F(MeshSmootherTest, anOutputThatNobodyCanReadIsAFailure)
+{
+    const ProgramResult result =
+        runProgram("sh", {"-c", "exec " MESH_SMOOTHER_PATH " mesh.obj > /dev/full"}, directory.path());
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("cannot print where the results are"));
+}
+
 TEST_F(MeshSmootherTest, wrongUsageEndsWithCodeTwo)
 {
     const std::vector<std::vector<std::string>> wrong = {{},

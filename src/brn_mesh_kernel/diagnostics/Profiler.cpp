@@ -17,6 +17,19 @@ std::int64_t toMilliseconds(std::int64_t ticks, std::int64_t frequency)
 
 } // namespace
 
+// Clears the marks of a run that ends.
+class Profiler::MarkReset
+{
+public:
+    explicit MarkReset(Profiler& profiler) : m_profiler(profiler) {}
+    ~MarkReset() { m_profiler.m_markCounter = m_profiler.m_markMemory = m_profiler.m_markFrames = 0; }
+    MarkReset(const MarkReset&) = delete;
+    MarkReset& operator=(const MarkReset&) = delete;
+
+private:
+    Profiler& m_profiler;
+};
+
 Profiler::Profiler(PerformanceCounter counter) : m_counter(counter) {}
 
 EKvsStatus Profiler::Initialize()
@@ -35,19 +48,19 @@ void Profiler::Start()
     Stop();
     if (m_frequency == 0)
         return;
-    m_markCounter = m_counter.now();
-    m_markFrames = frameCount();
+    const std::int64_t now = m_counter.now();
+    const std::int64_t frames = frameCount();
     m_markMemory = memoryUsage();
+    m_markFrames = frames;
+    m_markCounter = now; // last: a source that throws leaves no run open
 }
 
 void Profiler::Stop()
 {
     if (m_markCounter == 0)
         return;
+    const MarkReset reset(*this); // also if the source throws
     AddWaypoint(L"END");
-    m_markCounter = 0;
-    m_markMemory = 0;
-    m_markFrames = 0;
 }
 
 EKvsStatus Profiler::AddWaypoint(const wchar_t* name)
@@ -73,7 +86,12 @@ EKvsStatus Profiler::SetSource(IProfilerSource* source)
 {
     if (source == m_source)
         return Success;
-    Stop();
+    try {
+        Stop();
+    } catch (...) {
+        m_source = source;
+        throw;
+    }
     m_source = source;
     return Success;
 }

@@ -50,6 +50,8 @@ public:
     EKvsStatus WriteWaypointReport(const std::wstring& path) const;
 
 private:
+    class MarkReset;
+
     std::int64_t frameCount() const;
     std::int64_t memoryUsage() const;
 

@@ -7,7 +7,7 @@
 namespace Brennic::Core {
 
 /// Sends "[KVS_LOG] ", the message and a line feed, in one piece: lines of several threads never mix.
-/// Never throws away a line for its text: what is no valid Unicode is replaced by U+FFFD.
+/// What is no valid Unicode is replaced by U+FFFD.
 void writeDebuggerLine(const std::wstring& message);
 
 } // namespace Brennic::Core

@@ -29,7 +29,8 @@ enum class Length
 };
 
 // The lengths z and t are read as j.
-static_assert(sizeof(std::size_t) == sizeof(std::uintmax_t) && sizeof(std::ptrdiff_t) == sizeof(std::intmax_t));
+static_assert(sizeof(std::size_t) == sizeof(std::uintmax_t) &&
+              sizeof(std::ptrdiff_t) == sizeof(std::intmax_t));
 
 struct Conversion
 {

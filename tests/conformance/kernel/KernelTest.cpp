@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 
+#include <atomic>
 #include <cstdint>
 #include <thread>
 #include <vector>
@@ -58,15 +59,22 @@ TEST_F(KernelTest, instanceIsAlwaysTheSameObject)
     EXPECT_EQ(&Kernel::Instance(), &Kernel::Instance());
 }
 
-TEST_F(KernelTest, instanceIsTheSameForThreadsThatAskAtOnce)
+// Without the fixture, which makes the instance: here the threads do.
+TEST(KernelInstance, isTheSameForThreadsThatAskAtOnce)
 {
     std::vector<Kernel*> seen(8);
     std::vector<std::thread> threads;
+    std::atomic<std::size_t> ready{0};
     for (Kernel*& entry : seen)
-        threads.emplace_back([&entry] { entry = &Kernel::Instance(); });
+        threads.emplace_back([&] {
+            for (++ready; ready < seen.size();)
+                std::this_thread::yield();
+            entry = &Kernel::Instance();
+        });
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_THAT(seen, ::testing::Each(&kernel));
+    EXPECT_NE(seen.front(), nullptr);
+    EXPECT_THAT(seen, ::testing::Each(seen.front()));
 }
 
 TEST_F(KernelTest, theLevelIsInfoBeforeInitialize)
@@ -110,6 +118,15 @@ TEST_F(KernelTest, theDefaultLayoutIsThreadLevelAndMessage)
     logger().Log(Error, L"two");
     EXPECT_THAT(logLines(), ElementsAre(MatchesRegex("\\[[0-9a-fx]+\\] INFO  - one"),
                                         MatchesRegex("\\[[0-9a-fx]+\\] ERROR - two")));
+}
+
+TEST_F(KernelTest, recordsCarryTheLoggersName)
+{
+    kernel.SetLogMessageFormat(L"%c %m%n");
+    kernel.SetLogFilePath(wide(directory / "host.log").c_str());
+    kernel.Initialize();
+    logger().Log(Info, L"x");
+    EXPECT_THAT(logLines(), ElementsAre("Default x"));
 }
 
 TEST_F(KernelTest, aRecordBelowTheLevelWaitsUntilTheLevelIsLowered)

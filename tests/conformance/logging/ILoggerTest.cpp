@@ -100,6 +100,14 @@ TEST_F(ILoggerTest, everyCharacterArrivesAsUtf8UnderAUtf8Locale)
     EXPECT_EQ(console.text(), charactersUtf8 + std::string("\n"));
 }
 
+TEST_F(ILoggerTest, lettersOutsideAsciiAreLowerCasedWhereTheCLocaleKnowsThem)
+{
+    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    initializeWithPlainLines();
+    logger().Log(Info, L"\u00c4 %s", L"\u00c4");
+    EXPECT_THAT(logLines(), ElementsAre("\xC3\xA4 \xC3\x84"));
+}
+
 TEST_F(ILoggerTest, theGlobalCppLocaleChangesNoText)
 {
     const GlobalGroupingLocale locale;

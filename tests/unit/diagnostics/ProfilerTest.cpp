@@ -1,6 +1,7 @@
 #include <brn_mesh_kernel/diagnostics/Profiler.h>
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,8 @@ class FakeSource final : public IProfilerSource
 public:
     std::int64_t MemoryUsage() override
     {
+        if (throws)
+            throw std::runtime_error("no figures");
         calls += 'm';
         return memory;
     }
@@ -41,6 +44,7 @@ public:
     std::int64_t memory = 0;
     std::int64_t frames = 0;
     std::string calls;
+    bool throws = false;
 };
 
 class ProfilerTest : public ::testing::Test
@@ -219,6 +223,39 @@ TEST_F(ProfilerTest, elapsedSinceMarkMarksAndRecordsNothing)
     EXPECT_EQ(profiler.ElapsedSinceMark(), 2);
     g_now += 5'000;
     EXPECT_EQ(profiler.ElapsedSinceMark(), 5);
+    EXPECT_TRUE(profiler.Waypoints().empty());
+}
+
+TEST_F(ProfilerTest, aSourceThatThrowsOpensNoRun)
+{
+    source.throws = true;
+    profiler.SetSource(&source);
+    EXPECT_THROW(profiler.Start(), std::runtime_error);
+    source.throws = false;
+    EXPECT_EQ(profiler.AddWaypoint(L"a"), NotRunning);
+}
+
+TEST_F(ProfilerTest, aSourceThatThrowsRecordsNoWaypointAndLosesNone)
+{
+    profiler.SetSource(&source);
+    profiler.Start();
+    g_now += 2'000;
+    source.throws = true;
+    EXPECT_THROW(profiler.AddWaypoint(L"a"), std::runtime_error);
+    source.throws = false;
+    EXPECT_EQ(profiler.AddWaypoint(L"b"), Success);
+    EXPECT_THAT(names(), ElementsAre(L"b"));
+    EXPECT_EQ(profiler.Waypoints()[0].elapsed, 2);
+}
+
+TEST_F(ProfilerTest, aSourceThatThrowsIsLetGoAllTheSame)
+{
+    profiler.SetSource(&source);
+    profiler.Start();
+    source.throws = true;
+    EXPECT_THROW(profiler.SetSource(nullptr), std::runtime_error);
+    EXPECT_EQ(profiler.Source(), nullptr);
+    EXPECT_EQ(profiler.AddWaypoint(L"a"), NotRunning);
     EXPECT_TRUE(profiler.Waypoints().empty());
 }
 

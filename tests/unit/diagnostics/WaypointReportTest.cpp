@@ -80,6 +80,14 @@ TEST(WaypointReport, withoutVersionsThereIsNoVersionElement)
               "</Profiler>\n");
 }
 
+TEST(WaypointReport, productAndFileHaveVersionsOfTheirOwn)
+{
+    Util::RegisterVersionInfo({L"", L"File", L"1.2", L"Product", L"3.4"});
+    const std::vector<std::string> lines = splitLines(reportOf({}));
+    EXPECT_EQ(lines.at(2), "  <ProductVersion description=\"Product\" version=\"3.4\"/>");
+    EXPECT_EQ(lines.at(3), "  <FileVersion description=\"File\" version=\"1.2\"/>");
+}
+
 TEST(WaypointReport, emptyVersionTextsAreWrittenEmpty)
 {
     Util::RegisterVersionInfo({});

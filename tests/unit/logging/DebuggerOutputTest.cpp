@@ -6,6 +6,9 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "support/CapturedOutput.h"
@@ -21,12 +24,37 @@ TEST(DebuggerOutput, aLineIsThePrefixTheMessageAndALineFeed)
                                "e %s\n");
 }
 
-TEST(DebuggerOutput, aClosedStandardErrorIsIgnored)
+TEST(DebuggerOutput, aClosedStandardErrorLosesOnlyTheLinesOfThatTime)
 {
-    const CapturedOutput restoresStandardError(STDERR_FILENO);
+    const CapturedOutput debugger(STDERR_FILENO);
+    const int saved = ::dup(STDERR_FILENO);
     ::close(STDERR_FILENO);
     writeDebuggerLine(L"nobody hears");
-    SUCCEED();
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    writeDebuggerLine(L"heard again");
+    EXPECT_EQ(debugger.text(), "[KVS_LOG] heard again\n");
+}
+
+TEST(DebuggerOutput, aLineThatAFullPipeRefusesDoesNotSpoilTheNext)
+{
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_NONBLOCK), 0);
+    std::string received(1 << 20, '\0');
+    {
+        const CapturedOutput restoresStandardError(STDERR_FILENO);
+        ::dup2(ends[1], STDERR_FILENO);
+        writeDebuggerLine(std::wstring(200'000, L'x')); // more than a pipe takes
+        received.resize(static_cast<std::size_t>(::read(ends[0], received.data(), received.size())));
+        writeDebuggerLine(L"next");
+    }
+    EXPECT_EQ(received.find('\n'), std::string::npos);
+    std::array<char, 100> rest{};
+    const ssize_t count = ::read(ends[0], rest.data(), rest.size());
+    ASSERT_GT(count, 0);
+    EXPECT_EQ(std::string(rest.data(), static_cast<std::size_t>(count)), "\n[KVS_LOG] next\n");
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 // A pipe takes long lines in portions: the lines must still come out one after the other.
