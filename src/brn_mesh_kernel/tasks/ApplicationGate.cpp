@@ -40,6 +40,7 @@ Gate& gate()
     return *instance;
 }
 
+// The end is final.
 bool enter(GateState state)
 {
     const std::lock_guard<std::mutex> lock(gate().mutex);
@@ -120,8 +121,7 @@ void ApplicationGate::open()
 
 void ApplicationGate::close()
 {
-    if (!enter(GateState::Closed))
-        return;
+    enter(GateState::Closed);
     WorkerRegistry::instance().wakeAll(); // so that idle workers come to the gate
     WorkerRegistry::instance().wakeWaiters();
     waitUntilWorkersRest();

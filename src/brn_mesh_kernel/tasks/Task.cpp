@@ -164,15 +164,12 @@ void Task::wakeWaiters()
     m_impl->m_finishedCondition.notify_all();
 }
 
-std::shared_ptr<TaskQueue> Task::setQueue(TaskQueue* queue)
+std::shared_ptr<TaskQueue> Task::setQueue(std::shared_ptr<TaskQueue> queue)
 {
-    // As shared_from_this() gives it, but without a cast at run time.
-    const std::shared_ptr<SharedObjectInternal> owner = queue->weak_from_this().lock();
-    std::shared_ptr<TaskQueue> reference = owner ? std::shared_ptr<TaskQueue>(owner, queue) : nullptr;
     const std::lock_guard<std::mutex> lock(m_impl->m_lock);
     if (m_impl->m_state != eRunning)
-        m_impl->m_queue.swap(reference);
-    return reference;
+        m_impl->m_queue.swap(queue);
+    return queue;
 }
 
 } // namespace Brennic::Core

@@ -107,7 +107,9 @@ private:
     class TaskImpl;
     class PausedWorker;
 
-    std::shared_ptr<TaskQueue> setQueue(TaskQueue* queue);
+    // Returns the queue that the caller is to release, with no lock held: the earlier one, or the one that a
+    // running task does not take.
+    std::shared_ptr<TaskQueue> setQueue(std::shared_ptr<TaskQueue> queue);
     void waitForRunAfter(std::uint64_t runsBefore);
     bool mustRunInWaiterLocked() const;
     void wakeWaiters();

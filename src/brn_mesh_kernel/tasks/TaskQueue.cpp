@@ -104,9 +104,9 @@ void TaskQueue::addTask(std::shared_ptr<Task> task)
     if (!task)
         return;
     // Both stay until the announcement has been made, even if the task has run and released them by then.
-    const std::shared_ptr<SharedObjectInternal> self = weak_from_this().lock();
+    const std::shared_ptr<TaskQueue> self(weak_from_this().lock(), this);
     std::uint64_t ticket = 0;
-    if (!appendTask(task, ticket)) {
+    if (!appendTask(self, task, ticket)) {
         createQueue(m_qos, 1)->addTask(std::move(task));
         return;
     }
@@ -121,16 +121,17 @@ void TaskQueue::addTask(std::shared_ptr<Task> task)
 
 // Refuses the task if every worker waits. That is tested under the mutex: a worker that begins to wait after
 // the test finds the task, as it takes the mutex to look for pending ones.
-bool TaskQueue::appendTask(const std::shared_ptr<Task>& task, std::uint64_t& ticket)
+bool TaskQueue::appendTask(const std::shared_ptr<TaskQueue>& self, const std::shared_ptr<Task>& task,
+                           std::uint64_t& ticket)
 {
     std::shared_ptr<TaskQueue> earlierQueue; // released after the mutex, since it may end
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_qos != eQOS_GUI && areAllWorkersPaused())
         return false;
-    earlierQueue = task->setQueue(this);
+    earlierQueue = task->setQueue(self);
     ticket = m_firstTicket + m_tasks.size();
     m_tasks.push_back(task);
-    m_nextTicket = ticket + 1;
+    m_nextTicket.store(ticket + 1, std::memory_order_release);
     return true;
 }
 
@@ -156,9 +157,8 @@ TaskWorker* TaskQueue::workerToNotify() const
 
 void TaskQueue::notifyWorker()
 {
-    if (!hasPendingTasks())
-        return;
-    if (TaskWorker* const worker = workerToNotify())
+    TaskWorker* const worker = workerToNotify();
+    if (worker != nullptr && hasPendingTasks())
         worker->notify();
 }
 
@@ -205,7 +205,7 @@ std::shared_ptr<Task> TaskQueue::takeTaskLocked(std::size_t index)
     std::shared_ptr<Task> task = std::move(m_tasks[index]);
     while (m_oldest < m_tasks.size() && !m_tasks[m_oldest])
         ++m_oldest;
-    m_oldestTicket = m_firstTicket + m_oldest;
+    m_oldestTicket.store(m_firstTicket + m_oldest, std::memory_order_release);
     forgetTakenTasksLocked();
     return task;
 }

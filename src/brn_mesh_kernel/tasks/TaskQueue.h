@@ -118,7 +118,8 @@ private:
     TaskWorker* workerToNotify() const;
     void notifyWorker();
     void setWorkerPaused(QThread* thread, bool isPaused);
-    bool appendTask(const std::shared_ptr<Task>& task, std::uint64_t& ticket);
+    bool appendTask(const std::shared_ptr<TaskQueue>& self, const std::shared_ptr<Task>& task,
+                    std::uint64_t& ticket);
     std::shared_ptr<Task> takeOldestTask();
     std::shared_ptr<Task> takeTaskLocked(std::size_t index);
     void forgetTakenTasksLocked();

@@ -100,7 +100,7 @@ void TaskWorker::hear(Task* pTask)
 {
     const Announcement announcement{pTask, TaskQueue::announcedTicket()};
     if (m_qos == eQOS_GUI && QThread::currentThread() == thread()) {
-        std::unique_lock<std::mutex> lock(m_mutex);
+        std::unique_lock<std::mutex> lock(m_queueMutex);
         Claim claim = claimLocked(announcement);
         lock.unlock();
         run(std::move(claim));
@@ -140,7 +140,7 @@ bool TaskWorker::mustSendEventLocked()
 
 void TaskWorker::loseQueue()
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_queueMutex);
     m_queue = nullptr;
 }
 
@@ -170,7 +170,7 @@ void TaskWorker::wake()
 
 void TaskWorker::collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_queueMutex);
     if (m_queue == nullptr || m_queue->m_workers.empty() || m_queue->m_workers.front() != this)
         return;
     const std::vector<std::shared_ptr<Task>> pending = m_queue->pendingTasks();
@@ -199,10 +199,12 @@ bool TaskWorker::mayGoOn()
 void TaskWorker::handOverAnnouncements()
 {
     startHandOver();
-    const auto start = std::chrono::steady_clock::now();
+    const bool isGui = m_qos == eQOS_GUI;
+    const auto end = isGui ? std::chrono::steady_clock::now() + guiBatchTime
+                           : std::chrono::steady_clock::time_point::max();
     int announcementsLeft = announcementLimit;
     for (int tasks = 0; mayGoOn() && tasks < batchLimit; ++tasks) {
-        if (m_qos == eQOS_GUI && std::chrono::steady_clock::now() - start > guiBatchTime)
+        if (isGui && std::chrono::steady_clock::now() > end)
             break;
         Claim claim = claimNext(announcementsLeft);
         if (!claim.task)
@@ -238,13 +240,14 @@ void TaskWorker::endHandOver()
     QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
 }
 
-const Announcement* TaskWorker::nextAnnouncementLocked()
+const Announcement* TaskWorker::nextAnnouncement()
 {
     if (m_nextTaken == m_taken.size()) {
         m_nextTaken = 0;
         if (m_taken.capacity() > largestKeptInbox)
             std::vector<Announcement>().swap(m_taken);
         m_taken.clear();
+        const std::lock_guard<std::mutex> lock(m_mutex);
         m_taken.swap(m_inbox);
     }
     return m_taken.empty() ? nullptr : &m_taken[m_nextTaken++];
@@ -253,9 +256,9 @@ const Announcement* TaskWorker::nextAnnouncementLocked()
 // Hands over announcements until one leads to a task.
 TaskWorker::Claim TaskWorker::claimNext(int& announcementsLeft)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::lock_guard<std::mutex> lock(m_queueMutex);
     while (announcementsLeft-- > 0) {
-        const Announcement* const announcement = nextAnnouncementLocked();
+        const Announcement* const announcement = nextAnnouncement();
         if (announcement == nullptr)
             break;
         if (Claim claim = claimLocked(*announcement); claim.task)
@@ -270,14 +273,14 @@ TaskWorker::Claim TaskWorker::claimLocked(const Announcement& announcement)
     if (m_queue == nullptr)
         return claim;
     claim.task = m_queue->findAndRemoveTask(announcement);
-    if (claim.task && m_queue->hasPendingTasks() && m_queue->workerToNotify() != nullptr)
+    if (claim.task && m_queue->workerToNotify() != nullptr && m_queue->hasPendingTasks())
         claim.queue = m_queue->shared_from_this(); // empty if it is being destroyed
     return claim;
 }
 
 void TaskWorker::tryRunTask(Task* pTask)
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_queueMutex);
     Claim claim = claimLocked({pTask, 0});
     lock.unlock();
     run(std::move(claim));

@@ -114,17 +114,20 @@ private:
     void startHandOver();
     void endHandOver();
     bool mustSendEventLocked();
-    const Announcement* nextAnnouncementLocked();
+    const Announcement* nextAnnouncement();
     Claim claimNext(int& announcementsLeft);
     Claim claimLocked(const Announcement& announcement);
     void run(Claim claim);
 
     const EQualityOfService m_qos;
-    TaskQueue* m_queue; // guarded by m_mutex; null once the queue has gone
+    TaskQueue* m_queue; // guarded by m_queueMutex; null once the queue has gone
     std::atomic<bool> m_paused{false};
     std::atomic<bool> m_hasRetired{false};
     std::atomic<bool> m_isHeld{false};
     std::atomic<int> m_running{0}; // more than one where a task runs an event loop
+    // Apart from the other, which the threads that add tasks take: a worker that claims task after task meets
+    // them only when it empties its inbox.
+    std::mutex m_queueMutex;
     std::mutex m_mutex;
     std::vector<Announcement> m_inbox;       // guarded by m_mutex
     bool m_isEventOnItsWay = false;          // guarded by m_mutex

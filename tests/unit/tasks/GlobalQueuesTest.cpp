@@ -91,9 +91,9 @@ TEST_F(GlobalQueuesTest, onceTheLibraryIsDetachedAWaitRunsItsTaskItself)
 TEST_F(GlobalQueuesTest, aWorkerCompletesItsTaskAndNoOtherOnceTheLibraryIsDetached)
 {
     // Never destroyed: the worker holds what it has run until the process ends.
-    auto* const queue = new std::shared_ptr<TaskQueue>(TaskQueue::createQueue(eQOS_Normal, 1));
-    auto* const running = new BlockingTask;
-    auto* const pending = new std::shared_ptr<Task>(std::make_shared<Task>([] {}));
+    static auto* const queue = new std::shared_ptr<TaskQueue>(TaskQueue::createQueue(eQOS_Normal, 1));
+    static auto* const running = new BlockingTask;
+    static auto* const pending = new std::shared_ptr<Task>(std::make_shared<Task>([] {}));
     (*queue)->addTask(running->task);
     ASSERT_TRUE(running->hasStarted());
     (*queue)->addTask(*pending);
