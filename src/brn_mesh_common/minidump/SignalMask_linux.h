@@ -1,0 +1,45 @@
+#pragma once
+/// \file
+/// Internal, not installed. Signal masks as the kernel keeps them: 64 bits, without the C library's
+/// exceptions.
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+
+#include <brn_mesh_common/minidump/Syscall_linux.h>
+
+namespace Brennic::Minidump {
+
+class SignalMask
+{
+public:
+    static constexpr std::size_t size = 8;
+
+    static SignalMask all() { return SignalMask(~std::uint64_t{0}); }
+    static SignalMask of(std::initializer_list<int> signals)
+    {
+        SignalMask mask(0);
+        for (const int signal : signals)
+            mask.m_bits |= bit(signal);
+        return mask;
+    }
+    /// Applies the mask to this thread as `sigprocmask` does. \return the mask before.
+    SignalMask apply(int how) const
+    {
+        SignalMask before(0);
+        systemCall(SYS_rt_sigprocmask, how, &m_bits, &before.m_bits, size);
+        return before;
+    }
+
+    SignalMask without(const SignalMask& other) const { return SignalMask(m_bits & ~other.m_bits); }
+    const std::uint64_t* words() const { return &m_bits; }
+
+private:
+    explicit SignalMask(std::uint64_t bits) : m_bits(bits) {}
+    static std::uint64_t bit(int signal) { return std::uint64_t{1} << (signal - 1); }
+
+    std::uint64_t m_bits;
+};
+
+} // namespace Brennic::Minidump
