@@ -3,8 +3,10 @@
 /// Internal, not installed. Signal masks as the kernel keeps them: 64 bits, without the C library's
 /// exceptions.
 
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 
 #include <brn_mesh_common/minidump/Syscall_linux.h>
@@ -17,6 +19,8 @@ public:
     static constexpr std::size_t size = 8;
 
     static SignalMask all() { return SignalMask(~std::uint64_t{0}); }
+    /// All but the real-time signals.
+    static SignalMask standard() { return SignalMask((std::uint64_t{1} << 31) - 1); }
     static SignalMask of(std::initializer_list<int> signals)
     {
         SignalMask mask(0);
@@ -24,6 +28,14 @@ public:
             mask.m_bits |= bit(signal);
         return mask;
     }
+    /// The C library's record is longer than what the kernel knows of it.
+    static SignalMask from(const sigset_t& set)
+    {
+        SignalMask mask(0);
+        std::memcpy(&mask.m_bits, &set, size);
+        return mask;
+    }
+
     /// Applies the mask to this thread as `sigprocmask` does. \return the mask before.
     SignalMask apply(int how) const
     {
