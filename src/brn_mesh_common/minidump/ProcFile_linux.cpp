@@ -27,6 +27,23 @@ int openForReading(const char* path, int flags)
     return static_cast<int>(systemCall(SYS_openat, AT_FDCWD, path, O_RDONLY | O_CLOEXEC | flags, 0));
 }
 
+// The rest of the line behind the mark; empty if there is none.
+std::string_view fieldOf(std::string_view text, std::string_view mark)
+{
+    const std::size_t start = text.find(mark);
+    if (start == std::string_view::npos)
+        return {};
+    text.remove_prefix(start + mark.size());
+    return takeLine(text);
+}
+
+std::uint64_t hexadecimal(std::string_view text)
+{
+    std::uint64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number, 16);
+    return number;
+}
+
 } // namespace
 
 ProcPath procPath(std::int32_t process, std::string_view name)
@@ -102,14 +119,30 @@ bool TaskDirectory::refill()
     return size > 0;
 }
 
-bool hasEnded(std::int32_t process, std::int32_t thread)
+ThreadStatus readThreadStatus(std::int32_t process, std::int32_t thread)
+{
+    std::array<char, 4096> buffer{};
+    const std::size_t size =
+        readFile(taskPath(process, thread, "status").c_str(), buffer.data(), buffer.size());
+    const std::string_view text(buffer.data(), size);
+    const std::string_view state = fieldOf(text, "\nState:\t");
+    return {state.empty() || state[0] == 'Z' || state[0] == 'X', hexadecimal(fieldOf(text, "\nSigBlk:\t"))};
+}
+
+WaitingPlace readWaitingPlace(std::int32_t process, std::int32_t thread)
 {
     std::array<char, 256> buffer{};
     const std::size_t size =
-        readFile(taskPath(process, thread, "stat").c_str(), buffer.data(), buffer.size());
-    const std::string_view text(buffer.data(), size);
-    const std::size_t state = text.rfind(") "); // behind the name, which may hold anything
-    return state == std::string_view::npos || text.substr(state + 2, 1).find_first_of("ZX") == 0;
+        readFile(taskPath(process, thread, "syscall").c_str(), buffer.data(), buffer.size());
+    std::string_view text(buffer.data(), size);
+    const std::string_view line =
+        takeLine(text); // "number arguments... stack-pointer instruction", or "running"
+    const std::size_t last = line.rfind(" 0x");
+    const std::size_t beforeLast = last == std::string_view::npos ? last : line.rfind(" 0x", last - 1);
+    if (beforeLast == std::string_view::npos)
+        return {};
+    constexpr std::size_t prefix = 3;
+    return {hexadecimal(line.substr(beforeLast + prefix)), hexadecimal(line.substr(last + prefix))};
 }
 
 } // namespace Brennic::Minidump

@@ -45,7 +45,21 @@ private:
     alignas(8) char m_entries[4096];
 };
 
-/// Whether the thread has ended but is still listed, as the main thread is until the others end.
-bool hasEnded(std::int32_t process, std::int32_t thread);
+struct ThreadStatus
+{
+    bool hasEnded; ///< but is still listed, as the main thread is until the others end
+    std::uint64_t blockedSignals;
+};
+
+ThreadStatus readThreadStatus(std::int32_t process, std::int32_t thread);
+
+/// Where a thread waits in the system.
+struct WaitingPlace
+{
+    std::uint64_t stackPointer; ///< 0: it does not wait, or the system does not tell
+    std::uint64_t instruction;
+};
+
+WaitingPlace readWaitingPlace(std::int32_t process, std::int32_t thread);
 
 } // namespace Brennic::Minidump

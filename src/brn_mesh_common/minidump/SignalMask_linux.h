@@ -45,6 +45,7 @@ public:
     }
 
     SignalMask without(const SignalMask& other) const { return SignalMask(m_bits & ~other.m_bits); }
+    bool intersects(std::uint64_t bits) const { return (m_bits & bits) != 0; }
     const std::uint64_t* words() const { return &m_bits; }
 
 private:

@@ -4,6 +4,8 @@
 
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
 #include <brn_mesh_common/minidump/RegisterContext_linux.h>
+#include <brn_mesh_common/minidump/SignalMask_linux.h>
+#include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 
 namespace Brennic::Minidump {
 
@@ -94,6 +96,10 @@ bool SignalledThreads::stop(const Deadline& deadline)
     while (signalNewThreads() && !deadline.hasPassed())
         waitForAnswers(deadline);
     g_threads = nullptr; // an answer that comes later would change records that are being written
+    for (CapturedThread& thread : m_threads) {
+        findCrash(thread);
+        findWaitingPlace(m_process, thread);
+    }
     return true;
 }
 
@@ -102,12 +108,20 @@ bool SignalledThreads::signalNewThreads()
     const std::size_t knownBefore = m_threads.size();
     TaskDirectory tasks(m_process);
     while (const std::int32_t id = tasks.next()) {
-        if (m_threads.find(id) != nullptr || hasEnded(m_process, id) || m_threads.add(id) == nullptr)
-            continue;
-        if (systemCall(SYS_tgkill, m_process, id, m_signal) == 0)
-            ++m_asked;
+        if (m_threads.find(id) == nullptr)
+            signal(id);
     }
     return m_threads.size() != knownBefore;
+}
+
+void SignalledThreads::signal(std::int32_t id)
+{
+    const ThreadStatus status = readThreadStatus(m_process, id);
+    if (status.hasEnded || m_threads.add(id) == nullptr)
+        return;
+    const bool canAnswer = !SignalMask::of({m_signal}).intersects(status.blockedSignals);
+    if (canAnswer && systemCall(SYS_tgkill, m_process, id, m_signal) == 0)
+        ++m_asked;
 }
 
 void SignalledThreads::waitForAnswers(const Deadline& deadline)

@@ -30,6 +30,7 @@ public:
 
 private:
     bool signalNewThreads();
+    void signal(std::int32_t id);
     void waitForAnswers(const Deadline& deadline);
 
     std::int32_t m_process;

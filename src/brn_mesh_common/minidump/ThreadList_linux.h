@@ -45,14 +45,22 @@ public:
         return found == m_ids.end() ? nullptr : &m_threads[static_cast<std::size_t>(found - m_ids.begin())];
     }
 
-    void truncate(std::size_t size)
+    void removeGone()
     {
-        m_ids.truncate(size);
-        m_threads.truncate(size);
+        std::size_t count = 0;
+        for (const CapturedThread& thread : m_threads) {
+            if (thread.hasGone)
+                continue;
+            m_ids[count] = thread.id;
+            if (&m_threads[count] != &thread)
+                m_threads[count] = thread;
+            ++count;
+        }
+        m_ids.truncate(count);
+        m_threads.truncate(count);
     }
 
     std::size_t size() const { return m_threads.size(); }
-    CapturedThread& front() { return m_threads[0]; }
     CapturedThread* begin() { return m_threads.begin(); }
     CapturedThread* end() { return m_threads.end(); }
     const CapturedThread* begin() const { return m_threads.begin(); }

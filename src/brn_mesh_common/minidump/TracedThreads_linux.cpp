@@ -6,6 +6,7 @@
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
 #include <brn_mesh_common/minidump/RegisterContext_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
+#include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 #include <elf.h>
 #include <linux/ptrace.h>
 #include <sys/uio.h>
@@ -48,8 +49,12 @@ bool TracedThreads::stop(const Deadline& deadline)
     // Threads that still run may make new ones; once all are stopped, none comes along.
     while (seizeNewThreads() && !deadline.hasPassed())
         waitForStops(deadline);
-    for (CapturedThread& thread : m_threads)
+    m_threads.removeGone();
+    for (CapturedThread& thread : m_threads) {
         readRegisters(thread);
+        findCrash(thread);
+        findWaitingPlace(m_process, thread);
+    }
     return m_seized != 0 || !m_isRefused;
 }
 
@@ -67,7 +72,7 @@ bool TracedThreads::seizeNewThreads()
 void TracedThreads::seize(std::int32_t id)
 {
     const long result = systemCall(SYS_ptrace, PTRACE_SEIZE, id, nullptr, nullptr);
-    if (result == -ESRCH || (result < 0 && hasEnded(m_process, id)))
+    if (result == -ESRCH || (result < 0 && readThreadStatus(m_process, id).hasEnded))
         return;
     if (m_threads.add(id) == nullptr)
         return;

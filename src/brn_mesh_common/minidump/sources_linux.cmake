@@ -20,6 +20,7 @@ target_sources(
     minidump/SignalledThreads_linux.cpp
     minidump/StackFinder_linux.cpp
     minidump/SystemInfo_linux.cpp
+    minidump/ThreadPlace_linux.cpp
     minidump/TracedThreads_linux.cpp
 )
 # Nothing is left to be resolved while the process dies.

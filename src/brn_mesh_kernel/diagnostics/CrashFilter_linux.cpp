@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include <brn_mesh_common/minidump/Syscall_linux.h>
+#include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 #include <brn_mesh_kernel/diagnostics/CommandLog.h>
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
@@ -17,8 +18,6 @@
 namespace Brennic::Core {
 
 namespace {
-
-using Minidump::systemCall;
 
 // Process and thread that handle the crash; 0: none so far. A forked child inherits its parent's, and tells
 // by the process that it is not its own.
@@ -52,19 +51,13 @@ Role claimCrash()
     const std::uint64_t self = ownerWord();
     std::uint64_t owner = g_owner;
     while (processOf(owner) != processOf(self)) {
-        const bool isChild = owner != 0 && processOf(owner) == systemCall(SYS_getppid);
+        const bool isChild = owner != 0 && processOf(owner) == Minidump::systemCall(SYS_getppid);
         if (g_owner.compare_exchange_weak(owner, self))
             return isChild ? Role::ChildOfCrash : Role::First;
     }
     if (owner == self)
         return Role::Failed;
     return CrashReportThread::instance().isCurrent() ? Role::Report : Role::Other;
-}
-
-[[noreturn]] void waitForTheEnd()
-{
-    for (;;)
-        systemCall(SYS_pause);
 }
 
 void onTimeLimit(int /*signal*/, siginfo_t* information, void* /*context*/)
@@ -104,9 +97,9 @@ void onCrashSignal(int signal, siginfo_t* information, void* interrupted)
         g_steps.goOn();
     case Role::Report:
         CrashReportThread::instance().giveUp();
-        waitForTheEnd();
+        Minidump::waitAsCrashed(context);
     case Role::Other:
-        waitForTheEnd();
+        Minidump::waitAsCrashed(context);
     case Role::ChildOfCrash:
         letDefaultActionFollow(completeInformation(signal, information), context);
     }

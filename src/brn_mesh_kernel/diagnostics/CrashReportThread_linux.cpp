@@ -7,6 +7,7 @@
 #include <brn_mesh_common/minidump/Syscall_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
+#include <fcntl.h>
 #include <pthread.h>
 
 namespace Brennic::Core {
@@ -53,6 +54,7 @@ void CrashReportThread::start(Work work)
     m_work = work;
     m_thread = 0;
     m_state = number(State::Waiting);
+    m_spareDescriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
     const BlockedHostSignals inherited;
     try {
         std::thread(&CrashReportThread::main, this).detach();
@@ -70,6 +72,7 @@ bool CrashReportThread::run(const wchar_t* path, const Minidump::Deadline& deadl
     if (m_process != Minidump::processId() || isCurrent())
         return false;
     m_path = path;
+    Minidump::systemCall(SYS_close, m_spareDescriptor);
     m_state = number(State::Asked);
     Minidump::wakeAll(m_state);
     waitWhileEqual(m_state, number(State::Asked), deadline);

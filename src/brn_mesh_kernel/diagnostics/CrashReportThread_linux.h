@@ -48,6 +48,7 @@ private:
 
     Work m_work = nullptr;
     const wchar_t* m_path = nullptr;
+    int m_spareDescriptor = -1; // given up for the report, should the process have used up its descriptors
     std::atomic<std::int32_t> m_process{0}; // whose thread it is
     std::atomic<std::int32_t> m_thread{0};
     std::atomic<std::uint32_t> m_state{0};

@@ -13,7 +13,7 @@ std::atomic<bool> g_areKept{false};
 
 } // namespace
 
-const CrashSettings& currentCrashSettings()
+const CrashSettings& crashSettings()
 {
     return *g_current.load();
 }

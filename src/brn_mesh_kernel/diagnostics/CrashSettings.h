@@ -7,22 +7,19 @@
 /// replaced are freed, but not once a crash is under way, when the filter may be reading them.
 
 #include <functional>
-#include <memory>
 #include <string>
 
 namespace Brennic::Core {
-
-using SendCrashDumpHandler = std::function<bool(const wchar_t*)>;
 
 struct CrashSettings
 {
     std::wstring dumpFilePath; ///< empty: not set up
     std::wstring commandLogPath;
-    std::shared_ptr<const SendCrashDumpHandler> sendCrashDump; ///< null: none set
+    std::function<bool(const wchar_t*)> sendCrashDump;
 };
 
-/// The current settings, for threads that may change them. Thread: main thread.
-const CrashSettings& currentCrashSettings();
+/// The current settings, until others are published. Thread: main thread.
+const CrashSettings& crashSettings();
 
 /// Publishes other settings. Thread: main thread.
 void publishCrashSettings(CrashSettings settings);

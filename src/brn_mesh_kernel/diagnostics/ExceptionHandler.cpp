@@ -5,13 +5,12 @@
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
 #include <brn_mesh_kernel/diagnostics/CrashFilter.h>
-#include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 
 namespace Brennic::Core {
 
 EKvsStatus ExceptionHandler::Initialize()
 {
-    CrashSettings settings = currentCrashSettings();
+    CrashSettings settings = crashSettings();
     if (!settings.dumpFilePath.empty())
         return Success;
     const std::wstring processName = Objects::Util::GetCurrentProcessName();
@@ -32,7 +31,7 @@ const wchar_t* ExceptionHandler::DumpDirectory() const
 EKvsStatus ExceptionHandler::SetDumpDirectory(const wchar_t* directory)
 {
     m_dumpDirectory = directory;
-    CrashSettings settings = currentCrashSettings();
+    CrashSettings settings = crashSettings();
     settings.dumpFilePath.clear();
     settings.commandLogPath.clear();
     publishCrashSettings(std::move(settings));
@@ -41,11 +40,10 @@ EKvsStatus ExceptionHandler::SetDumpDirectory(const wchar_t* directory)
 
 EKvsStatus ExceptionHandler::SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler)
 {
-    CrashSettings settings = currentCrashSettings();
-    if (&handler == settings.sendCrashDump.get())
+    if (&handler == &crashSettings().sendCrashDump)
         return Success;
-    settings.sendCrashDump =
-        handler == nullptr ? nullptr : std::make_shared<const SendCrashDumpHandler>(handler);
+    CrashSettings settings = crashSettings();
+    settings.sendCrashDump = handler;
     publishCrashSettings(std::move(settings));
     return Success;
 }

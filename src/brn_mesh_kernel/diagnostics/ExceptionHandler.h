@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 
+#include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 #include <brn_mesh_kernel/kernel/IService.h>
 
 namespace Brennic::Core {

@@ -1,0 +1,106 @@
+#include "crash/child/Places.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <map>
+#include <thread>
+#include <vector>
+
+#include <brn_mesh_kernel/diagnostics/CrashStack.h>
+#include <brn_mesh_kernel/kernel/Kernel.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Brennic::Testing {
+
+namespace {
+
+using Function = std::function<void()>;
+
+void onThread(const Function& function)
+{
+    std::thread(function).join();
+}
+
+void onGuardedThread(const Function& function)
+{
+    std::thread([&function] {
+        const Core::CrashStack crashStack;
+        function();
+    }).join();
+}
+
+void onEightThreads(const Function& function)
+{
+    constexpr int count = 8;
+    std::atomic<int> ready{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i != count; ++i) {
+        threads.emplace_back([&ready, &function] {
+            ++ready;
+            while (ready != count)
+                std::this_thread::yield();
+            function();
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+void afterTerminate(const Function& function)
+{
+    Core::Kernel::Instance().Terminate();
+    function();
+}
+
+Function& functionAtExit()
+{
+    static auto* const function = new Function;
+    return *function;
+}
+
+void duringExit(const Function& function)
+{
+    functionAtExit() = function;
+    std::atexit([] { functionAtExit()(); });
+    std::exit(0);
+}
+
+// The parent's exit code is the signal that its child died of.
+void inForkedChild(const Function& function)
+{
+    const pid_t child = fork();
+    if (child == 0)
+        function();
+    int status = 0;
+    waitpid(child, &status, 0);
+    std::exit(WIFSIGNALED(status) ? WTERMSIG(status) : 100 + WEXITSTATUS(status));
+}
+
+const std::map<std::string, std::function<void(const Function&)>>& places()
+{
+    static const std::map<std::string, std::function<void(const Function&)>> table{
+        {"main", [](const Function& function) { function(); }},
+        {"thread", onThread},
+        {"guarded-thread", onGuardedThread},
+        {"eight-threads", onEightThreads},
+        {"after-terminate", afterTerminate},
+        {"exit", duringExit},
+        {"fork", inForkedChild},
+    };
+    return table;
+}
+
+} // namespace
+
+bool runIn(const std::string& name, const std::function<void()>& function)
+{
+    const auto found = places().find(name);
+    if (found == places().end())
+        return false;
+    found->second(function);
+    return true;
+}
+
+} // namespace Brennic::Testing
