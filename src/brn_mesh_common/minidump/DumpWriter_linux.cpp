@@ -98,6 +98,8 @@ void DumpWriter::writeMemory()
         memory.add(stack.start, stack.end);
     }
     addSurroundings(m_snapshot.threads.begin()->context);
+    const EnvironmentBlock environment = findEnvironment();
+    memory.leaveOut(environment.start, environment.end);
     memory.unite();
     memory.writeMemory(m_file);
     m_file.align();

@@ -33,6 +33,12 @@ void onForbiddenCall(int /*signal*/, siginfo_t* /*information*/, void* context)
     static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_RAX] = -ENOSYS;
 }
 
+SignalMask allButFaults()
+{
+    return SignalMask::all().without(
+        SignalMask::of({SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS}));
+}
+
 void handleFaults()
 {
     struct sigaction action
@@ -54,8 +60,8 @@ void handleFaults()
 
 HelperEnd HelperProcess::run(const Deadline& deadline)
 {
-    // No handler of the host may run in the helper, should the terminal send it a signal.
-    const SignalMask before = SignalMask::all().apply(SIG_SETMASK);
+    // The helper inherits it: no handler of the host may run there, should the terminal send it a signal.
+    const SignalMask before = allButFaults().apply(SIG_SETMASK);
     const bool isStarted = start();
     before.apply(SIG_SETMASK);
     if (!isStarted)
@@ -82,9 +88,6 @@ bool HelperProcess::start()
 int HelperProcess::enter(void* self)
 {
     handleFaults();
-    SignalMask::all()
-        .without(SignalMask::of({SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS}))
-        .apply(SIG_SETMASK);
     systemCall(SYS_close_range, firstPrivateDescriptor, ~0U, 0); // they may be used up, and none is ours
     auto& helper = *static_cast<HelperProcess*>(self);
     waitWhileEqual(helper.m_mayRun, 0, Deadline(timeToEnd));

@@ -12,6 +12,17 @@ void MemoryList::add(std::uint64_t start, std::uint64_t end)
         m_ranges.add({start, end, 0});
 }
 
+void MemoryList::leaveOut(std::uint64_t start, std::uint64_t end)
+{
+    for (std::size_t i = 0, count = m_ranges.size(); i != count; ++i) {
+        Range& range = m_ranges[i];
+        if (range.end <= start || range.start >= end)
+            continue;
+        add(end, range.end);
+        range.end = std::max(range.start, start);
+    }
+}
+
 void MemoryList::unite()
 {
     std::sort(m_ranges.begin(), m_ranges.end(),

@@ -17,6 +17,9 @@ public:
     void clear() { m_ranges.clear(); }
     void add(std::uint64_t start, std::uint64_t end);
 
+    /// Leaves [start, end) out of what has been added so far.
+    void leaveOut(std::uint64_t start, std::uint64_t end);
+
     /// Sorts the ranges and unites those that overlap or touch: readers refuse a list with overlaps.
     void unite();
     /// Writes the memory itself. A range that cannot be read to its end ends where it can.

@@ -1,5 +1,6 @@
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -127,6 +128,24 @@ ThreadStatus readThreadStatus(std::int32_t process, std::int32_t thread)
     const std::string_view text(buffer.data(), size);
     const std::string_view state = fieldOf(text, "\nState:\t");
     return {state.empty() || state[0] == 'Z' || state[0] == 'X', hexadecimal(fieldOf(text, "\nSigBlk:\t"))};
+}
+
+EnvironmentBlock findEnvironment()
+{
+    std::array<char, 1024> buffer{};
+    const std::size_t size = readFile("/proc/self/stat", buffer.data(), buffer.size());
+    std::string_view fields(buffer.data(), size);
+    fields.remove_prefix(
+        std::min(fields.size(), fields.rfind(')') + 1)); // behind the name, which may hold anything
+    constexpr int fieldsBefore = 47;                     // counted from behind the name
+    for (int i = 0; i != fieldsBefore; ++i)
+        fields.remove_prefix(std::min(fields.size(), fields.find(' ', 1)));
+    EnvironmentBlock block{};
+    const char* const end = fields.data() + fields.size();
+    const char* next = fields.data() + 1;
+    next = std::from_chars(next, end, block.start).ptr;
+    std::from_chars(next + 1, end, block.end);
+    return block;
 }
 
 WaitingPlace readWaitingPlace(std::int32_t process, std::int32_t thread)

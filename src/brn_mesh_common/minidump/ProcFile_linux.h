@@ -53,6 +53,15 @@ struct ThreadStatus
 
 ThreadStatus readThreadStatus(std::int32_t process, std::int32_t thread);
 
+struct EnvironmentBlock
+{
+    std::uint64_t start;
+    std::uint64_t end;
+};
+
+/// Where the environment variables lie that the process was started with: at the end of the main thread's stack.
+EnvironmentBlock findEnvironment();
+
 /// Where a thread waits in the system.
 struct WaitingPlace
 {

@@ -94,6 +94,8 @@ void CrashReportThread::main()
         continue;
     m_work(m_path);
     finish(State::Done);
+    for (;;) // its end would only disturb those who look at the threads now
+        Minidump::systemCall(SYS_pause);
 }
 
 void CrashReportThread::finish(State state)

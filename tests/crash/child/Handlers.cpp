@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cwchar>
+#include <fstream>
 #include <map>
 #include <stdexcept>
 
@@ -11,6 +12,7 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,11 +33,11 @@ void writeDown(const std::filesystem::path& file, const wchar_t* path)
     close(descriptor);
 }
 
-bool allocate(bool answer)
+bool allocate()
 {
     void* volatile memory = std::malloc(100'000);
     std::free(memory);
-    return answer;
+    return memory != nullptr;
 }
 
 bool waitForEver()
@@ -69,19 +71,51 @@ bool dieOfTermination()
     return raise(SIGTERM) == 0;
 }
 
-const std::map<std::string, std::function<bool()>>& reactions()
+bool checkFiles(const std::filesystem::path& directory)
 {
-    static const std::map<std::string, std::function<bool()>> table{
-        {"true", [] { return true; }},
-        {"false", [] { return false; }},
-        {"segfault", [] { return crash("null-write"); }},
-        {"abort", [] { return crash("abort"); }},
-        {"throw", [] { return crash("throw"); }},
-        {"wait", waitForEver},
-        {"allocate", [] { return allocate(true); }},
-        {"fork-and-crash", forkAndCrash},
-        {"change-settings", changeSettings},
-        {"terminate", dieOfTermination},
+    const bool hasDump = std::filesystem::exists(directory / "crash_child.dmp");
+    const bool hasReport = std::filesystem::file_size(directory / "crash_child_command_log.xml") > 0;
+    std::ofstream(directory / "found") << (hasDump && hasReport ? "dump and report" : "not all");
+    return true;
+}
+
+bool noteThread(const std::filesystem::path& directory)
+{
+    std::ofstream(directory / "thread") << gettid();
+    return true;
+}
+
+// For a directory that only this process can see.
+bool copyDump(const std::filesystem::path& directory)
+{
+    const std::filesystem::path copy = std::filesystem::temp_directory_path() / "copy.dmp";
+    return std::filesystem::copy_file(directory / "crash_child.dmp", copy);
+}
+
+bool endThread()
+{
+    pthread_exit(nullptr);
+}
+
+using React = std::function<bool(const std::filesystem::path& directory)>;
+
+const std::map<std::string, React>& reactions()
+{
+    static const std::map<std::string, React> table{
+        {"true", [](const auto&) { return true; }},
+        {"false", [](const auto&) { return false; }},
+        {"segfault", [](const auto&) { return crash("null-write"); }},
+        {"abort", [](const auto&) { return crash("abort"); }},
+        {"throw", [](const auto&) { return crash("throw"); }},
+        {"wait", [](const auto&) { return waitForEver(); }},
+        {"allocate", [](const auto&) { return allocate(); }},
+        {"fork-and-crash", [](const auto&) { return forkAndCrash(); }},
+        {"change-settings", [](const auto&) { return changeSettings(); }},
+        {"terminate", [](const auto&) { return dieOfTermination(); }},
+        {"end-thread", [](const auto&) { return endThread(); }},
+        {"check-files", checkFiles},
+        {"note-thread", noteThread},
+        {"copy-dump", copyDump},
     };
     return table;
 }
@@ -94,9 +128,9 @@ std::function<bool(const wchar_t*)> crashHandler(const std::string& name,
     const auto found = reactions().find(name);
     if (found == reactions().end())
         return nullptr;
-    return [file = directory / "handler", react = found->second](const wchar_t* path) {
+    return [directory, file = directory / "handler", react = found->second](const wchar_t* path) {
         writeDown(file, path);
-        return react();
+        return react(directory);
     };
 }
 

@@ -31,13 +31,14 @@ void onGuardedThread(const Function& function)
     }).join();
 }
 
-void onEightThreads(const Function& function)
+// All start together.
+void onThreads(int count, const Function& function)
 {
-    constexpr int count = 8;
     std::atomic<int> ready{0};
     std::vector<std::thread> threads;
     for (int i = 0; i != count; ++i) {
-        threads.emplace_back([&ready, &function] {
+        threads.emplace_back([count, &ready, &function] {
+            const Core::CrashStack crashStack;
             ++ready;
             while (ready != count)
                 std::this_thread::yield();
@@ -84,7 +85,8 @@ const std::map<std::string, std::function<void(const Function&)>>& places()
         {"main", [](const Function& function) { function(); }},
         {"thread", onThread},
         {"guarded-thread", onGuardedThread},
-        {"eight-threads", onEightThreads},
+        {"eight-threads", [](const Function& function) { onThreads(8, function); }},
+        {"two-guarded-threads", [](const Function& function) { onThreads(2, function); }},
         {"after-terminate", afterTerminate},
         {"exit", duringExit},
         {"fork", inForkedChild},

@@ -100,11 +100,17 @@ void useUpAddressSpace()
         continue;
 }
 
+void becomeNobody()
+{
+    require(geteuid() != 0 || setresuid(65534, 65534, 65534) == 0);
+    prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); // as for a program that was started by that user
+}
+
 void limitFileSize(rlim_t now, rlim_t atMost)
 {
     const rlimit limit{now, atMost};
     require(setrlimit(RLIMIT_FSIZE, &limit) == 0);
-    require(geteuid() != 0 || setresuid(65534, 65534, 65534) == 0); // who may not raise it again
+    becomeNobody(); // who may not raise it again
 }
 
 // A file system of the process's own, so that nobody else's runs full.
@@ -126,12 +132,6 @@ void fillDisk(const std::filesystem::path& directory)
     close(file);
 }
 
-void becomeNobody()
-{
-    require(geteuid() != 0 || setresuid(65534, 65534, 65534) == 0);
-    prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); // as for a program that was started by that user
-}
-
 void makeUnwritable(const std::filesystem::path& directory)
 {
     require(chmod(directory.c_str(), 0555) == 0);
@@ -141,11 +141,13 @@ void makeUnwritable(const std::filesystem::path& directory)
 // Somebody changes what a crash would use, all the time.
 void changeSettingsAllTheTime()
 {
-    startThread([] {
-        for (bool is = false;; is = !is) {
-            Core::Kernel::Instance().SetSendCrashDumpHandler([is](const wchar_t*) { return is; });
-            std::this_thread::yield();
-        }
+    const auto setHandler = [](bool answer) {
+        Core::Kernel::Instance().SetSendCrashDumpHandler([answer](const wchar_t*) { return answer; });
+    };
+    setHandler(true);
+    startThread([setHandler] {
+        for (bool answer = false;; answer = !answer)
+            setHandler(answer);
     });
 }
 
@@ -170,6 +172,10 @@ const std::map<std::string, Enter>& situations()
         {"no-ptrace-by-signal", [](const auto&) { answerCallsWith({SYS_ptrace}, Answer::Signal); }},
         {"no-memory-reading", [](const auto&) { answerCallsWith({SYS_process_vm_readv}, Answer::Error); }},
         {"no-helper", [](const auto&) { refuseNewProcesses(); }},
+        {"no-helper-by-signal",
+         [](const auto&) {
+             answerCallsWith({SYS_clone, SYS_ptrace, SYS_close_range}, Answer::Signal);
+         }},
         {"no-helper-no-signals",
          [](const auto&) {
              refuseNewProcesses();

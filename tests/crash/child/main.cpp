@@ -2,6 +2,7 @@
 /// Crashes on purpose, for a test that looks at what is left:
 ///
 ///     crash_child DIRECTORY KIND [before=SITUATION] [after=SITUATION] [handler=NAME] [in=PLACE] [log=SETTING]
+///                 [kernel=none] [delete=FILE [replace-by=FILE]]
 ///
 /// `before` and `after` the kernel is initialised. The exit code is 9x if it could not get as far as that.
 
@@ -65,8 +66,11 @@ void initialize(const std::filesystem::path& directory, const std::string& log)
         kernel.SetLogFilePath(logFile(directory / "other").c_str());
         kernel.Initialize();
     }
-    if (log == "two-kernels") {
+    if (log == "two-kernels" || log == "two-kernels-with-paths") {
         static auto* const second = new Core::Kernel;
+        std::filesystem::create_directories(directory / "other");
+        if (log == "two-kernels-with-paths")
+            second->SetLogFilePath(logFile(directory / "other").c_str());
         second->Initialize();
     }
 }
@@ -75,6 +79,14 @@ bool enter(const Options& options, const char* when, const std::filesystem::path
 {
     const std::string situation = options.get(when, "");
     return situation.empty() || enterSituation(situation, directory);
+}
+
+void takeAway(const std::string& file, const std::string& replacement)
+{
+    if (!file.empty())
+        std::filesystem::remove(file);
+    if (!replacement.empty())
+        std::filesystem::copy_file(replacement, file);
 }
 
 // Called by everything that crashes, so that a backtrace has a line of the host's that is always the same.
@@ -96,13 +108,12 @@ int main(int count, char** values)
 
     if (!enter(options, "before", directory))
         return wrongArguments;
-    initialize(directory, options.get("log", "file"));
+    if (options.get("kernel", "one") != "none")
+        initialize(directory, options.get("log", "file"));
     const std::string handler = options.get("handler", "none");
     if (handler != "none")
         Core::Kernel::Instance().SetSendCrashDumpHandler(crashHandler(handler, directory));
-    const std::string file = options.get("delete", "");
-    if (!file.empty())
-        std::filesystem::remove(file);
+    takeAway(options.get("delete", ""), options.get("replace-by", ""));
     if (!enter(options, "after", directory))
         return wrongArguments;
     const bool isKnown = runIn(options.get("in", "main"), [&kind] { workOnMesh(kind); });
