@@ -1,5 +1,6 @@
 #include <brn_mesh_common/minidump/SignalledThreads_linux.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
@@ -13,6 +14,8 @@ namespace {
 
 // Threads wait in their handlers no longer than a dump may take, should it never tell them to go on.
 constexpr std::int64_t longestWait = 6000;
+
+constexpr std::int64_t timeForPlaces = 100;
 
 // Where the handlers write. Static: an answer may come late, after the object is gone.
 std::atomic<ThreadList*> g_threads{nullptr};
@@ -95,11 +98,10 @@ bool SignalledThreads::stop(const Deadline& deadline)
     // Threads that still run may make new ones.
     while (signalNewThreads() && !deadline.hasPassed())
         waitForAnswers(deadline);
+    findWaitingPlaces(Deadline(timeForPlaces));
     g_threads = nullptr; // an answer that comes later would change records that are being written
-    for (CapturedThread& thread : m_threads) {
+    for (CapturedThread& thread : m_threads)
         findCrash(thread);
-        findWaitingPlace(m_process, thread);
-    }
     return true;
 }
 
@@ -117,18 +119,36 @@ bool SignalledThreads::signalNewThreads()
 void SignalledThreads::signal(std::int32_t id)
 {
     const ThreadStatus status = readThreadStatus(m_process, id);
-    if (status.hasEnded || m_threads.add(id) == nullptr)
+    if (status.hasEnded)
         return;
-    const bool canAnswer = !SignalMask::of({m_signal}).intersects(status.blockedSignals);
-    if (canAnswer && systemCall(SYS_tgkill, m_process, id, m_signal) == 0)
-        ++m_asked;
+    CapturedThread* const thread = m_threads.add(id);
+    if (thread == nullptr)
+        return;
+    // It gets the signal all the same: a thread that has just been made blocks all of them for a moment.
+    const bool isSent = systemCall(SYS_tgkill, m_process, id, m_signal) == 0;
+    thread->isDeaf = !isSent || SignalMask::of({m_signal}).intersects(status.blockedSignals);
 }
 
 void SignalledThreads::waitForAnswers(const Deadline& deadline)
 {
-    for (std::uint32_t answers = g_answers; answers < m_asked; answers = g_answers) {
+    const auto isAwaited = [](const CapturedThread& thread) {
+        return !thread.hasRegisters && !thread.isDeaf;
+    };
+    for (std::uint32_t answers = g_answers; std::any_of(m_threads.begin(), m_threads.end(), isAwaited);
+         answers = g_answers) {
         if (!waitWhileEqual(g_answers, answers, deadline))
             break;
+    }
+}
+
+// The others wait in the system, or will before long.
+void SignalledThreads::findWaitingPlaces(const Deadline& deadline)
+{
+    const auto isUnknown = [](const CapturedThread& thread) { return !thread.hasRegisters; };
+    while (std::any_of(m_threads.begin(), m_threads.end(), isUnknown) && !deadline.hasPassed()) {
+        for (CapturedThread& thread : m_threads)
+            findWaitingPlace(m_process, thread);
+        sleepMicroseconds(100);
     }
 }
 

@@ -32,11 +32,11 @@ private:
     bool signalNewThreads();
     void signal(std::int32_t id);
     void waitForAnswers(const Deadline& deadline);
+    void findWaitingPlaces(const Deadline& deadline);
 
     std::int32_t m_process;
     ThreadList& m_threads;
     int m_signal = 0;
-    std::uint32_t m_asked = 0;
     struct sigaction m_before
     {
     };

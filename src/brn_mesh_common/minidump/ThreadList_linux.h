@@ -16,6 +16,7 @@ struct CapturedThread
     std::int32_t id;
     bool hasRegisters;
     bool hasGone;         ///< ended before it could be stopped
+    bool isDeaf;          ///< blocks the signal that asks it for its registers
     int withheldSignal;   ///< a signal that it was about to take when it was stopped
     ContextAmd64 context; ///< zeros without registers
 };
