@@ -1,5 +1,7 @@
 #include "crash/support/CrashFixture.h"
 
+#include <sys/stat.h>
+
 using namespace Brennic::Testing;
 
 namespace {
@@ -9,9 +11,9 @@ constexpr int preparationFailed = 91;
 class CrashSituation : public CrashFixture
 {
 protected:
-    void expectDeath(const ProcessEnd& end) const
+    void expectDeath(const ProcessEnd& end, int signal = SIGSEGV) const
     {
-        EXPECT_EQ(end.signal, SIGSEGV) << "exit code " << end.exitCode << ", " << end.err;
+        EXPECT_EQ(end.signal, signal) << "exit code " << end.exitCode << ", " << end.err;
         EXPECT_LT(end.time.count(), 2000);
     }
 
@@ -166,6 +168,30 @@ TEST_F(CrashSituation, aHeapThatAllThreadsShareCostsTheReportAndTwoSeconds)
     EXPECT_GT(end.time.count(), 1900);
     EXPECT_LT(end.time.count(), 4000);
     expectGoodDump(dump(), SIGABRT, "crashInHeapByTopChunk");
+}
+
+TEST_F(CrashSituation, aReportThatHangsCostsTwoSeconds)
+{
+    ASSERT_EQ(mkfifo(report().c_str(), 0600), 0); // nobody reads it
+    const ProcessEnd end = crash("null-write", {"handler=true"});
+    EXPECT_EQ(end.exitCode, 1);
+    EXPECT_GT(end.time.count(), 1900);
+    EXPECT_LT(end.time.count(), 4000);
+    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
+}
+
+TEST_F(CrashSituation, aReportThatCrashesCostsNothing)
+{
+    expectDeath(crash("abort", {"after=crashing-report"}), SIGABRT);
+    expectGoodDump(dump(), SIGABRT, "crashByAbort");
+    EXPECT_EQ(countLines(readAllThreadsWithLldb(dump()).out, "crashByNullWrite"), 1U); // of the report
+}
+
+TEST_F(CrashSituation, aReportThatCannotBeWrittenCostsNothing)
+{
+    ASSERT_TRUE(std::filesystem::create_directory(report()));
+    expectDeath(crash("null-write"));
+    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
 }
 
 TEST_F(CrashSituation, settingsThatChangeAllTheTimeDoNotMatter)

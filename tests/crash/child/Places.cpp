@@ -1,7 +1,9 @@
 #include "crash/child/Places.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <map>
 #include <thread>
 #include <vector>
@@ -49,6 +51,27 @@ void onThreads(int count, const Function& function)
         thread.join();
 }
 
+// The second a while later, when the first one's crash is being handled.
+void onTwoThreadsInTurn(const Function& function)
+{
+    constexpr std::chrono::milliseconds aWhile{300};
+    std::promise<void> isFirstCrashing;
+    std::promise<void> never;
+    std::thread first([&] {
+        const Core::CrashStack crashStack;
+        isFirstCrashing.set_value();
+        function();
+    });
+    std::thread second([&] {
+        const Core::CrashStack crashStack;
+        isFirstCrashing.get_future().wait();
+        never.get_future().wait_for(aWhile);
+        function();
+    });
+    first.join();
+    second.join();
+}
+
 void afterTerminate(const Function& function)
 {
     Core::Kernel::Instance().Terminate();
@@ -86,7 +109,7 @@ const std::map<std::string, std::function<void(const Function&)>>& places()
         {"thread", onThread},
         {"guarded-thread", onGuardedThread},
         {"eight-threads", [](const Function& function) { onThreads(8, function); }},
-        {"two-guarded-threads", [](const Function& function) { onThreads(2, function); }},
+        {"two-threads-in-turn", onTwoThreadsInTurn},
         {"after-terminate", afterTerminate},
         {"exit", duringExit},
         {"fork", inForkedChild},

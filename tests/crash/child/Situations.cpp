@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <functional>
 #include <future>
+#include <locale>
 #include <map>
 #include <thread>
 #include <vector>
@@ -23,6 +24,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "crash/child/Crashes.h"
 #include "crash/child/Sandbox.h"
 
 #define BRN_NOT_INLINED __attribute__((noinline))
@@ -138,6 +140,17 @@ void makeUnwritable(const std::filesystem::path& directory)
     becomeNobody();
 }
 
+// Formats numbers, as the report does, by a null pointer.
+class CrashingPunctuation : public std::numpunct<char>
+{
+protected:
+    std::string do_grouping() const override
+    {
+        crash("null-write");
+        return {};
+    }
+};
+
 // Somebody changes what a crash would use, all the time.
 void changeSettingsAllTheTime()
 {
@@ -183,6 +196,8 @@ const std::map<std::string, Enter>& situations()
          }},
         {"one-heap", [](const auto&) { mallopt(M_ARENA_MAX, 1); }},
         {"changing-settings", [](const auto&) { changeSettingsAllTheTime(); }},
+        {"crashing-report",
+         [](const auto&) { std::locale::global(std::locale(std::locale(), new CrashingPunctuation)); }},
         {"as-nobody", [](const auto&) { becomeNobody(); }},
     };
     return table;
