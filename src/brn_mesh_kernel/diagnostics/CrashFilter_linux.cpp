@@ -25,6 +25,7 @@ std::atomic<std::uint64_t> g_owner{0};
 // The process that installed the filter first, which the files belong to.
 std::atomic<std::int32_t> g_homeProcess{0};
 CrashSteps g_steps;
+std::atomic<const CrashStack*> g_stackOfMainThread{nullptr};
 
 enum class Role
 {
@@ -134,8 +135,8 @@ void keepLibraryLoaded()
 // To the end of the process: the main thread's own variables are gone before that.
 void guardMainThread()
 {
-    static const auto* const stack = new CrashStack;
-    static_cast<void>(stack);
+    if (g_stackOfMainThread == nullptr)
+        g_stackOfMainThread = new CrashStack;
 }
 
 void guardOtherThread()

@@ -125,11 +125,9 @@ volatile bool g_isEndless = true; // the compiler shall not know
 
 BRN_NOT_INLINED int crashByRecursion(int depth)
 {
-    if (!g_isEndless)
-        return depth;
     volatile char frame[256]; // NOLINT(modernize-avoid-c-arrays)
     frame[0] = static_cast<char>(depth);
-    const int below = crashByRecursion(depth + 1);
+    const int below = g_isEndless ? crashByRecursion(depth + 1) : 0;
     return below + frame[0];
 }
 

@@ -140,14 +140,15 @@ void makeUnwritable(const std::filesystem::path& directory)
     becomeNobody();
 }
 
-// Formats numbers, as the report does, by a null pointer.
-class CrashingPunctuation : public std::numpunct<char>
+// Crashes where a thread other than the main one formats numbers, as the report's does.
+class CrashingNumbers : public std::num_put<char>
 {
 protected:
-    std::string do_grouping() const override
+    iter_type do_put(iter_type next, std::ios_base& format, char fill, long number) const override
     {
-        crash("null-write");
-        return {};
+        if (gettid() != getpid())
+            crash("null-write");
+        return std::num_put<char>::do_put(next, format, fill, number);
     }
 };
 
@@ -197,7 +198,7 @@ const std::map<std::string, Enter>& situations()
         {"one-heap", [](const auto&) { mallopt(M_ARENA_MAX, 1); }},
         {"changing-settings", [](const auto&) { changeSettingsAllTheTime(); }},
         {"crashing-report",
-         [](const auto&) { std::locale::global(std::locale(std::locale(), new CrashingPunctuation)); }},
+         [](const auto&) { std::locale::global(std::locale(std::locale(), new CrashingNumbers)); }},
         {"as-nobody", [](const auto&) { becomeNobody(); }},
     };
     return table;

@@ -18,6 +18,9 @@
 
 namespace Brennic::Testing {
 
+/// The crash child is linked with the sanitizer that the libraries are built for, if any.
+constexpr bool isSanitized = BRN_IS_SANITIZED != 0;
+
 class CrashFixture : public ::testing::Test
 {
 protected:
