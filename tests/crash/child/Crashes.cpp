@@ -41,6 +41,20 @@ struct Circle : Shape
 
 } // namespace Shapes
 
+namespace Depths { // a function of this file alone is compiled into a clone, whose name lldb does not print
+
+volatile bool g_isEndless = true; // the compiler shall not know
+
+BRN_NOT_INLINED int crashByRecursion(int depth)
+{
+    volatile char frame[256]; // NOLINT(modernize-avoid-c-arrays)
+    frame[0] = static_cast<char>(depth);
+    const int below = g_isEndless ? crashByRecursion(depth + 1) : 0;
+    return below + frame[0];
+}
+
+} // namespace Depths
+
 namespace {
 
 volatile int g_sink = 0;
@@ -121,16 +135,6 @@ BRN_NOT_INLINED void crashByForbiddenCall()
     g_sink = 1;
 }
 
-volatile bool g_isEndless = true; // the compiler shall not know
-
-BRN_NOT_INLINED int crashByRecursion(int depth)
-{
-    volatile char frame[256]; // NOLINT(modernize-avoid-c-arrays)
-    frame[0] = static_cast<char>(depth);
-    const int below = g_isEndless ? crashByRecursion(depth + 1) : 0;
-    return below + frame[0];
-}
-
 // What follows breaks the C library's heap, and is ended by its own checks.
 
 // Each with chunks that are too large to come from what has been freed before.
@@ -188,7 +192,7 @@ const std::map<std::string, std::function<void()>>& crashes()
         {"truncated-mapping", crashByTruncatedMapping},
         {"trap", crashByTrap},
         {"forbidden-call", crashByForbiddenCall},
-        {"stack-overflow", [] { crashByRecursion(0); }},
+        {"stack-overflow", [] { Depths::crashByRecursion(0); }},
         {"heap-top", crashInHeapByTopChunk},
         {"heap-free-list", crashInHeapByFreeList},
         {"heap-double-free", crashInHeapByDoubleFree},
