@@ -27,6 +27,7 @@ class DumpMiniDumpTest : public ::testing::Test
 {
 protected:
     DumpMiniDumpTest() { setenv("TMPDIR", m_directory.path().c_str(), 1); }
+    ~DumpMiniDumpTest() override { unsetenv("TMPDIR"); }
 
     std::filesystem::path dump() const { return m_directory / "asked.dmp"; }
     bool ask() const { return WinUtil::DumpMiniDump(nullptr, m_wideDump.c_str()); }

@@ -39,6 +39,28 @@ SignalMask allButFaults()
         SignalMask::of({SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS}));
 }
 
+// The C library's function of this kind is replaced by some tools. The child runs the function on its own stack,
+// and does not return.
+long cloneProcess(long flags, void* stackTop, const void* childId, void (*function)(void*), void* argument)
+{
+    long result = SYS_clone;
+    register const void* r10 asm("r10") = childId;
+    register long r8 asm("r8") = 0; // thread-local storage: the parent's
+    asm volatile("syscall\n\t"
+                 "test %%rax, %%rax\n\t"
+                 "jnz 1f\n\t"
+                 "xor %%ebp, %%ebp\n\t" // where backtraces end
+                 "mov %[argument], %%rdi\n\t"
+                 "call *%[function]\n\t"
+                 "hlt\n"
+                 "1:"
+                 : "+a"(result)
+                 : "D"(flags), "S"(stackTop), "d"(0L), "r"(r10),
+                   "r"(r8), [function] "b"(function), [argument] "r"(argument)
+                 : "rcx", "r11", "memory");
+    return result;
+}
+
 void handleFaults()
 {
     struct sigaction action
@@ -81,11 +103,11 @@ bool HelperProcess::start()
 {
     const int flags = CLONE_VM | CLONE_FS | CLONE_UNTRACED | CLONE_CHILD_CLEARTID;
     void* const stackTop = g_stack.data() + g_stack.size();
-    m_id = clone(enter, stackTop, flags, this, nullptr, nullptr, reinterpret_cast<pid_t*>(&m_isAlive));
+    m_id = static_cast<std::int32_t>(cloneProcess(flags, stackTop, &m_isAlive, enter, this));
     return m_id > 0;
 }
 
-int HelperProcess::enter(void* self)
+void HelperProcess::enter(void* self)
 {
     handleFaults();
     systemCall(SYS_close_range, firstPrivateDescriptor, ~0U, 0); // they may be used up, and none is ours
@@ -94,7 +116,6 @@ int HelperProcess::enter(void* self)
     helper.m_function(helper.m_argument);
     helper.m_hasReturned = true;
     systemCall(SYS_exit_group, 0);
-    return 0;
 }
 
 void HelperProcess::end()

@@ -32,7 +32,7 @@ public:
     HelperEnd run(const Deadline& deadline);
 
 private:
-    static int enter(void* self);
+    static void enter(void* self);
     bool start();
     void end();
 

@@ -1,8 +1,6 @@
 # The dump writer of Linux; elsewhere the platform brings its own.
 list(APPEND public_headers ExceptionPointers_linux.h)
-target_sources(
-  brn_mesh_common
-  PRIVATE
+set(minidump_sources
     minidump/DumpFile_linux.cpp
     minidump/DumpOutput_linux.cpp
     minidump/DumpPath_linux.cpp
@@ -23,5 +21,10 @@ target_sources(
     minidump/ThreadPlace_linux.cpp
     minidump/TracedThreads_linux.cpp
 )
+target_sources(brn_mesh_common PRIVATE ${minidump_sources})
+# ThreadSanitizer does not know processes that share memory.
+if(BRN_SANITIZER MATCHES "thread")
+  set_source_files_properties(${minidump_sources} PROPERTIES COMPILE_OPTIONS -fno-sanitize=thread)
+endif()
 # Nothing is left to be resolved while the process dies.
 target_link_options(brn_mesh_common PRIVATE LINKER:-z,now)

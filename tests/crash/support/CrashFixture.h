@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -19,7 +20,8 @@
 namespace Brennic::Testing {
 
 /// The crash child is linked with the sanitizer that the libraries are built for, if any.
-constexpr bool isSanitized = BRN_IS_SANITIZED != 0;
+constexpr std::string_view sanitizer = BRN_SANITIZER_NAME;
+constexpr bool isSanitized = !sanitizer.empty();
 
 class CrashFixture : public ::testing::Test
 {
