@@ -1,6 +1,7 @@
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
 
 #include <csignal>
+#include <memory>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -89,6 +90,7 @@ TEST(CrashStack, saysWhenThereIsNoMemoryForIt)
     if (!std::string_view(BRN_SANITIZER_NAME).empty())
         GTEST_SKIP() << "the sanitizer needs address space";
     std::thread([] {
+        const auto first = std::make_unique<int>(0); // the thread has a heap now
         rlimit before{};
         getrlimit(RLIMIT_AS, &before);
         const rlimit little{1 << 20, before.rlim_max};
