@@ -29,6 +29,20 @@ TEST_F(CrashPlace, anUncaughtExceptionOnAThreadOfTheHostIsNamed)
     expectGoodDump(dump(), SIGABRT, "crashByException");
 }
 
+TEST_F(CrashPlace, anUncaughtExceptionOnAWorkerIsNamed)
+{
+    EXPECT_EQ(crash("throw", {"in=worker"}).signal, SIGABRT);
+    expectReport();
+    expectGoodDump(dump(), SIGABRT, "crashByException");
+}
+
+TEST_F(CrashPlace, aWorkerSurvivesItsStackOverflowLongEnough)
+{
+    EXPECT_EQ(crash("stack-overflow", {"in=worker"}).signal, SIGSEGV);
+    expectReport();
+    expectGoodDump(dump(), SIGSEGV, "crashByRecursion");
+}
+
 TEST_F(CrashPlace, aThreadThatAskedSurvivesItsStackOverflowLongEnough)
 {
     EXPECT_EQ(crash("stack-overflow", {"in=guarded-thread"}).signal, SIGSEGV);

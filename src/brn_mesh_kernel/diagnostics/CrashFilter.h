@@ -13,14 +13,9 @@
 
 namespace Brennic::Core::CrashFilter {
 
-/// Installs the filter for the process, and for the calling thread what \ref guardThisThread gives it.
+/// Installs the filter for the process, and gives the calling thread a CrashStack until it ends.
 /// May be called again, by a host that has had its own handlers installed since.
 /// Thread: main thread.
 void install();
-
-/// Lets the calling thread handle a crash of its own even if it has overflowed its stack, until it ends.
-/// For the library's own threads; a host has CrashStack.
-/// Thread: any. Not safe in a signal handler.
-void guardThisThread();
 
 } // namespace Brennic::Core::CrashFilter

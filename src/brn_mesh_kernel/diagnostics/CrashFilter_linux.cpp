@@ -124,12 +124,9 @@ void installHandlers()
         sigaction(signal, &action, nullptr);
 }
 
-// The handlers stay for good, so their code has to.
-void keepLibraryLoaded()
+bool isMainThread()
 {
-    Dl_info library{};
-    if (dladdr(reinterpret_cast<void*>(&onCrashSignal), &library) != 0)
-        dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+    return Minidump::threadId() == Minidump::processId();
 }
 
 // To the end of the process: the main thread's own variables are gone before that.
@@ -144,9 +141,12 @@ void guardOtherThread()
     thread_local const CrashStack stack;
 }
 
-bool isMainThread()
+// The handlers stay for good, so their code has to.
+void keepLibraryLoaded()
 {
-    return Minidump::threadId() == Minidump::processId();
+    Dl_info library{};
+    if (dladdr(reinterpret_cast<void*>(&onCrashSignal), &library) != 0)
+        dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
 } // namespace
@@ -155,18 +155,10 @@ void CrashFilter::install()
 {
     std::int32_t nobody = 0;
     g_homeProcess.compare_exchange_strong(nobody, Minidump::processId());
-    guardThisThread();
+    isMainThread() ? guardMainThread() : guardOtherThread();
     CrashReportThread::instance().start(writeCommandLog);
     keepLibraryLoaded();
     installHandlers();
-}
-
-void CrashFilter::guardThisThread()
-{
-    if (isMainThread())
-        guardMainThread();
-    else
-        guardOtherThread();
 }
 
 } // namespace Brennic::Core

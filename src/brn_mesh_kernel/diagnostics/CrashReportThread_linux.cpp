@@ -5,8 +5,8 @@
 #include <thread>
 
 #include <brn_mesh_common/minidump/Syscall_linux.h>
-#include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
+#include <brn_mesh_kernel/diagnostics/CrashStack.h>
 #include <fcntl.h>
 #include <pthread.h>
 
@@ -87,7 +87,7 @@ bool CrashReportThread::isCurrent() const
 void CrashReportThread::main()
 {
     pthread_setname_np(pthread_self(), "crash-report");
-    CrashFilter::guardThisThread();
+    const CrashStack crashStack;
     allocateOnce();
     m_thread = Minidump::threadId();
     while (!waitWhileEqual(m_state, number(State::Waiting), Minidump::Deadline(practicallyEndless)))

@@ -8,8 +8,10 @@
 #include <thread>
 #include <vector>
 
+#include <QCoreApplication>
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
 #include <brn_mesh_kernel/kernel/Kernel.h>
+#include <brn_mesh_kernel/tasks/Dispatch.h>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,6 +25,15 @@ using Function = std::function<void()>;
 void onThread(const Function& function)
 {
     std::thread(function).join();
+}
+
+void onWorker(const Function& function)
+{
+    int count = 1;
+    char name[] = "crash_child";
+    char* arguments[] = {name, nullptr};
+    const QCoreApplication application(count, arguments);
+    Core::dispatchSync(function, Core::eQOS_Normal);
 }
 
 void onGuardedThread(const Function& function)
@@ -107,6 +118,7 @@ const std::map<std::string, std::function<void(const Function&)>>& places()
     static const std::map<std::string, std::function<void(const Function&)>> table{
         {"main", [](const Function& function) { function(); }},
         {"thread", onThread},
+        {"worker", onWorker},
         {"guarded-thread", onGuardedThread},
         {"eight-threads", [](const Function& function) { onThreads(8, function); }},
         {"two-threads-in-turn", onTwoThreadsInTurn},
