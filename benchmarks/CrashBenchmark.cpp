@@ -73,7 +73,7 @@ void loadModules(const std::filesystem::path& directory)
 
 void fillMemory(std::size_t megabytes)
 {
-    constexpr std::size_t megabyte = 1024 * 1024;
+    constexpr std::size_t megabyte = 1024UL * 1024;
     auto* const memory = new std::vector<char>(megabytes * megabyte, 'x'); // stays
     if (memory->back() != 'x')
         std::abort();

@@ -1,5 +1,7 @@
 #include "crash/support/CrashFixture.h"
 
+#include <cstdlib>
+
 #include <sys/stat.h>
 
 using namespace Brennic::Testing;
@@ -171,7 +173,9 @@ TEST_F(CrashSituation, aHeapThatAllThreadsShareCostsTheReportAndTwoSeconds)
 {
     if (isSanitized)
         GTEST_SKIP() << "the sanitizer's heap does not break so";
-    const ProcessEnd end = crash("heap-top", {"before=one-heap"});
+    setenv("GLIBC_TUNABLES", "glibc.malloc.arena_max=1", 1);
+    const ProcessEnd end = crash("heap-top");
+    unsetenv("GLIBC_TUNABLES");
     EXPECT_EQ(end.signal, SIGABRT);
     EXPECT_GT(end.time.count(), 1900);
     EXPECT_LT(end.time.count(), 4000);

@@ -12,11 +12,11 @@ namespace Brennic::Minidump {
 namespace {
 
 constexpr std::uint64_t surroundings = 512; // of what a register points to, in each direction
-constexpr std::uint64_t mostOfCallingStack = 512 * 1024;
-constexpr std::uint64_t mostOfOtherStack = 128 * 1024;
-constexpr std::uint64_t leastOfOtherStack = 8 * 1024;
-constexpr std::uint64_t mostOfAllOtherStacks = 16 * 1024 * 1024;
-constexpr std::uint64_t shortStack = 8 * 1024;
+constexpr std::uint64_t mostOfCallingStack = 512UL * 1024;
+constexpr std::uint64_t mostOfOtherStack = 128UL * 1024;
+constexpr std::uint64_t leastOfOtherStack = 8UL * 1024;
+constexpr std::uint64_t mostOfAllOtherStacks = 16UL * 1024 * 1024;
+constexpr std::uint64_t shortStack = 8UL * 1024;
 
 // States, protections and types of memory, as the format knows them.
 constexpr std::uint32_t stateCommitted = 0x1000;

@@ -9,7 +9,7 @@ namespace Brennic::Core {
 namespace {
 
 // Not what a handler needs at least, but what the host's crash handler needs to show a window.
-constexpr std::size_t workSize = 1024 * 1024;
+constexpr std::size_t workSize = 1024UL * 1024;
 
 std::size_t pageSize()
 {

@@ -115,7 +115,8 @@ BRN_NOT_INLINED void crashByTruncatedMapping()
     const int file = memfd_create("mesh", MFD_CLOEXEC);
     if (ftruncate(file, 4096) != 0)
         return;
-    auto* const bytes = static_cast<volatile char*>(mmap(nullptr, 4096, PROT_READ, MAP_SHARED, file, 0));
+    auto* const bytes =
+        static_cast<volatile unsigned char*>(mmap(nullptr, 4096, PROT_READ, MAP_SHARED, file, 0));
     if (ftruncate(file, 0) != 0)
         return;
     g_sink = bytes[0];

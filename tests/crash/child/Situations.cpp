@@ -14,7 +14,6 @@
 #include <log4cplus/logger.h>
 
 #include <fcntl.h>
-#include <malloc.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
@@ -177,7 +176,7 @@ const std::map<std::string, Enter>& situations()
         {"no-descriptors", [](const auto&) { useUpDescriptors(); }},
         {"no-address-space", [](const auto&) { useUpAddressSpace(); }},
         {"file-size-limit", [](const auto&) { limitFileSize(4096, RLIM_INFINITY); }},
-        {"hard-file-size-limit", [](const auto&) { limitFileSize(4096, 48 * 1024); }},
+        {"hard-file-size-limit", [](const auto&) { limitFileSize(4096, 48UL * 1024); }},
         {"small-disk", [](const auto& directory) { mountSmallDisk(directory, "56k"); }},
         {"full-disk", fillDisk},
         {"unwritable-directory", makeUnwritable},
@@ -195,7 +194,6 @@ const std::map<std::string, Enter>& situations()
              refuseNewProcesses();
              answerCallsWith({SYS_tgkill}, Answer::Error);
          }},
-        {"one-heap", [](const auto&) { mallopt(M_ARENA_MAX, 1); }},
         {"changing-settings", [](const auto&) { changeSettingsAllTheTime(); }},
         {"crashing-report",
          [](const auto&) { std::locale::global(std::locale(std::locale(), new CrashingNumbers)); }},
