@@ -182,6 +182,17 @@ TEST_F(CrashSituation, aHeapThatAllThreadsShareCostsTheReportAndTwoSeconds)
     expectGoodDump(dump(), SIGABRT, "crashInHeapByTopChunk");
 }
 
+TEST_F(CrashSituation, aDumpThatHangsIsReplacedByASmallerOneWithinFiveSeconds)
+{
+    const ProcessEnd end = crash("pointer-to-hanging-memory");
+    if (end.exitCode == preparationFailed)
+        GTEST_SKIP() << "the system gives us no memory that hangs";
+    EXPECT_EQ(end.signal, SIGILL);
+    EXPECT_GT(end.time.count(), 2500);
+    EXPECT_LT(end.time.count(), 5500);
+    expectGoodDump(dump(), SIGILL, "crashPointingToMemoryThatHangs");
+}
+
 TEST_F(CrashSituation, aReportThatHangsCostsTwoSeconds)
 {
     ASSERT_EQ(mkfifo(report().c_str(), 0600), 0); // nobody reads it

@@ -97,7 +97,9 @@ void DumpWriter::writeMemory()
         const AddressRange stack = stackOf(*thread);
         memory.add(stack.start, stack.end);
     }
-    addSurroundings(m_snapshot.threads.begin()->context);
+    // Not in the last resort: memory that cannot be read in time may be why it has come to that.
+    if (m_extent != Extent::CallingThread)
+        addSurroundings(m_snapshot.threads.begin()->context);
     const EnvironmentBlock environment = findEnvironment();
     memory.leaveOut(environment.start, environment.end);
     memory.unite();

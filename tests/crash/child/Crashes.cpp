@@ -1,5 +1,6 @@
 #include "crash/child/Crashes.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -7,7 +8,9 @@
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <linux/userfaultfd.h>
 #include <malloc.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -129,6 +132,29 @@ BRN_NOT_INLINED void crashByTrap()
     g_sink = 1;
 }
 
+// Whoever reads that memory waits for somebody to fill it.
+void* memoryThatHangs()
+{
+    const int descriptor = static_cast<int>(syscall(SYS_userfaultfd, O_CLOEXEC));
+    uffdio_api api{};
+    api.api = UFFD_API;
+    void* const page = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    uffdio_register range{};
+    range.range = {reinterpret_cast<std::uint64_t>(page), 4096};
+    range.mode = UFFDIO_REGISTER_MODE_MISSING;
+    const bool isReady = descriptor >= 0 && ioctl(descriptor, UFFDIO_API, &api) == 0 &&
+                         ioctl(descriptor, UFFDIO_REGISTER, &range) == 0;
+    if (!isReady)
+        std::_Exit(91);
+    return page;
+}
+
+BRN_NOT_INLINED void crashPointingToMemoryThatHangs()
+{
+    asm volatile("mov %0, %%r12\n\tud2" : : "r"(memoryThatHangs()) : "r12");
+    g_sink = 1;
+}
+
 BRN_NOT_INLINED void crashByForbiddenCall()
 {
     answerCallsWith({SYS_personality}, Answer::Signal);
@@ -193,6 +219,7 @@ const std::map<std::string, std::function<void()>>& crashes()
         {"truncated-mapping", crashByTruncatedMapping},
         {"trap", crashByTrap},
         {"forbidden-call", crashByForbiddenCall},
+        {"pointer-to-hanging-memory", crashPointingToMemoryThatHangs},
         {"stack-overflow", [] { Depths::crashByRecursion(0); }},
         {"heap-top", crashInHeapByTopChunk},
         {"heap-free-list", crashInHeapByFreeList},
