@@ -1,24 +1,23 @@
 #include <brn_mesh_kernel/diagnostics/ExceptionHandler.h>
 
+#include <utility>
+
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
+#include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 
 namespace Brennic::Core {
 
-CrashSettings& crashSettings()
-{
-    static auto* const settings = new CrashSettings; // never destroyed: crashes happen during exit too
-    return *settings;
-}
-
 EKvsStatus ExceptionHandler::Initialize()
 {
-    CrashSettings& settings = crashSettings();
+    CrashSettings settings = crashSettings();
     if (!settings.dumpFilePath.empty())
         return Success;
     const std::wstring processName = Objects::Util::GetCurrentProcessName();
     settings.dumpFilePath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L".dmp");
     settings.commandLogPath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L"_command_log.xml");
+    publishCrashSettings(std::move(settings));
+    CrashFilter::install();
     return Success;
 }
 
@@ -32,15 +31,20 @@ const wchar_t* ExceptionHandler::DumpDirectory() const
 EKvsStatus ExceptionHandler::SetDumpDirectory(const wchar_t* directory)
 {
     m_dumpDirectory = directory;
-    crashSettings().dumpFilePath.clear();
-    crashSettings().commandLogPath.clear();
+    CrashSettings settings = crashSettings();
+    settings.dumpFilePath.clear();
+    settings.commandLogPath.clear();
+    publishCrashSettings(std::move(settings));
     return Success;
 }
 
 EKvsStatus ExceptionHandler::SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler)
 {
-    if (&handler != &crashSettings().sendCrashDump)
-        crashSettings().sendCrashDump = handler;
+    if (&handler == &crashSettings().sendCrashDump)
+        return Success;
+    CrashSettings settings = crashSettings();
+    settings.sendCrashDump = handler;
+    publishCrashSettings(std::move(settings));
     return Success;
 }
 

@@ -1,13 +1,14 @@
 #pragma once
 /// \file
-/// Internal, not installed. What is written where when the process crashes, and whom to tell.
+/// Internal, not installed. The service that sets up what happens when the process crashes.
 ///
-/// The dump directory belongs to the object; the paths and the host's handler are the process's: there is one
-/// crash filter per process, which reads them.
+/// The dump directory belongs to the object; the paths and the host's handler are the process's
+/// (CrashSettings.h): there is one crash filter per process, which reads them.
 
 #include <functional>
 #include <string>
 
+#include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 #include <brn_mesh_kernel/kernel/IService.h>
 
 namespace Brennic::Core {
@@ -15,7 +16,8 @@ namespace Brennic::Core {
 class ExceptionHandler : public IService
 {
 public:
-    /// Works out the paths of the dump and of the command log, unless they are set already.
+    /// Works out the paths of the dump and of the command log and installs the crash filter, unless the paths
+    /// are set already.
     EKvsStatus Initialize() override;
     /// Does nothing: crashes during and after shut-down are still to be caught.
     void Terminate() override;
@@ -30,15 +32,5 @@ public:
 private:
     std::wstring m_dumpDirectory;
 };
-
-/// The process-wide settings that every ExceptionHandler shares.
-struct CrashSettings
-{
-    std::wstring dumpFilePath; ///< empty: not set up
-    std::wstring commandLogPath;
-    std::function<bool(const wchar_t*)> sendCrashDump;
-};
-
-CrashSettings& crashSettings();
 
 } // namespace Brennic::Core

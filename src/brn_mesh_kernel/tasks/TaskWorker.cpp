@@ -8,6 +8,7 @@
 #include <QEvent>
 #include <QThread>
 
+#include <brn_mesh_kernel/diagnostics/CrashStack.h>
 #include <brn_mesh_kernel/tasks/ApplicationGate.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
@@ -86,6 +87,7 @@ void TaskWorker::startThread()
 
 void TaskWorker::enterThread()
 {
+    m_crashStack = std::make_unique<CrashStack>();
     mayGoOn();
 }
 
@@ -295,11 +297,21 @@ void TaskWorker::run(Claim claim)
     claim.queue.reset();
     {
         const RunCount count(m_running);
-        claim.task->runTask();
+        if (m_qos == eQOS_GUI)
+            claim.task->runTask();
+        else
+            runOnWorkerThread(*claim.task);
     }
     // Objects with static storage are being destroyed now, perhaps also some that releasing the task needs.
     if (m_qos != eQOS_GUI && ApplicationGate::hasEnded())
         ApplicationGate::hold(*this);
+}
+
+// An exception ends the process here, while the stack still shows who has thrown it. Qt's thread function would
+// catch it, and end the process with the stack gone.
+void TaskWorker::runOnWorkerThread(Task& task) noexcept
+{
+    task.runTask();
 }
 
 void TaskWorker::wakeWaitersOf(Task& task)

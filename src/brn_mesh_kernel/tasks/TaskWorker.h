@@ -27,6 +27,7 @@
 
 namespace Brennic::Core {
 
+class CrashStack;
 class TaskQueue;
 
 class TaskWorker : public QObject
@@ -118,6 +119,7 @@ private:
     Claim claimNext(int& announcementsLeft);
     Claim claimLocked(const Announcement& announcement);
     void run(Claim claim);
+    static void runOnWorkerThread(Task& task) noexcept;
 
     const EQualityOfService m_qos;
     TaskQueue* m_queue; // guarded by m_queueMutex; null once the queue has gone
@@ -135,6 +137,7 @@ private:
     // What has been taken from the inbox; only the worker's thread uses it.
     std::vector<Announcement> m_taken;
     std::size_t m_nextTaken = 0;
+    std::unique_ptr<CrashStack> m_crashStack; // made and destroyed in the worker's thread
 };
 
 } // namespace Brennic::Core

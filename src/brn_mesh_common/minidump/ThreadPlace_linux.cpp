@@ -1,0 +1,27 @@
+#include <brn_mesh_common/minidump/ThreadPlace_linux.h>
+
+#include <brn_mesh_common/minidump/ProcFile_linux.h>
+#include <brn_mesh_common/minidump/ProcessMemory_linux.h>
+#include <brn_mesh_common/minidump/RegisterContext_linux.h>
+
+namespace Brennic::Minidump {
+
+void findCrash(CapturedThread& thread)
+{
+    ucontext_t interrupted{};
+    if (thread.context.rdi == crashedMark && readMemory(thread.context.rsi, interrupted))
+        thread.context = toContext(interrupted);
+}
+
+void findWaitingPlace(std::int32_t process, CapturedThread& thread)
+{
+    if (thread.hasRegisters)
+        return;
+    const WaitingPlace place = readWaitingPlace(process, thread.id);
+    thread.hasRegisters = place.stackPointer != 0;
+    thread.context.flags = contextAmd64Full;
+    thread.context.rsp = place.stackPointer;
+    thread.context.rip = place.instruction;
+}
+
+} // namespace Brennic::Minidump

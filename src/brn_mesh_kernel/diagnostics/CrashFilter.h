@@ -1,0 +1,21 @@
+#pragma once
+/// \file
+/// Internal, not installed. Catches what would end the process, and takes its last steps:
+///
+/// 1. The waypoint report is written to the command log's path, if one is set.
+/// 2. The minidump is written to the dump file's path, or where a null path sends it.
+/// 3. The host's handler is called on the crashing thread with the dump file's path, and the process ends
+/// with
+///    exit code 1. Without a handler the platform's own handling of the crash goes on.
+///
+/// One crash is handled per process: threads that crash meanwhile wait for its end. A step that crashes
+/// itself, or takes longer than it may, is given up for the next one.
+
+namespace Brennic::Core::CrashFilter {
+
+/// Installs the filter for the process, and gives the calling thread a CrashStack until it ends.
+/// May be called again, by a host that has had its own handlers installed since.
+/// Thread: main thread.
+void install();
+
+} // namespace Brennic::Core::CrashFilter

@@ -1,0 +1,107 @@
+#include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
+
+#include <cstdlib>
+#include <system_error>
+#include <thread>
+
+#include <brn_mesh_common/minidump/Syscall_linux.h>
+#include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
+#include <brn_mesh_kernel/diagnostics/CrashStack.h>
+#include <fcntl.h>
+#include <pthread.h>
+
+namespace Brennic::Core {
+
+namespace {
+
+constexpr std::size_t firstAllocation = 4096;
+constexpr std::int64_t practicallyEndless = 1'000'000'000'000;
+
+void allocateOnce()
+{
+    void* volatile memory = std::malloc(firstAllocation);
+    std::free(memory);
+}
+
+// Signals of the host are handled by the host's threads.
+class BlockedHostSignals
+{
+public:
+    BlockedHostSignals()
+        : m_before(Minidump::SignalMask::standard().without(crashSignalMask()).apply(SIG_BLOCK))
+    {
+    }
+    ~BlockedHostSignals() { m_before.apply(SIG_SETMASK); }
+    BlockedHostSignals(const BlockedHostSignals&) = delete;
+    BlockedHostSignals& operator=(const BlockedHostSignals&) = delete;
+
+private:
+    Minidump::SignalMask m_before;
+};
+
+} // namespace
+
+CrashReportThread& CrashReportThread::instance()
+{
+    static auto* const thread = new CrashReportThread;
+    return *thread;
+}
+
+void CrashReportThread::start(Work work)
+{
+    if (m_process == Minidump::processId())
+        return;
+    m_work = work;
+    m_thread = 0;
+    m_state = number(State::Waiting);
+    m_spareDescriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const BlockedHostSignals inherited;
+    try {
+        std::thread(&CrashReportThread::main, this).detach();
+    } catch (const std::system_error&) { // no thread to be had: a crash goes without a report
+        return;
+    }
+    const Minidump::Deadline deadline(1000);
+    while (m_thread == 0 && !deadline.hasPassed())
+        Minidump::sleepMicroseconds(20);
+    m_process = Minidump::processId();
+}
+
+bool CrashReportThread::run(const wchar_t* path, const Minidump::Deadline& deadline)
+{
+    if (m_process != Minidump::processId() || isCurrent())
+        return false;
+    m_path = path;
+    Minidump::systemCall(SYS_close, m_spareDescriptor);
+    m_state = number(State::Asked);
+    Minidump::wakeAll(m_state);
+    waitWhileEqual(m_state, number(State::Asked), deadline);
+    return m_state == number(State::Done);
+}
+
+bool CrashReportThread::isCurrent() const
+{
+    return m_process == Minidump::processId() && m_thread == Minidump::threadId();
+}
+
+void CrashReportThread::main()
+{
+    pthread_setname_np(pthread_self(), "crash-report");
+    const CrashStack crashStack;
+    allocateOnce();
+    m_thread = Minidump::threadId();
+    while (!waitWhileEqual(m_state, number(State::Waiting), Minidump::Deadline(practicallyEndless)))
+        continue;
+    m_work(m_path);
+    finish(State::Done);
+    for (;;) // its end would only disturb those who look at the threads now
+        Minidump::systemCall(SYS_pause);
+}
+
+void CrashReportThread::finish(State state)
+{
+    m_state = number(state);
+    Minidump::wakeAll(m_state);
+}
+
+} // namespace Brennic::Core

@@ -1,0 +1,35 @@
+#include <brn_mesh_kernel/diagnostics/CrashSettings.h>
+
+#include <atomic>
+#include <utility>
+
+namespace Brennic::Core {
+
+namespace {
+
+// Never destroyed: crashes happen during exit too.
+std::atomic<const CrashSettings*> g_current{new CrashSettings};
+std::atomic<bool> g_areKept{false};
+
+} // namespace
+
+const CrashSettings& crashSettings()
+{
+    return *g_current.load();
+}
+
+void publishCrashSettings(CrashSettings settings)
+{
+    const CrashSettings* const replaced = g_current.exchange(new CrashSettings(std::move(settings)));
+    // Either this sees the mark, or the filter, which sets it before it looks, sees the new settings.
+    if (!g_areKept)
+        delete replaced;
+}
+
+const CrashSettings& keepCrashSettings()
+{
+    g_areKept = true;
+    return *g_current.load();
+}
+
+} // namespace Brennic::Core

@@ -1,0 +1,84 @@
+#include <brn_mesh_kernel/diagnostics/CrashStack.h>
+
+#include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace Brennic::Core {
+
+namespace {
+
+// Not what a handler needs at least, but what the host's crash handler needs to show a window.
+constexpr std::size_t workSize = 1024UL * 1024;
+
+std::size_t pageSize()
+{
+    return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// With room for what the system puts there itself: the registers, which grow with the processor.
+std::size_t stackSize()
+{
+    const std::size_t frame = static_cast<std::size_t>(sysconf(_SC_MINSIGSTKSZ));
+    return (workSize + frame + pageSize() - 1) / pageSize() * pageSize();
+}
+
+} // namespace
+
+class CrashStack::Impl
+{
+public:
+    Impl()
+    {
+        crashSignalMask().apply(SIG_UNBLOCK);
+        const bool isKnown = sigaltstack(nullptr, &m_before) == 0;
+        const bool hasOne = isKnown && (m_before.ss_flags & SS_DISABLE) == 0 && m_before.ss_size >= workSize;
+        m_isInstalled = hasOne || install();
+    }
+
+    ~Impl()
+    {
+        if (m_memory == nullptr)
+            return;
+        sigaltstack(&m_before, nullptr);
+        munmap(m_memory, m_size);
+    }
+
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+    bool isInstalled() const { return m_isInstalled; }
+
+private:
+    bool install()
+    {
+        const std::size_t guard = pageSize();
+        m_size = guard + stackSize();
+        void* const memory =
+            mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (memory == MAP_FAILED)
+            return false;
+        m_memory = memory;
+        mprotect(memory, guard, PROT_NONE); // stacks grow downwards
+        stack_t stack{};
+        stack.ss_sp = static_cast<char*>(memory) + guard;
+        stack.ss_size = m_size - guard;
+        return sigaltstack(&stack, nullptr) == 0;
+    }
+
+    stack_t m_before{};
+    void* m_memory = nullptr;
+    std::size_t m_size = 0;
+    bool m_isInstalled = false;
+};
+
+CrashStack::CrashStack() : m_impl(std::make_unique<Impl>()) {}
+
+CrashStack::~CrashStack() = default;
+
+bool CrashStack::isInstalled() const
+{
+    return m_impl->isInstalled();
+}
+
+} // namespace Brennic::Core

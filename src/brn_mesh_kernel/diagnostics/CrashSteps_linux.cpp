@@ -1,0 +1,172 @@
+#include <brn_mesh_kernel/diagnostics/CrashSteps_linux.h>
+
+#include <cstdlib>
+#include <cwchar>
+#include <string_view>
+
+#include <brn_mesh_common/ExceptionPointers_linux.h>
+#include <brn_mesh_common/WinUtil.h>
+#include <brn_mesh_common/minidump/Syscall_linux.h>
+#include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
+#include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
+#include <brn_mesh_kernel/diagnostics/DefaultAction_linux.h>
+
+namespace Brennic::Core {
+
+namespace {
+
+// Milliseconds.
+constexpr std::int64_t timeForReport = 2000;
+constexpr std::int64_t timeForDump =
+    5500; // it keeps to 5 seconds itself, but where the system allows no helper
+constexpr std::int64_t timeForHeap = 1000;
+constexpr std::int64_t timeForHandlerWithoutHeap = 5000;
+
+constexpr int exitCode = 1;
+
+// Larger than what threads keep for themselves, so that the heap's own lists and locks are used.
+constexpr std::size_t trialSize = 4096;
+
+// "host.dmp" becomes "host.1234.dmp".
+template <typename Path>
+const wchar_t* insertProcessId(const std::wstring& path, Path& result)
+{
+    constexpr std::size_t idSize = 12;
+    if (path.empty() || path.size() + idSize >= result.size())
+        return L"";
+    const std::size_t dot = path.rfind(L'.');
+    wchar_t* next = result.data() + path.copy(result.data(), dot);
+    *next++ = L'.';
+    std::array<wchar_t, idSize> digits{};
+    std::size_t count = 0;
+    for (std::int32_t id = Minidump::processId(); id != 0; id /= 10)
+        digits[count++] = static_cast<wchar_t>(L'0' + id % 10);
+    while (count != 0)
+        *next++ = digits[--count];
+    next += path.copy(next, path.size(), dot);
+    *next = L'\0';
+    return result.data();
+}
+
+[[noreturn]] void exitAtOnce()
+{
+    for (;;)
+        Minidump::systemCall(SYS_exit_group, exitCode);
+}
+
+// The handler starts windows or processes; they are not to inherit that we have held signals back.
+void restoreSignals(const ucontext_t& interrupted)
+{
+    Minidump::SignalMask::from(interrupted.uc_sigmask).without(crashSignalMask()).apply(SIG_SETMASK);
+}
+
+} // namespace
+
+void CrashSteps::run(const siginfo_t& information, ucontext_t& context, bool isForked,
+                     StepTimer::Handler onTimeLimit)
+{
+    m_information = information;
+    m_context = &context;
+    m_settings = &keepCrashSettings();
+    m_timer.prepare(onTimeLimit);
+    chooseFiles(isForked);
+    takeFrom(Step::WriteReport);
+    if (m_settings->sendCrashDump != nullptr)
+        exitAtOnce();
+    letDefaultActionFollow(m_information, *m_context);
+}
+
+void CrashSteps::goOn()
+{
+    const Step failed = m_step;
+    if (failed != Step::End)
+        takeFrom(static_cast<Step>(static_cast<int>(failed) + 1));
+    if (m_settings != nullptr && m_settings->sendCrashDump != nullptr)
+        exitAtOnce();
+    dieByDefaultAction(m_information);
+}
+
+void CrashSteps::goOnAtTimeLimit(const siginfo_t& information)
+{
+    if (information.si_value.sival_int == static_cast<int>(m_step.load()))
+        goOn();
+}
+
+void CrashSteps::chooseFiles(bool isForked)
+{
+    m_dumpPath = isForked ? insertProcessId(m_settings->dumpFilePath, m_ownDumpPath)
+                          : m_settings->dumpFilePath.c_str();
+    m_reportPath = isForked ? insertProcessId(m_settings->commandLogPath, m_ownReportPath)
+                            : m_settings->commandLogPath.c_str();
+}
+
+void CrashSteps::takeFrom(Step first)
+{
+    for (int step = static_cast<int>(first); step != static_cast<int>(Step::End); ++step) {
+        m_step = static_cast<Step>(step);
+        take(m_step);
+        m_timer.stop();
+    }
+    m_step = Step::End;
+}
+
+void CrashSteps::take(Step step)
+{
+    switch (step) {
+    case Step::WriteReport:
+        return writeReport();
+    case Step::WriteDump:
+        return writeDump();
+    case Step::TryHeap:
+        return tryHeap();
+    case Step::CallHandler:
+        return callHandler();
+    case Step::End:
+        break;
+    }
+}
+
+void CrashSteps::writeReport()
+{
+    if (*m_reportPath != L'\0')
+        CrashReportThread::instance().run(m_reportPath, Minidump::Deadline(timeForReport));
+}
+
+void CrashSteps::writeDump()
+{
+    limitTime(timeForDump);
+    _EXCEPTION_POINTERS exception{&m_information, m_context};
+    WinUtil::DumpMiniDump(&exception, *m_dumpPath == L'\0' ? nullptr : m_dumpPath);
+}
+
+// A handler that hangs in the heap would hang for ever. Whether it may is found out before: a thread that
+// cannot allocate does not come back from trying, by a crash or because a lock is never released.
+void CrashSteps::tryHeap()
+{
+    if (m_settings->sendCrashDump == nullptr)
+        return;
+    limitTime(timeForHeap);
+    void* volatile memory = std::malloc(trialSize);
+    std::free(memory);
+    m_isHeapUsable = true;
+}
+
+void CrashSteps::callHandler()
+{
+    if (m_settings->sendCrashDump == nullptr)
+        return;
+    if (!m_isHeapUsable)
+        limitTime(timeForHandlerWithoutHeap);
+    restoreSignals(*m_context);
+    try {
+        m_settings->sendCrashDump(m_dumpPath);
+    } catch (...) { // NOLINT(bugprone-empty-catch): the process ends all the same
+    }
+}
+
+void CrashSteps::limitTime(std::int64_t milliseconds)
+{
+    m_timer.start(milliseconds, static_cast<int>(m_step.load()));
+}
+
+} // namespace Brennic::Core

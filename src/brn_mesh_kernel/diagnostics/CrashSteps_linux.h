@@ -1,0 +1,67 @@
+#pragma once
+/// \file
+/// Internal, not installed. The steps that are taken for the one crash of a process, on the crashing thread.
+///
+/// A step that crashes, or is out of time, is interrupted by a signal. The signal's handler calls \ref goOn,
+/// which takes the steps that are left, on top of the one that has failed. There are few steps, so this ends.
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include <brn_mesh_kernel/diagnostics/CrashSettings.h>
+#include <brn_mesh_kernel/diagnostics/StepTimer_linux.h>
+#include <ucontext.h>
+
+namespace Brennic::Core {
+
+/// Lies zeroed in static storage: the steps are taken once in the life of a process.
+class CrashSteps
+{
+public:
+    /// Takes all steps. Returns if the signal's default action follows when the signal handler returns.
+    /// \param isForked whether the process is a forked child: it has files of its own, beside its parent's.
+    void run(const siginfo_t& information, ucontext_t& context, bool isForked,
+             StepTimer::Handler onTimeLimit);
+
+    /// Takes the steps behind the one that has failed.
+    [[noreturn]] void goOn();
+    /// The same, if \p information is that of the time limit for the step that is being taken.
+    void goOnAtTimeLimit(const siginfo_t& information);
+
+    /// Whether the step that is being taken copes with forbidden system calls.
+    bool copesWithForbiddenCalls() const { return m_step == Step::WriteDump; }
+
+private:
+    enum class Step : int
+    {
+        WriteReport,
+        WriteDump,
+        TryHeap,
+        CallHandler,
+        End
+    };
+    using Path = std::array<wchar_t, 4096>;
+
+    void chooseFiles(bool isForked);
+    void takeFrom(Step first);
+    void take(Step step);
+    void writeReport();
+    void writeDump();
+    void tryHeap();
+    void callHandler();
+    void limitTime(std::int64_t milliseconds);
+
+    siginfo_t m_information{};
+    ucontext_t* m_context = nullptr;
+    const CrashSettings* m_settings = nullptr;
+    const wchar_t* m_dumpPath = nullptr;
+    const wchar_t* m_reportPath = nullptr;
+    std::atomic<Step> m_step{Step::WriteReport};
+    bool m_isHeapUsable = false;
+    StepTimer m_timer;
+    Path m_ownDumpPath{};
+    Path m_ownReportPath{};
+};
+
+} // namespace Brennic::Core

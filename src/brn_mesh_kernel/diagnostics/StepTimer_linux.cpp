@@ -1,0 +1,67 @@
+#include <brn_mesh_kernel/diagnostics/StepTimer_linux.h>
+
+#include <ctime>
+
+#include <brn_mesh_common/minidump/Clock_linux.h>
+#include <brn_mesh_common/minidump/SignalMask_linux.h>
+#include <brn_mesh_common/minidump/Syscall_linux.h>
+
+namespace Brennic::Core {
+
+namespace {
+
+int findSignal()
+{
+    // Not the highest one: the dump looks for a free signal from there on.
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) {
+        struct sigaction action
+        {
+        };
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
+            return signal;
+    }
+    return SIGRTMIN;
+}
+
+} // namespace
+
+void StepTimer::prepare(Handler handler)
+{
+    m_signal = findSignal();
+    m_timer = -1;
+    struct sigaction action
+    {
+    };
+    action.sa_sigaction = handler;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigaction(m_signal, &action, nullptr);
+    Minidump::SignalMask::of({m_signal}).apply(SIG_UNBLOCK);
+}
+
+void StepTimer::start(std::int64_t milliseconds, int value)
+{
+    stop();
+    struct sigevent event
+    {
+    };
+    event.sigev_notify = SIGEV_THREAD_ID;
+    event.sigev_signo = m_signal;
+    event.sigev_value.sival_int = value;
+    event._sigev_un._tid = Minidump::threadId();
+    if (Minidump::systemCall(SYS_timer_create, CLOCK_MONOTONIC, &event, &m_timer) < 0) {
+        m_timer = -1;
+        return;
+    }
+    itimerspec time{};
+    time.it_value = Minidump::toTimespec(milliseconds * 1'000'000);
+    Minidump::systemCall(SYS_timer_settime, m_timer, 0, &time, nullptr);
+}
+
+void StepTimer::stop()
+{
+    if (m_timer >= 0)
+        Minidump::systemCall(SYS_timer_delete, m_timer);
+    m_timer = -1;
+}
+
+} // namespace Brennic::Core

@@ -1,0 +1,12 @@
+# The parts of the crash filter that only Linux has.
+target_sources(
+  brn_mesh_kernel_objects
+  PRIVATE
+    diagnostics/CrashReportThread_linux.cpp
+    diagnostics/CrashSteps_linux.cpp
+    diagnostics/DefaultAction_linux.cpp
+    diagnostics/StepTimer_linux.cpp
+)
+target_link_libraries(brn_mesh_kernel_objects PRIVATE ${CMAKE_DL_LIBS})
+# Nothing is left to be resolved while the process dies.
+target_link_options(brn_mesh_kernel_objects INTERFACE LINKER:-z,now)

@@ -1,0 +1,35 @@
+#include "crash/support/CrashFixture.h"
+
+using namespace Brennic::Testing;
+
+namespace {
+
+// With a child that reaches what no host can.
+class CrashInside : public CrashFixture
+{
+protected:
+    ChildProcess startInside(const std::string& kind) const
+    {
+        return ChildProcess(BRN_CRASH_CHILD_INSIDE, {m_host.string(), kind}, m_directory.path());
+    }
+};
+
+} // namespace
+
+TEST_F(CrashInside, aDirectorySetAfterInitializeMeansNoReportAndADumpAmongTheTemporaryFiles)
+{
+    EXPECT_EQ(startInside("null-write").wait().exitCode, 1);
+    EXPECT_EQ(handlersPath(), "");
+    EXPECT_THAT(dumpsIn(m_host), ::testing::IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(m_host / "crash_child_inside_command_log.xml"));
+    expectGoodDump(temporaryDump(), SIGSEGV, "crashByNullWrite");
+}
+
+TEST_F(CrashInside, aDumpWithoutAPathIsNamedAfterProcessIdAndTime)
+{
+    ChildProcess child = startInside("null-write");
+    const std::string id = std::to_string(child.id());
+    child.wait();
+    EXPECT_THAT(temporaryDump().filename().string(),
+                ::testing::MatchesRegex("crash_child_inside-" + id + "-20[0-9]{6}-[0-9]{6}\\.dmp"));
+}

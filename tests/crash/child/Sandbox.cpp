@@ -1,0 +1,64 @@
+#include "crash/child/Sandbox.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <vector>
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+
+namespace Brennic::Testing {
+
+namespace {
+
+sock_filter statement(int code, unsigned value)
+{
+    return {static_cast<unsigned short>(code), 0, 0, value};
+}
+
+// Skips the next instruction unless what has been loaded has the value.
+sock_filter unlessEqualSkipOne(unsigned value)
+{
+    return {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, value};
+}
+
+void install(std::vector<sock_filter> program)
+{
+    program.push_back(statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
+    const bool isInstalled = prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                             prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter, 0, 0) == 0;
+    if (!isInstalled)
+        std::_Exit(90);
+}
+
+} // namespace
+
+void answerCallsWith(std::initializer_list<int> calls, Answer answer)
+{
+    const unsigned result = answer == Answer::Error ? SECCOMP_RET_ERRNO | EPERM : SECCOMP_RET_TRAP;
+    std::vector<sock_filter> program{statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+    for (const int call : calls) {
+        program.push_back(unlessEqualSkipOne(static_cast<unsigned>(call)));
+        program.push_back(statement(BPF_RET | BPF_K, result));
+    }
+    install(program);
+}
+
+void refuseNewProcesses()
+{
+    install({
+        statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        {BPF_JMP | BPF_JEQ | BPF_K, 0, 4, SYS_clone},
+        statement(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
+        {BPF_JMP | BPF_JSET | BPF_K, 1, 0, CLONE_THREAD},
+        statement(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+        statement(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    });
+}
+
+} // namespace Brennic::Testing

@@ -1,0 +1,216 @@
+#include "crash/child/Situations.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <future>
+#include <locale>
+#include <map>
+#include <thread>
+#include <vector>
+
+#include <brn_mesh_kernel/kernel/Kernel.h>
+#include <log4cplus/appender.h>
+#include <log4cplus/logger.h>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "crash/child/Crashes.h"
+#include "crash/child/Sandbox.h"
+
+#define BRN_NOT_INLINED __attribute__((noinline))
+
+namespace Brennic::Testing {
+
+namespace {
+
+void require(bool isDone)
+{
+    if (!isDone)
+        std::_Exit(91); // the test's own preparation has failed
+}
+
+// Starts a thread and returns once it runs.
+template <typename Function>
+void startThread(Function function)
+{
+    std::promise<void> isRunning;
+    std::thread([&isRunning, function] {
+        isRunning.set_value();
+        function();
+    }).detach();
+    isRunning.get_future().wait();
+}
+
+BRN_NOT_INLINED void idleForEver()
+{
+    for (;;)
+        pause();
+}
+
+BRN_NOT_INLINED void spinForEver()
+{
+    for (volatile unsigned long count = 0;; count = count + 1)
+        continue;
+}
+
+void startIdleThreads(int count)
+{
+    for (int i = 0; i != count; ++i)
+        startThread(idleForEver);
+}
+
+void holdAppenderLocks()
+{
+    std::promise<std::size_t> locked;
+    startThread([&locked] {
+        log4cplus::SharedAppenderPtrList appenders = log4cplus::Logger::getRoot().getAllAppenders();
+        for (const log4cplus::SharedAppenderPtr& appender : appenders)
+            appender->access_mutex.lock();
+        locked.set_value(appenders.size());
+        idleForEver();
+    });
+    constexpr std::size_t consoleAndFile = 2;
+    require(locked.get_future().get() == consoleAndFile);
+}
+
+void useUpDescriptors()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max = std::min<rlim_t>(limit.rlim_max, 256);
+    require(setrlimit(RLIMIT_NOFILE, &limit) == 0);
+    while (open("/dev/null", O_RDONLY | O_CLOEXEC) >= 0)
+        continue;
+}
+
+void useUpAddressSpace()
+{
+    constexpr rlim_t little = 1 << 20;
+    const rlimit limit{little, little}; // below what there is: nothing more can be mapped
+    require(setrlimit(RLIMIT_AS, &limit) == 0);
+    while (mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) != MAP_FAILED)
+        continue;
+}
+
+void becomeNobody()
+{
+    require(geteuid() != 0 || setresuid(65534, 65534, 65534) == 0);
+    prctl(PR_SET_DUMPABLE, 1, 0, 0, 0); // as for a program that was started by that user
+}
+
+void limitFileSize(rlim_t now, rlim_t atMost)
+{
+    const rlimit limit{now, atMost};
+    require(setrlimit(RLIMIT_FSIZE, &limit) == 0);
+    becomeNobody(); // who may not raise it again
+}
+
+// A file system of the process's own, so that nobody else's runs full.
+void mountSmallDisk(const std::filesystem::path& directory, const char* size)
+{
+    require(unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0);
+    require(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0);
+    require(mount("tmpfs", directory.c_str(), "tmpfs", 0, (std::string("mode=0777,size=") + size).c_str()) ==
+            0);
+}
+
+void fillDisk(const std::filesystem::path& directory)
+{
+    mountSmallDisk(directory, "64k");
+    const int file = open((directory / "other").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const std::vector<char> page(4096);
+    while (write(file, page.data(), page.size()) > 0)
+        continue;
+    close(file);
+}
+
+void makeUnwritable(const std::filesystem::path& directory)
+{
+    require(chmod(directory.c_str(), 0555) == 0);
+    becomeNobody();
+}
+
+// Crashes where a thread other than the main one formats numbers, as the report's does.
+class CrashingNumbers : public std::num_put<char>
+{
+protected:
+    iter_type do_put(iter_type next, std::ios_base& format, char fill, long number) const override
+    {
+        if (gettid() != getpid())
+            crash("null-write");
+        return std::num_put<char>::do_put(next, format, fill, number);
+    }
+};
+
+// Somebody changes what a crash would use, all the time.
+void changeSettingsAllTheTime()
+{
+    const auto setHandler = [](bool answer) {
+        Core::Kernel::Instance().SetSendCrashDumpHandler([answer](const wchar_t*) { return answer; });
+    };
+    setHandler(true);
+    startThread([setHandler] {
+        for (bool answer = false;; answer = !answer)
+            setHandler(answer);
+    });
+}
+
+using Enter = std::function<void(const std::filesystem::path& directory)>;
+
+const std::map<std::string, Enter>& situations()
+{
+    static const std::map<std::string, Enter> table{
+        {"64-threads", [](const auto&) { startIdleThreads(64); }},
+        {"500-threads", [](const auto&) { startIdleThreads(500); }},
+        {"spinning-thread", [](const auto&) { startThread(spinForEver); }},
+        {"appender-locks-held", [](const auto&) { holdAppenderLocks(); }},
+        {"no-descriptors", [](const auto&) { useUpDescriptors(); }},
+        {"no-address-space", [](const auto&) { useUpAddressSpace(); }},
+        {"file-size-limit", [](const auto&) { limitFileSize(4096, RLIM_INFINITY); }},
+        {"hard-file-size-limit", [](const auto&) { limitFileSize(4096, 48UL * 1024); }},
+        {"small-disk", [](const auto& directory) { mountSmallDisk(directory, "56k"); }},
+        {"full-disk", fillDisk},
+        {"unwritable-directory", makeUnwritable},
+        {"vanished-directory", [](const auto& directory) { std::filesystem::remove_all(directory); }},
+        {"no-ptrace", [](const auto&) { answerCallsWith({SYS_ptrace}, Answer::Error); }},
+        {"no-ptrace-by-signal", [](const auto&) { answerCallsWith({SYS_ptrace}, Answer::Signal); }},
+        {"no-memory-reading", [](const auto&) { answerCallsWith({SYS_process_vm_readv}, Answer::Error); }},
+        {"no-helper", [](const auto&) { refuseNewProcesses(); }},
+        {"no-helper-by-signal",
+         [](const auto&) {
+             answerCallsWith({SYS_clone, SYS_ptrace, SYS_close_range}, Answer::Signal);
+         }},
+        {"no-helper-no-signals",
+         [](const auto&) {
+             refuseNewProcesses();
+             answerCallsWith({SYS_tgkill}, Answer::Error);
+         }},
+        {"changing-settings", [](const auto&) { changeSettingsAllTheTime(); }},
+        {"crashing-report",
+         [](const auto&) { std::locale::global(std::locale(std::locale(), new CrashingNumbers)); }},
+        {"as-nobody", [](const auto&) { becomeNobody(); }},
+    };
+    return table;
+}
+
+} // namespace
+
+bool enterSituation(const std::string& name, const std::filesystem::path& directory)
+{
+    const auto found = situations().find(name);
+    if (found == situations().end())
+        return false;
+    found->second(directory);
+    return true;
+}
+
+} // namespace Brennic::Testing
