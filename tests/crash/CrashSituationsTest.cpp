@@ -184,6 +184,8 @@ TEST_F(CrashSituation, aHeapThatAllThreadsShareCostsTheReportAndTwoSeconds)
 
 TEST_F(CrashSituation, aDumpThatHangsIsReplacedByASmallerOneWithinFiveSeconds)
 {
+    if (sanitizer.find("address") != std::string_view::npos)
+        GTEST_SKIP() << "the sanitizer keeps the killed helper's frames marked, where the next one's lie";
     const ProcessEnd end = crash("pointer-to-hanging-memory");
     if (end.exitCode == preparationFailed)
         GTEST_SKIP() << "the system gives us no memory that hangs";
