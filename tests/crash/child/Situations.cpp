@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <future>
 #include <locale>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
 #include <log4cplus/appender.h>
 #include <log4cplus/logger.h>
 
@@ -25,6 +27,7 @@
 
 #include "crash/child/Crashes.h"
 #include "crash/child/Sandbox.h"
+#include "support/Eventually.h"
 
 #define BRN_NOT_INLINED __attribute__((noinline))
 
@@ -82,8 +85,29 @@ void holdAppenderLocks()
     require(locked.get_future().get() == consoleAndFile);
 }
 
+std::size_t eventDescriptors()
+{
+    std::size_t count = 0;
+    std::error_code error; // a descriptor may be closed while the directory is read
+    for (std::filesystem::directory_iterator entry("/proc/self/fd", error), end; entry != end;
+         entry.increment(error))
+        count += std::filesystem::read_symlink(*entry, error) == "anon_inode:[eventfd]" ? 1U : 0U;
+    return count;
+}
+
+// A worker that starts takes a descriptor, perhaps the very one that the report has been given.
+bool haveAllWorkersStarted()
+{
+    int workers = 0;
+    for (const Core::EQualityOfService qos :
+         {Core::eQOS_High, Core::eQOS_Normal, Core::eQOS_Low, Core::eQOS_Background})
+        workers += Core::TaskQueue::getGlobalQueue(qos)->getMaxConcurrency();
+    return eventDescriptors() >= static_cast<std::size_t>(workers);
+}
+
 void useUpDescriptors()
 {
+    require(eventually(haveAllWorkersStarted));
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = limit.rlim_max = std::min<rlim_t>(limit.rlim_max, 256);
