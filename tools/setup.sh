@@ -12,6 +12,8 @@ packages=(
   libopenmesh-dev libcli11-dev glmark2-data
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
+  # readers of crash dumps
+  lldb-14 llvm-14
   # static checks
   clang clang-tidy clang-format
 )
@@ -24,6 +26,8 @@ missing=()
 for package in "${packages[@]}"; do
   is_installed "$package" || missing+=("$package")
 done
+# From wherever it comes: it fetches one more reader of crash dumps.
+command -v npm >/dev/null || missing+=(npm)
 [ ${#missing[@]} -gt 0 ] || exit 0
 
 if [ "$(id -u)" -eq 0 ]; then

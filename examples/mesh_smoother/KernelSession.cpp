@@ -2,11 +2,14 @@
 
 #include <boost/nowide/convert.hpp>
 
+#include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
 
+#include "CrashNotice.h"
 #include "Options.h"
 
 using Brennic::Core::Kernel;
+namespace FileUtil = Brennic::Objects::FileUtil;
 namespace Util = Brennic::Objects::Util;
 
 KernelSession::KernelSession(const Options& options, Brennic::Core::IProfilerSource& source)
@@ -19,6 +22,8 @@ KernelSession::KernelSession(const Options& options, Brennic::Core::IProfilerSou
     if (!options.logPattern.empty())
         kernel.SetLogMessageFormat(boost::nowide::widen(options.logPattern).c_str());
     kernel.SetProfilerSource(&source);
+    prepareCrashNotice(FileUtil::GetDirectoryPathFromFilePath(kernel.LogFilePath()).c_str());
+    kernel.SetSendCrashDumpHandler(printCrashNotice);
     kernel.Initialize();
 }
 

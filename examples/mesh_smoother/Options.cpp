@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <QThread>
 
+#include "Crash.h"
 #include "MeshFormat.h"
 
 namespace {
@@ -23,6 +24,11 @@ constexpr int maxThreads = 256;
 std::string requireMeshFileName(const std::string& name)
 {
     return isMeshFileName(name) ? "" : name + " ends in none of .obj, .ply, .stl and .off";
+}
+
+std::string joined(const std::vector<std::string>& words)
+{
+    return CLI::detail::join(words, ", ");
 }
 
 void declare(CLI::App& app, Options& options)
@@ -53,6 +59,10 @@ void declare(CLI::App& app, Options& options)
         ->type_name("NAME");
     app.add_option("--log-pattern", options.logPattern, "log4cplus layout pattern of log lines")
         ->type_name("PATTERN");
+    app.add_option("--crash", options.crash,
+                   "Crash on purpose in the middle of smoothing: " + joined(crashKinds()))
+        ->check(CLI::IsMember(crashKinds()).description(""))
+        ->type_name("KIND");
     app.add_option("--report", options.report, "XML report of the run [beside the output]")
         ->type_name("FILE");
 }

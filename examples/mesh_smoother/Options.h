@@ -19,6 +19,7 @@ struct Options
     int threads = 1; ///< set to the number of cores by \ref parseCommandLine
     Brennic::Core::EKvsLogLevel logLevel = Brennic::Core::Info;
     std::string logPattern; ///< empty: the kernel's own
+    std::string crash;      ///< how to crash in the middle of smoothing; empty: not at all
 };
 
 enum ExitCode

@@ -5,6 +5,7 @@
 #include <OpenMesh/Tools/Subdivider/Uniform/LoopT.hh>
 #include <boost/nowide/convert.hpp>
 
+#include "Crash.h"
 #include "MeshFile.h"
 #include "TaubinSmoother.h"
 
@@ -67,6 +68,8 @@ void Pipeline::smooth()
     TaubinSmoother smoother(m_mesh);
     for (int i = 0; i < m_options.iterations; ++i) {
         stopIfInterrupted();
+        if (i == m_options.iterations / 2)
+            crashOnPurpose(m_options.crash);
         smoother.iterate(m_loop);
         ++m_iterationsDone;
         m_stages.report(Stage::Smooth, static_cast<std::size_t>(i) + 1,

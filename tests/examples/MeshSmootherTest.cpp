@@ -277,11 +277,28 @@ TEST_F(MeshSmootherTest, helpAndVersionGoToTheStandardOutput)
     const ProgramResult help = run({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     for (const char* option : {"INPUT", "--output", "--iterations", "--subdivide", "--threads", "--log",
-                               "--log-level", "--log-pattern", "--report"})
+                               "--log-level", "--log-pattern", "--report", "--crash", "segv"})
         EXPECT_THAT(help.out, HasSubstr(option));
     const ProgramResult version = run({"--version"});
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_THAT(version.out, MatchesRegex("mesh_smoother [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(MeshSmootherTest, aCrashLeavesDumpAndCommandLogAndSaysWhere)
+{
+    for (const std::string kind : {"segv", "abort", "throw", "fpe", "stack", "heap", "pure", "ill"}) {
+        const ProgramResult result = run({"mesh.obj", "--crash", kind});
+        EXPECT_TRUE(result.hasExited) << kind;
+        EXPECT_EQ(result.exitCode, 1) << kind;
+        EXPECT_THAT(result.err, HasSubstr("Dump: mesh_smoother.dmp")) << kind;
+        EXPECT_THAT(result.err, HasSubstr("command log: mesh_smoother_command_log.xml")) << kind;
+        EXPECT_EQ(readFile(directory / "mesh_smoother.dmp").substr(0, 4), "MDMP") << kind;
+        EXPECT_THAT(readFile(directory / "mesh_smoother_command_log.xml"), HasSubstr("name=\"Load\""))
+            << kind;
+        std::filesystem::remove(directory / "mesh_smoother.dmp");
+        std::filesystem::remove(directory / "mesh_smoother_command_log.xml");
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory / "mesh_smoothed.obj"));
 }
 
 TEST_F(MeshSmootherTest, namesOutsideAsciiWork)
