@@ -9,6 +9,7 @@
 
 #include <brn_mesh_kernel/tasks/ApplicationGate.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/TaskWorker.h>
 
 namespace Brennic::Core {
 
@@ -35,25 +36,35 @@ public:
     int m_waiters = 0;
 };
 
-// Counts the calling thread as waiting, if it is one of the queue's workers.
+// Counts the calling thread as waiting, if it is a worker of the queue with the task that it waits for, or of one
+// that is related to it: a task that has been moved is in another queue than its waiter.
 class Task::PausedWorker
 {
 public:
-    explicit PausedWorker(TaskQueue* queue) : m_queue(queue)
+    explicit PausedWorker(std::shared_ptr<TaskQueue> queue) : m_queue(std::move(queue))
     {
-        if (m_queue != nullptr)
-            m_queue->pauseWorkerInThread(QThread::currentThread());
+        if (!m_queue)
+            return;
+        m_queue->pauseWorkerInThread(QThread::currentThread());
+        m_ownQueue = TaskWorker::queueOfCurrentThread();
+        if (m_ownQueue == m_queue || !m_ownQueue || !m_ownQueue->isRelatedTo(*m_queue))
+            m_ownQueue.reset();
+        else
+            m_ownQueue->pauseWorkerInThread(QThread::currentThread());
     }
     ~PausedWorker()
     {
-        if (m_queue != nullptr)
+        if (m_ownQueue)
+            m_ownQueue->resumeWorkerInThread(QThread::currentThread());
+        if (m_queue)
             m_queue->resumeWorkerInThread(QThread::currentThread());
     }
     PausedWorker(const PausedWorker&) = delete;
     PausedWorker& operator=(const PausedWorker&) = delete;
 
 private:
-    TaskQueue* m_queue;
+    std::shared_ptr<TaskQueue> m_queue;
+    std::shared_ptr<TaskQueue> m_ownQueue; // if it is another one
 };
 
 Task::Task() : m_impl(std::make_unique<TaskImpl>()) {}
@@ -127,7 +138,7 @@ void Task::waitTillFinished()
     lock.unlock();
 
     // No lock is held: if the task finishes meanwhile, its run has been counted.
-    const PausedWorker pausedWorker(queue.get());
+    const PausedWorker pausedWorker(queue);
     waitForRunAfter(runsBefore);
 }
 

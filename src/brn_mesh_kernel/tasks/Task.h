@@ -91,8 +91,9 @@ public:
 
     /// Blocks until the task has finished; returns at once if it has finished already.
     ///
-    /// If the caller is a worker of the task's queue, the queue counts it as waiting meanwhile, and once all
-    /// its workers wait, moves its pending tasks to an overflow queue: tasks may wait for tasks.
+    /// If the caller is a worker of the task's queue (or of one that is related to it by overflow), its queue
+    /// counts it as waiting meanwhile, and once all its workers wait, moves its pending tasks to an overflow
+    /// queue: tasks may wait for tasks.
     ///
     /// A task that was never added to a queue is waited for just the same, run by whoever runs it. While no
     /// worker can run the task because the application object has gone, the caller runs it itself, unless it

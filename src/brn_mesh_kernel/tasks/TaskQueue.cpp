@@ -38,6 +38,12 @@ private:
     std::uint64_t m_outer; // of an announcement inside which this one is made
 };
 
+std::uint64_t newFamily()
+{
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
+}
+
 int workerCount(EQualityOfService qos, int maxConcurrency)
 {
     if (qos == eQOS_GUI)
@@ -47,7 +53,7 @@ int workerCount(EQualityOfService qos, int maxConcurrency)
 
 } // namespace
 
-TaskQueue::TaskQueue(EQualityOfService qos, int maxConcurrency) : m_qos(qos)
+TaskQueue::TaskQueue(EQualityOfService qos, int maxConcurrency) : m_qos(qos), m_family(newFamily())
 {
     const int count = workerCount(qos, maxConcurrency);
     m_workers.reserve(static_cast<std::size_t>(count));
@@ -79,6 +85,18 @@ std::shared_ptr<TaskQueue> TaskQueue::createQueue(EQualityOfService qos, int max
     return std::shared_ptr<TaskQueue>(new TaskQueue(qos, maxConcurrency));
 }
 
+std::shared_ptr<TaskQueue> TaskQueue::makeOverflowQueue() const
+{
+    std::shared_ptr<TaskQueue> overflow = createQueue(m_qos, 1);
+    overflow->m_family = m_family;
+    return overflow;
+}
+
+bool TaskQueue::isRelatedTo(const TaskQueue& other) const
+{
+    return m_family == other.m_family;
+}
+
 TaskQueue* TaskQueue::getGlobalQueue(EQualityOfService qos)
 {
     return GlobalQueues::find(qos);
@@ -107,7 +125,7 @@ void TaskQueue::addTask(std::shared_ptr<Task> task)
     const std::shared_ptr<TaskQueue> self(weak_from_this().lock(), this);
     std::uint64_t ticket = 0;
     if (!appendTask(self, task, ticket)) {
-        createQueue(m_qos, 1)->addTask(std::move(task));
+        makeOverflowQueue()->addTask(std::move(task));
         return;
     }
     {
@@ -244,7 +262,7 @@ void TaskQueue::pauseWorkerInThread(QThread* thread)
         if (!task)
             return;
         if (!overflow)
-            overflow = createQueue(m_qos, 1);
+            overflow = makeOverflowQueue();
         overflow->addTask(std::move(task));
     }
 }

@@ -114,6 +114,8 @@ private:
     bool areAllWorkersPaused() const;
 
     void addWorker();
+    std::shared_ptr<TaskQueue> makeOverflowQueue() const;
+    bool isRelatedTo(const TaskQueue& other) const;
     bool hasPendingTasks() const;
     TaskWorker* workerToNotify() const;
     void notifyWorker();
@@ -127,6 +129,7 @@ private:
     static std::uint64_t announcedTicket();
 
     EQualityOfService m_qos;
+    std::uint64_t m_family; // the same for a queue, its overflow queues, theirs and so on
     std::vector<TaskWorker*> m_workers;
     // In the order of arrival. What has been taken leaves an empty pointer until the oldest go together.
     std::vector<std::shared_ptr<Task>> m_tasks;

@@ -41,6 +41,9 @@ QThread::Priority threadPriority(EQualityOfService qos)
     }
 }
 
+// The worker of the calling thread, if it has one.
+thread_local TaskWorker* t_worker = nullptr;
+
 class RunCount
 {
 public:
@@ -87,6 +90,7 @@ void TaskWorker::startThread()
 
 void TaskWorker::enterThread()
 {
+    t_worker = this;
     m_crashStack = std::make_unique<CrashStack>();
     mayGoOn();
 }
@@ -94,6 +98,7 @@ void TaskWorker::enterThread()
 void TaskWorker::leaveThread()
 {
     QThread* const ownThread = thread();
+    t_worker = nullptr;
     delete this;
     WorkerRegistry::instance().takeOver(ownThread);
 }
@@ -312,6 +317,14 @@ void TaskWorker::run(Claim claim)
 void TaskWorker::runOnWorkerThread(Task& task) noexcept
 {
     task.runTask();
+}
+
+std::shared_ptr<TaskQueue> TaskWorker::queueOfCurrentThread()
+{
+    if (t_worker == nullptr)
+        return {};
+    const std::lock_guard<std::mutex> lock(t_worker->m_queueMutex);
+    return t_worker->m_queue == nullptr ? nullptr : t_worker->m_queue->shared_from_this();
 }
 
 void TaskWorker::wakeWaitersOf(Task& task)

@@ -93,6 +93,10 @@ public:
 
     static void wakeWaitersOf(Task& task);
 
+    /// The queue whose worker runs in the calling thread; empty in a thread of nobody's, in the GUI thread, and
+    /// once the queue has gone.
+    static std::shared_ptr<TaskQueue> queueOfCurrentThread();
+
     bool event(QEvent* event) override;
 
 public Q_SLOTS:

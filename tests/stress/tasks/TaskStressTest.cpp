@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include <QSemaphore>
 #include <gtest/gtest.h>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
@@ -235,6 +236,34 @@ TEST_F(TaskStress, tasksThatWaitForEachOthersTasksAllEnd)
     for (const std::shared_ptr<Task>& task : tasks)
         task->waitTillFinished();
     EXPECT_EQ(runs, 2000);
+}
+
+// X1 waits for C behind B, and B for a task of the queue of which X1 holds the last worker that does not wait for
+// a task of its own queue.
+TEST_F(TaskStress, aQueueAndItsOverflowQueueDoNotWaitForEachOther)
+{
+    for (int round = 0; round < 100; ++round) {
+        const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 2);
+        const auto d = std::make_shared<Task>([] {});
+        const auto c = std::make_shared<Task>([] {});
+        QSemaphore areAllAdded;
+        const std::shared_ptr<Task> x1 = add(*queue, [&] {
+            areAllAdded.acquire();
+            d->waitTillFinished();
+            c->waitTillFinished();
+        });
+        const std::shared_ptr<Task> x2 = add(*queue, [&] {
+            areAllAdded.acquire();
+            c->waitTillFinished();
+        });
+        queue->addTask(d);
+        const std::shared_ptr<Task> b = add(*queue, [&] { add(*queue, [] {})->waitTillFinished(); });
+        queue->addTask(c);
+        areAllAdded.release(2);
+        for (const std::shared_ptr<Task>& task : {x1, x2, b})
+            task->waitTillFinished();
+        EXPECT_EQ(c->getTaskState(), Task::eFinished);
+    }
 }
 
 TEST_F(TaskStress, callablesMayBeAssignedWhileOthersRunAndWait)
