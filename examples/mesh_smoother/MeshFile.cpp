@@ -1,21 +1,19 @@
 #include "MeshFile.h"
 
-#include <algorithm>
-#include <cmath>
+#include <new>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <OpenMesh/Core/IO/MeshIO.hh>
-#include <OpenMesh/Core/Mesh/PolyMesh_ArrayKernelT.hh>
+#include <OpenMesh/Core/IO/importer/ImporterT.hh>
 #include <QSaveFile>
 
-#include "MeshFileCheck.h"
+#include "MeshFileReader.h"
 #include "MeshFormat.h"
 
 namespace {
-
-using PolygonMesh = OpenMesh::PolyMesh_ArrayKernelT<>;
 
 std::runtime_error loadError(const std::filesystem::path& path, const std::string& reason)
 {
@@ -35,41 +33,46 @@ void silenceOpenMesh()
     omerr().disable();
 }
 
-// Read as polygons: a triangle mesh would cut them up without a word.
-PolygonMesh readPolygons(const std::filesystem::path& path)
+// The importer behind OpenMesh's readers, which do without checks: they believe any count and stop at no bad number.
+Mesh toMesh(const RawMesh& raw)
 {
-    PolygonMesh mesh;
-    OpenMesh::IO::Options options;
-    if (!OpenMesh::IO::read_mesh(mesh, path.string(), options))
-        throw loadError(path, "it is damaged or not in the format that its name says");
+    Mesh mesh;
+    mesh.reserve(raw.positions.size(), raw.positions.size() + raw.triangles.size(), raw.triangles.size());
+    OpenMesh::IO::ImporterT<Mesh> importer(mesh);
+    for (const auto& [x, y, z] : raw.positions)
+        importer.add_vertex(OpenMesh::Vec3f(x, y, z));
+    for (const auto& triangle : raw.triangles) {
+        std::vector<OpenMesh::VertexHandle> corners;
+        for (const std::uint32_t corner : triangle)
+            corners.emplace_back(static_cast<int>(corner));
+        importer.add_face(corners);
+    }
     return mesh;
 }
 
-void requireTriangles(const PolygonMesh& mesh, const std::filesystem::path& path)
+Mesh load(const std::filesystem::path& path, RawMesh& raw)
 {
+    raw = readMeshFile(path);
+    Mesh mesh = toMesh(raw);
     if (mesh.n_faces() == 0)
-        throw loadError(path, "it holds no triangles");
-    for (const auto face : mesh.faces())
-        if (mesh.valence(face) != 3)
-            throw loadError(path, "face " + std::to_string(face.idx() + 1) + " has " +
-                                      std::to_string(mesh.valence(face)) +
-                                      " corners, and only triangles can be smoothed");
+        throw MeshFileDefect("it holds no triangles");
+    if (raw.isLastLineOpen && raw.hasLooseVertices())
+        throw MeshFileDefect(cutShort);
+    return mesh;
 }
 
-bool hasLooseVertices(const PolygonMesh& mesh)
+// OpenMesh leaves out triangles that use a vertex twice, and doubles the corners of those it cannot connect.
+std::string changes(const RawMesh& raw, const Mesh& mesh, const std::filesystem::path& path)
 {
-    const auto vertices = mesh.vertices();
-    return std::any_of(vertices.begin(), vertices.end(),
-                       [&mesh](OpenMesh::VertexHandle vertex) { return mesh.is_isolated(vertex); });
-}
-
-void requireFinitePositions(const PolygonMesh& mesh, const std::filesystem::path& path)
-{
-    for (const auto vertex : mesh.vertices()) {
-        const PolygonMesh::Point& point = mesh.point(vertex);
-        if (!std::all_of(point.begin(), point.end(), [](float value) { return std::isfinite(value); }))
-            throw loadError(path, "vertex " + std::to_string(vertex.idx() + 1) + " has no finite position");
-    }
+    const std::size_t leftOut = raw.triangles.size() - mesh.n_faces();
+    const std::size_t doubled = mesh.n_vertices() - raw.positions.size();
+    std::string text;
+    if (leftOut > 0)
+        text = "triangles with equal corners were left out: " + std::to_string(leftOut);
+    if (doubled > 0)
+        text += (text.empty() ? "" : "; ") +
+                ("vertices were doubled where triangles cannot be connected: " + std::to_string(doubled));
+    return text.empty() ? text : path.string() + ": " + text;
 }
 
 std::string encoded(const Mesh& mesh, const std::filesystem::path& path)
@@ -83,20 +86,22 @@ std::string encoded(const Mesh& mesh, const std::filesystem::path& path)
 
 } // namespace
 
-Mesh loadMesh(const std::filesystem::path& path)
+Mesh loadMesh(const std::filesystem::path& path, std::string* warning)
 {
     silenceOpenMesh();
-    const FileCheck check = checkMeshFile(path);
-    if (!check.defect.empty())
-        throw loadError(path, check.defect);
-    const PolygonMesh polygons = readPolygons(path);
-    requireTriangles(polygons, path);
-    requireFinitePositions(polygons, path);
-    if (check.isLastLineOpen && hasLooseVertices(polygons))
-        throw loadError(path, "it is cut short");
-    Mesh mesh;
-    mesh.assign(polygons);
-    return mesh;
+    try {
+        RawMesh raw;
+        Mesh mesh = load(path, raw);
+        if (warning != nullptr)
+            *warning = changes(raw, mesh, path);
+        return mesh;
+    } catch (const MeshFileDefect& defect) {
+        throw loadError(path, defect.what());
+    } catch (const std::bad_alloc&) {
+        throw loadError(path, "it is damaged or too large for this machine's memory");
+    } catch (const std::length_error&) {
+        throw loadError(path, "it is damaged or too large for this machine's memory");
+    }
 }
 
 void saveMesh(const Mesh& mesh, const std::filesystem::path& path)

@@ -1,14 +1,12 @@
 #include "MeshFile.h"
 
-#include <fstream>
 #include <stdexcept>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/Files.h"
-#include "support/TemporaryDirectory.h"
+#include "MeshFileFixture.h"
 
 using namespace Brennic::Testing;
 using ::testing::AllOf;
@@ -21,28 +19,7 @@ namespace {
 constexpr const char* tetrahedron = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n"
                                     "f 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n";
 
-class MeshFileTest : public ::testing::Test
-{
-protected:
-    std::filesystem::path write(const std::string& name, const std::string& bytes)
-    {
-        writeFile(directory / name, bytes);
-        return directory / name;
-    }
-
-    // What loading a file says is wrong with it; empty if nothing is.
-    static std::string defectOf(const std::filesystem::path& path)
-    {
-        try {
-            loadMesh(path);
-            return {};
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-    }
-
-    TemporaryDirectory directory;
-};
+using MeshFileTest = MeshFileFixture;
 
 class MeshFormatTest : public MeshFileTest, public ::testing::WithParamInterface<const char*>
 {
@@ -178,4 +155,53 @@ TEST_F(MeshFileTest, aFailedSaveLeavesNoFile)
     EXPECT_THROW(saveMesh(mesh, directory / "taken.obj"), std::runtime_error);
     const auto entries = std::filesystem::directory_iterator(directory.path());
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 2);
+}
+
+TEST_F(MeshFileTest, savingLeavesAnotherLinkToTheOldFileAsItWas)
+{
+    const Mesh mesh = loadMesh(write("source.obj", tetrahedron));
+    const auto old = write("mesh.obj", "the old bytes");
+    std::filesystem::create_hard_link(old, directory / "link.obj");
+    saveMesh(mesh, old);
+    EXPECT_EQ(readFile(directory / "link.obj"), "the old bytes");
+    EXPECT_EQ(loadMesh(old).n_faces(), 4U);
+}
+
+TEST_F(MeshFileTest, aLastCornerCutToAnotherIsNoticedByTheVerticesWithoutTriangle)
+{
+    std::string text;
+    for (int i = 0; i < 12; ++i)
+        text += "v " + std::to_string(i) + " " + std::to_string(i * i) + " 0\n";
+    text += "f 1 2 3\nf 4 5 6\nf 7 8 9\nf 10 11 3\n";
+    EXPECT_EQ(defectOf(write("whole.obj", text + "f 1 2 12")), "");
+    EXPECT_THAT(defectOf(write("cut.obj", text + "f 1 2 1")), EndsWith("cut.obj: it is cut short"));
+    EXPECT_EQ(defectOf(write("loose.obj", text + "f 1 2 1\n")), "");
+}
+
+TEST_F(MeshFileTest, aVertexWithoutTriangleInABinaryFileIsNoSignOfACut)
+{
+    std::string bytes =
+        "ply\nformat binary_big_endian 1.0\nelement vertex 4\nproperty char x\nproperty char y\n"
+        "property char z\nelement face 1\nproperty list uchar uchar vertex_indices\nend_header\n";
+    bytes += std::string("\0\0\0\1\0\0\0\1\0\0\0\1", 12) + std::string("\3\0\1\2", 4);
+    EXPECT_EQ(defectOf(write("loose.ply", bytes)), "");
+}
+
+TEST_F(MeshFileTest, aTriangleWithEqualCornersIsLeftOutWithAWarning)
+{
+    const auto path = write("thin.obj", std::string(tetrahedron) + "f 1 2 2\n");
+    EXPECT_THAT(warningOf(path), EndsWith("thin.obj: triangles with equal corners were left out: 1"));
+    EXPECT_EQ(loadMesh(path).n_faces(), 4U);
+}
+
+TEST_F(MeshFileTest, doubledVerticesAreToldInAWarning)
+{
+    const auto path = write("fin.obj", std::string(tetrahedron) + "v 2 2 2\nf 1 2 5\n");
+    EXPECT_THAT(warningOf(path),
+                EndsWith("fin.obj: vertices were doubled where triangles cannot be connected: 3"));
+}
+
+TEST_F(MeshFileTest, aMeshAsTheFileSaysItIsLoadedWithoutWarning)
+{
+    EXPECT_EQ(warningOf(write("whole.obj", tetrahedron)), "");
 }
