@@ -41,9 +41,11 @@ void Pipeline::run()
 void Pipeline::load()
 {
     m_stages.begin(Stage::Load);
-    m_mesh = loadMesh(m_options.input);
+    std::string warning;
+    m_mesh = loadMesh(m_options.input, &warning);
     m_stages.report(Stage::Load, 1, 1);
-    m_stageDone(Stage::Load, L"loaded " + wide(m_options.input) + L": " + sizeOf(m_mesh));
+    m_stageDone(Stage::Load, L"loaded " + wide(m_options.input) + L": " + sizeOf(m_mesh),
+                boost::nowide::widen(warning));
 }
 
 void Pipeline::subdivide()
@@ -59,7 +61,7 @@ void Pipeline::subdivide()
         m_stages.report(Stage::Subdivide, std::size_t{1} << (2 * i), all);
     }
     subdivider.detach();
-    m_stageDone(Stage::Subdivide, L"subdivided: " + sizeOf(m_mesh));
+    m_stageDone(Stage::Subdivide, L"subdivided: " + sizeOf(m_mesh), L"");
 }
 
 void Pipeline::smooth()
@@ -77,8 +79,10 @@ void Pipeline::smooth()
     }
     smoother.apply(m_mesh);
     m_stages.report(Stage::Smooth, 1, 1);
-    m_stageDone(Stage::Smooth, L"smoothed in " + std::to_wstring(m_options.iterations) + L" iterations on " +
-                                   std::to_wstring(m_options.threads) + L" threads");
+    m_stageDone(Stage::Smooth,
+                L"smoothed in " + std::to_wstring(m_options.iterations) + L" iterations on " +
+                    std::to_wstring(m_options.threads) + L" threads",
+                L"");
 }
 
 void Pipeline::save()
@@ -87,7 +91,7 @@ void Pipeline::save()
     m_stages.begin(Stage::Save);
     saveMesh(m_mesh, m_options.output);
     m_stages.report(Stage::Save, 1, 1);
-    m_stageDone(Stage::Save, L"saved " + wide(m_options.output));
+    m_stageDone(Stage::Save, L"saved " + wide(m_options.output), L"");
 }
 
 void Pipeline::stopIfInterrupted() const

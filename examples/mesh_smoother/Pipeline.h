@@ -19,8 +19,10 @@ struct Interrupted
 class Pipeline
 {
 public:
-    /// Hears, in the thread that runs the pipeline, that a stage is done, and what to say of it.
-    using StageDone = std::function<void(Stage stage, const std::wstring& message)>;
+    /// Hears, in the thread that runs the pipeline, that a stage is done, and what to say of it; the warning is
+    /// empty if there is none.
+    using StageDone =
+        std::function<void(Stage stage, const std::wstring& message, const std::wstring& warning)>;
 
     /// \param loop runs the blocks of vertices; borrowed, as are the stages.
     Pipeline(const Options& options, Stages& stages, const BlockLoop& loop, StageDone stageDone);

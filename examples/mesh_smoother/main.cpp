@@ -50,10 +50,13 @@ std::uintmax_t sizeOrZero(const std::filesystem::path& file)
 }
 
 // In the main thread, which is the one for waypoints and for output.
-void finishStage(Stage stage, const std::wstring& message, ProgressDisplay& display)
+void finishStage(Stage stage, const std::wstring& message, const std::wstring& warning,
+                 ProgressDisplay& display)
 {
     display.clearLine();
     Kernel::Instance().Logger()->Log(Info, L"%s", message.c_str());
+    if (!warning.empty())
+        Kernel::Instance().Logger()->Log(Warn, L"%s", warning.c_str());
     Kernel::Instance().ProfilerWaypoint(stageName(stage));
     std::cout.flush();
     display.stageDone(boost::nowide::narrow(stageName(stage)));
@@ -84,9 +87,10 @@ void smoothMesh(const Options& options)
     const auto display = std::make_shared<ProgressDisplay>();
     stages.root()->setDelegate(display, true);
     const BlockLoop loop = makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, options.threads));
-    Pipeline pipeline(options, stages, loop, [&display](Stage stage, const std::wstring& message) {
-        dispatchSync([&] { finishStage(stage, message, *display); }, eQOS_GUI);
-    });
+    Pipeline pipeline(options, stages, loop,
+                      [&display](Stage stage, const std::wstring& message, const std::wstring& warning) {
+                          dispatchSync([&] { finishStage(stage, message, warning, *display); }, eQOS_GUI);
+                      });
     ProcessSource source(pipeline);
     const KernelSession session(options, source);
     const InterruptWatch watch([&pipeline] { pipeline.interrupt(); });

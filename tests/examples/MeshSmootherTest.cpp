@@ -301,6 +301,15 @@ TEST_F(MeshSmootherTest, aCrashLeavesDumpAndCommandLogAndSaysWhere)
     EXPECT_FALSE(std::filesystem::exists(directory / "mesh_smoothed.obj"));
 }
 
+TEST_F(MeshSmootherTest, aMeshThatCannotBeHeldAsItIsGivesAWarning)
+{
+    writeFile(directory / "degenerate.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\nf 1 1 2\n");
+    const ProgramResult result = run({"degenerate.obj", "--log-pattern", "%p: %m%n"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(readLines(directory / "degenerate_smoothed.log"),
+                Contains(MatchesRegex("WARN: degenerate.obj: .*left out: 1")));
+}
+
 TEST_F(MeshSmootherTest, namesOutsideAsciiWork)
 {
     std::filesystem::copy_file(directory / "mesh.obj", directory / "h\xC3\xA4schen.obj");
