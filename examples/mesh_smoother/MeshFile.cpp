@@ -1,5 +1,7 @@
 #include "MeshFile.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <new>
 #include <sstream>
 #include <stdexcept>
@@ -42,9 +44,9 @@ Mesh toMesh(const RawMesh& raw)
     for (const auto& [x, y, z] : raw.positions)
         importer.add_vertex(OpenMesh::Vec3f(x, y, z));
     for (const auto& triangle : raw.triangles) {
-        std::vector<OpenMesh::VertexHandle> corners;
-        for (const std::uint32_t corner : triangle)
-            corners.emplace_back(static_cast<int>(corner));
+        std::vector<OpenMesh::VertexHandle> corners(triangle.size());
+        std::transform(triangle.begin(), triangle.end(), corners.begin(),
+                       [](std::uint32_t corner) { return OpenMesh::VertexHandle(static_cast<int>(corner)); });
         importer.add_face(corners);
     }
     return mesh;

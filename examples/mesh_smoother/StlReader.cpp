@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 #include "BinaryNumber.h"
 #include "MeshLines.h"
