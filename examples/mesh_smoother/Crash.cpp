@@ -1,10 +1,34 @@
 #include "Crash.h"
 
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <stdexcept>
+
+// Not in the unnamed one, where the compiler would see that only one function can be called.
+namespace CrashShapes {
+
+struct Shape
+{
+    Shape() { measure(); }
+    virtual ~Shape() = default;
+    Shape(const Shape&) = delete;
+    Shape& operator=(const Shape&) = delete;
+    virtual void area() = 0;
+    void measure()
+    {
+        Shape* volatile unknown = this;
+        unknown->area();
+    }
+};
+
+struct Circle : Shape
+{
+    void area() override {}
+};
+
+} // namespace CrashShapes
 
 namespace {
 
@@ -47,28 +71,16 @@ void overflowStack()
 
 void corruptHeap()
 {
-    constexpr std::size_t size = 4000;
-    void* volatile block = std::malloc(size);
-    std::memset(static_cast<char*>(block) - 16, 0x5A, 2 * size); // over both ends
-    std::free(block);
-    void* volatile next = std::malloc(2 * size);
-    std::free(next);
+    constexpr std::ptrdiff_t size = 4000;
+    volatile char* const block = static_cast<char*>(std::malloc(size));
+    for (std::ptrdiff_t i = -16; i < size + 64; ++i) // over both ends
+        block[i] = 0x5A;
+    std::free(const_cast<char*>(block)); // NOLINT(cppcoreguidelines-pro-type-const-cast)
 }
 
 void callPureVirtual()
 {
-    struct Base
-    {
-        Base() { callNothing(); }
-        virtual ~Base() = default;
-        virtual void nothing() = 0;
-        void callNothing() { nothing(); }
-    };
-    struct Derived : Base
-    {
-        void nothing() override {}
-    };
-    const Derived object;
+    const CrashShapes::Circle circle; // is no circle yet when its base class measures it
 }
 
 const std::map<std::string, void (*)()>& kinds()
