@@ -11,12 +11,19 @@ namespace Brennic::Core {
 
 namespace {
 
-// Handlers run in reverse order: one that is registered when the host makes its application object comes
-// before the destruction of everything with static storage that the host's tasks may be using.
+// The library's own destructor comes after the destruction of all that has static storage, Qt's included.
+// These handlers run in reverse order: the one from the time of loading comes before what was made earlier,
+// and the one from the time when the host made its application object before all that its tasks may be using.
+void detachAtExit()
+{
+    const int failure = std::atexit(&libraryDetached);
+    static_cast<void>(failure); // the destructor detaches as well
+}
+
 void detachEarlyAtExit()
 {
-    static const int failure = std::atexit(&libraryDetached);
-    static_cast<void>(failure); // the library's own destructor detaches as well
+    static const bool isFirst = (detachAtExit(), true);
+    static_cast<void>(isFirst);
 }
 
 } // namespace
@@ -24,6 +31,7 @@ void detachEarlyAtExit()
 void libraryAttached()
 {
     GlobalQueues::initGlobalQueues();
+    detachAtExit();
     ApplicationGate::watch();
     qAddPreRoutine(&detachEarlyAtExit);
 }

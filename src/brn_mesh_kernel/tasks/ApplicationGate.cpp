@@ -31,8 +31,9 @@ struct Gate
     std::condition_variable changed;
 };
 
-// A worker that is held up in the host's own event handlers must not keep the host from leaving.
-constexpr std::chrono::milliseconds restLimit{500};
+// A worker that is held up in the host's own event handlers must not keep the host from leaving. Long enough
+// for a thread of idle priority on a busy machine.
+constexpr std::chrono::seconds restLimit{2};
 
 Gate& gate()
 {
@@ -51,10 +52,11 @@ bool enter(GateState state)
     return true;
 }
 
-void waitUntilWorkersRest()
+template <typename Condition>
+void waitFor(Condition condition)
 {
     const auto end = std::chrono::steady_clock::now() + restLimit;
-    while (!WorkerRegistry::instance().areAllAtRest() && std::chrono::steady_clock::now() < end) {
+    while (!condition() && std::chrono::steady_clock::now() < end) {
         // A worker that starts a task at this moment comes to rest without a word, hence the short wait.
         std::unique_lock<std::mutex> lock(gate().mutex);
         gate().changed.wait_for(lock, std::chrono::milliseconds(1));
@@ -122,15 +124,17 @@ void ApplicationGate::open()
 void ApplicationGate::close()
 {
     enter(GateState::Closed);
-    WorkerRegistry::instance().wakeAll(); // so that idle workers come to the gate
     WorkerRegistry::instance().wakeWaiters();
-    waitUntilWorkersRest();
+    waitFor([] { return WorkerRegistry::instance().areAllAtRest(); });
 }
 
 void ApplicationGate::end()
 {
-    if (enter(GateState::Ended))
-        WorkerRegistry::instance().wakeWaiters();
+    if (!enter(GateState::Ended))
+        return;
+    WorkerRegistry::instance().wakeWaiters();
+    // A thread that starts or ends is in Qt's hands, and Qt's own static objects are about to go.
+    waitFor([] { return !WorkerRegistry::instance().isAnyComingOrGoing(); });
 }
 
 } // namespace Brennic::Core

@@ -49,11 +49,12 @@ public:
     /// An application object has been made.
     static void open();
 
-    /// The application object is about to go. Returns when the workers have come to rest: each is held or
-    /// inside a task, and will be held after it.
+    /// The application object is about to go. Returns when the workers have come to rest, or after two seconds:
+    /// each has nothing on its way, or is held, or is inside a task and will be held after it.
     static void close();
 
-    /// The process ends: workers complete the task that they are in, and then stop where they are.
+    /// The process ends: workers complete the task that they are in, and then stop where they are. Returns when
+    /// no worker's thread is starting or ending, or after two seconds.
     static void end();
 };
 

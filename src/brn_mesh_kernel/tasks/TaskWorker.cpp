@@ -12,6 +12,7 @@
 #include <brn_mesh_kernel/tasks/ApplicationGate.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/ThreadName.h>
 #include <brn_mesh_kernel/tasks/WorkerRegistry.h>
 
 namespace Brennic::Core {
@@ -58,7 +59,12 @@ private:
 
 } // namespace
 
-TaskWorker::TaskWorker(TaskQueue* queue) : m_qos(queue->getQOS()), m_queue(queue)
+TaskWorker::TaskWorker(TaskQueue* queue)
+    : m_qos(queue->getQOS()),
+      m_isFirstOfQueue(queue->m_workers.empty()),
+      m_queue(queue),
+      m_isEventOnItsWay(m_qos != eQOS_GUI),
+      m_state(m_qos == eQOS_GUI ? State::Idle : State::Notified)
 {
     const int number = WorkerRegistry::instance().add(*this, m_qos);
     if (m_qos == eQOS_GUI) {
@@ -79,7 +85,6 @@ TaskWorker::~TaskWorker()
 void TaskWorker::startThread()
 {
     auto* const thread = new QThread; // deleted by the registry
-    thread->setObjectName(objectName());
     moveToThread(thread);
     // Both are called in the new thread. An event loop must not begin before there is an application object,
     // and without one a deferred deletion would be dropped: so neither is left to events.
@@ -92,7 +97,11 @@ void TaskWorker::enterThread()
 {
     t_worker = this;
     m_crashStack = std::make_unique<CrashStack>();
-    mayGoOn();
+    nameCurrentThread(objectName().toStdString());
+    thread()->setObjectName(objectName());
+    m_hasEntered = true;
+    if (mayGoOn())
+        QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
 }
 
 void TaskWorker::leaveThread()
@@ -158,10 +167,11 @@ void TaskWorker::retire()
         return;
     }
     {
-        // Posted under the lock, which the destructor takes: the worker may end as soon as it knows.
+        // Under the lock, which the destructor takes: the worker may end as soon as it knows. An event would
+        // be dropped while there is no application object; this is not.
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_hasRetired = true;
-        QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+        thread()->quit();
     }
     ApplicationGate::lookAgain();
 }
@@ -170,15 +180,28 @@ void TaskWorker::wake()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_isHeld || (m_state == State::Idle && m_inbox.empty() && !m_isEventOnItsWay))
+            return;
         m_isEventOnItsWay = true;
     }
     QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
 }
 
+bool TaskWorker::isAtRest()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_qos == eQOS_GUI || m_isHeld || m_running > 0 || (m_state == State::Idle && !m_isEventOnItsWay);
+}
+
+bool TaskWorker::isComingOrGoing() const
+{
+    return m_qos != eQOS_GUI && (!m_hasEntered || (m_hasRetired && !m_isHeld && m_running == 0));
+}
+
 void TaskWorker::collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks)
 {
     const std::lock_guard<std::mutex> lock(m_queueMutex);
-    if (m_queue == nullptr || m_queue->m_workers.empty() || m_queue->m_workers.front() != this)
+    if (m_queue == nullptr || !m_isFirstOfQueue)
         return;
     const std::vector<std::shared_ptr<Task>> pending = m_queue->pendingTasks();
     tasks.insert(tasks.end(), pending.begin(), pending.end());
@@ -196,10 +219,8 @@ bool TaskWorker::mayGoOn()
 {
     if (m_qos == eQOS_GUI)
         return ApplicationGate::isOpen();
-    if (!m_hasRetired && !ApplicationGate::isOpen())
+    if (!ApplicationGate::isOpen())
         ApplicationGate::hold(*this);
-    if (m_hasRetired)
-        thread()->quit();
     return !m_hasRetired;
 }
 

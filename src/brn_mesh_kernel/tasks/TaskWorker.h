@@ -76,7 +76,8 @@ public:
 
     State state() const { return m_state; }
 
-    /// Sends the worker an event, whether or not one is on its way. Thread: any.
+    /// Sends the worker an event if there may be something for it: the one that was on its way may have been
+    /// lost with the application object. Thread: any.
     void wake();
 
     bool isPaused() const { return m_paused; }
@@ -85,8 +86,11 @@ public:
     bool hasRetired() const { return m_hasRetired; }
     /// Whether the worker's thread waits at the gate. Thread: the worker's.
     void setHeld(bool isHeld) { m_isHeld = isHeld; }
-    /// Whether the worker is held, or will be before its event loop delivers anything.
-    bool isAtRest() const { return m_qos == eQOS_GUI || m_isHeld || m_running > 0; }
+    /// Whether the worker's event loop will deliver nothing of the library's before the gate opens: there is
+    /// nothing to deliver, or the worker is held, or will be after its task.
+    bool isAtRest();
+    /// Whether the worker's thread is starting or ending.
+    bool isComingOrGoing() const;
 
     /// Appends the pending tasks of the queue, if this is the first of its workers. Thread: any.
     void collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks);
@@ -126,9 +130,11 @@ private:
     static void runOnWorkerThread(Task& task) noexcept;
 
     const EQualityOfService m_qos;
+    const bool m_isFirstOfQueue;
     TaskQueue* m_queue; // guarded by m_queueMutex; null once the queue has gone
     std::atomic<bool> m_paused{false};
     std::atomic<bool> m_hasRetired{false};
+    std::atomic<bool> m_hasEntered{false};
     std::atomic<bool> m_isHeld{false};
     std::atomic<int> m_running{0}; // more than one where a task runs an event loop
     // Apart from the other, which the threads that add tasks take: a worker that claims task after task meets

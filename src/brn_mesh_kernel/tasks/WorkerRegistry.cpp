@@ -113,6 +113,15 @@ bool WorkerRegistry::areAllAtRest()
                        [](const Entry& entry) { return entry.worker->isAtRest(); });
 }
 
+bool WorkerRegistry::isAnyComingOrGoing()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::any_of(m_entries.begin(), m_entries.end(),
+                       [](const Entry& entry) { return entry.worker->isComingOrGoing(); }) ||
+           std::any_of(m_finishedThreads.begin(), m_finishedThreads.end(),
+                       [](QThread* thread) { return !thread->wait(0); });
+}
+
 std::size_t WorkerRegistry::size()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -39,7 +39,7 @@ public:
     /// the object is deleted when the next worker starts or ends.
     void takeOver(QThread* thread);
 
-    /// Sends an event to every worker.
+    /// Sends an event to every worker for which there may be something to do.
     void wakeAll();
 
     /// Lets the waits for pending tasks look again at who is to run the task.
@@ -47,6 +47,9 @@ public:
 
     /// Whether no worker's event loop will deliver anything before the gate opens.
     bool areAllAtRest();
+
+    /// Whether a worker's thread is starting or ending.
+    bool isAnyComingOrGoing();
 
     /// The number of workers.
     std::size_t size();
