@@ -10,7 +10,7 @@
 using namespace Brennic::Core;
 
 // Called in the GUI thread, whatever thread does the work.
-struct StatusBar : ProgressReportingProtocol
+struct StatusBar final : ProgressReportingProtocol
 {
     void progressUpdated(Progress*, float fraction, const std::wstring&) override
     {

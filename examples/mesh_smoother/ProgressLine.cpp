@@ -25,7 +25,7 @@ std::string minutesAndSeconds(std::chrono::duration<double> time)
 std::string times(const RunState& state)
 {
     constexpr double enoughToJudge = 0.01;
-    const std::string elapsed = "  " + minutesAndSeconds(state.elapsed) + " elapsed";
+    std::string elapsed = "  " + minutesAndSeconds(state.elapsed) + " elapsed";
     if (state.fraction < enoughToJudge)
         return elapsed;
     return elapsed + "  " + minutesAndSeconds(state.elapsed * (1 - state.fraction) / state.fraction) +
@@ -50,14 +50,15 @@ std::string progressLine(const RunState& state, std::size_t width)
 {
     RunState shown = state;
     shown.fraction = std::clamp(state.fraction, 0.0, 1.0);
-    const std::string stage = padded(shown.stage, stageWidth);
+    std::string line = padded(shown.stage, stageWidth);
     const std::string percent = percentage(shown.fraction);
     const std::string time = times(shown);
-    const std::size_t fixed = stage.size() + 3 + percent.size() + time.size();
+    const std::size_t fixed = line.size() + 3 + percent.size() + time.size();
     if (fixed + smallestBar <= width)
-        return stage + ' ' + bar(shown.fraction, std::min(width - fixed, largestBar)) + percent + time;
-    for (const std::string& line : {stage + percent + time, stage + percent})
-        if (line.size() <= width)
-            return line;
-    return stage.substr(0, width);
+        line.append(1, ' ').append(bar(shown.fraction, std::min(width - fixed, largestBar)));
+    if (line.size() + percent.size() <= width)
+        line += percent;
+    if (line.size() + time.size() <= width)
+        line += time;
+    return line.substr(0, width);
 }

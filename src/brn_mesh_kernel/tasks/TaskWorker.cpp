@@ -355,4 +355,4 @@ void TaskWorker::wakeWaitersOf(Task& task)
 
 } // namespace Brennic::Core
 
-#include "moc_TaskWorker.cpp"
+#include "moc_TaskWorker.cpp" // NOLINT(bugprone-suspicious-include)

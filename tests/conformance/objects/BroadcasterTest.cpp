@@ -18,7 +18,6 @@
 #include "support/VirtualSlot.h"
 
 using namespace Brennic::Testing;
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Broadcaster = Brennic::Core::Broadcaster<Listener>;

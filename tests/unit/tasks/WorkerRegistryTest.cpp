@@ -17,8 +17,6 @@
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;
-using ::testing::Contains;
-using ::testing::Not;
 
 namespace {
 
