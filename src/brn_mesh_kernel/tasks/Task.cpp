@@ -60,6 +60,7 @@ Task::Task() : m_impl(std::make_unique<TaskImpl>()) {}
 
 Task::Task(const std::function<void()>& function) : m_impl(std::make_unique<TaskImpl>(function)) {}
 
+// NOLINTNEXTLINE(bugprone-copy-constructor-init): a QObject cannot be copied, and owners are not.
 Task::Task(const Task& other)
     : SharedObjectInternal(),
       QObject(),
@@ -176,4 +177,4 @@ std::shared_ptr<TaskQueue> Task::setQueue(std::shared_ptr<TaskQueue> queue)
 
 template class Brennic::Objects::SharedObject<Brennic::Core::Task>;
 
-#include "moc_Task.cpp"
+#include "moc_Task.cpp" // NOLINT(bugprone-suspicious-include)

@@ -273,4 +273,4 @@ bool TaskQueue::areAllWorkersPaused() const
 
 template class Brennic::Objects::SharedObject<Brennic::Core::TaskQueue>;
 
-#include "moc_TaskQueue.cpp"
+#include "moc_TaskQueue.cpp" // NOLINT(bugprone-suspicious-include)
