@@ -4,14 +4,10 @@ namespace Brennic::Objects {
 
 SharedObjectInternal::SharedObjectInternal() = default;
 
-// NOLINTNEXTLINE(bugprone-copy-constructor-init): a copy takes no part of the self-reference.
-SharedObjectInternal::SharedObjectInternal(const SharedObjectInternal&) : enable_shared_from_this() {}
+// The standard library's base leaves the self-reference where it is.
+SharedObjectInternal::SharedObjectInternal(const SharedObjectInternal&) = default;
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): there is nothing that a self-assignment could harm.
-SharedObjectInternal& SharedObjectInternal::operator=(const SharedObjectInternal&)
-{
-    return *this;
-}
+SharedObjectInternal& SharedObjectInternal::operator=(const SharedObjectInternal&) = default;
 
 SharedObjectInternal::~SharedObjectInternal() = default;
 

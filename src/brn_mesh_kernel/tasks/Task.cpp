@@ -71,7 +71,7 @@ Task::Task() : m_impl(std::make_unique<TaskImpl>()) {}
 
 Task::Task(const std::function<void()>& function) : m_impl(std::make_unique<TaskImpl>(function)) {}
 
-// NOLINTNEXTLINE(bugprone-copy-constructor-init): a copy shares nothing but the callable.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init): a QObject cannot be copied, and owners are not.
 Task::Task(const Task& other)
     : SharedObjectInternal(),
       QObject(),

@@ -71,7 +71,7 @@ TaskWorker::TaskWorker(TaskQueue* queue)
         QThread::currentThread()->setPriority(QThread::HighestPriority);
         return;
     }
-    setObjectName(QString::fromStdString(workerThreadName(m_qos, number)));
+    m_threadName = workerThreadName(m_qos, number);
     startThread();
 }
 
@@ -97,11 +97,13 @@ void TaskWorker::enterThread()
 {
     t_worker = this;
     m_crashStack = std::make_unique<CrashStack>();
-    nameCurrentThread(objectName().toStdString());
-    thread()->setObjectName(objectName());
+    nameCurrentThread(m_threadName);
     m_hasEntered = true;
-    if (mayGoOn())
-        QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+    if (!mayGoOn())
+        return;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isInLoop = true;
+    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
 }
 
 void TaskWorker::leaveThread()
@@ -176,13 +178,18 @@ void TaskWorker::retire()
     ApplicationGate::lookAgain();
 }
 
+// Only where no event can be on its way, or the one that was has been lost: a second one would be delivered when
+// the worker is thought to be at rest.
 void TaskWorker::wake()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_isHeld || (m_state == State::Idle && m_inbox.empty() && !m_isEventOnItsWay))
+        const bool helpsItself = !m_isInLoop || m_isHeld || m_state == State::Active;
+        const bool hasNothing = m_state == State::Idle && m_inbox.empty() && !m_isEventOnItsWay;
+        if (hasNothing || (helpsItself && m_qos != eQOS_GUI))
             return;
         m_isEventOnItsWay = true;
+        m_state = State::Notified;
     }
     QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
 }
@@ -190,7 +197,8 @@ void TaskWorker::wake()
 bool TaskWorker::isAtRest()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_qos == eQOS_GUI || m_isHeld || m_running > 0 || (m_state == State::Idle && !m_isEventOnItsWay);
+    const bool isAsleep = m_state != State::Active && !m_isEventOnItsWay;
+    return m_qos == eQOS_GUI || m_isHeld || m_running > 0 || isAsleep;
 }
 
 bool TaskWorker::isComingOrGoing() const
@@ -261,7 +269,7 @@ void TaskWorker::endHandOver()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const bool isEmpty = m_inbox.empty() && m_nextTaken == m_taken.size();
-        m_state = isEmpty || !ApplicationGate::isOpen() ? State::Idle : State::Notified;
+        m_state = isEmpty ? State::Idle : State::Notified;
         if (isEmpty || !mustSendEventLocked())
             return;
     }

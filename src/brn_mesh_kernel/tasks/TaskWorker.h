@@ -18,6 +18,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include <QObject>
@@ -76,8 +77,8 @@ public:
 
     State state() const { return m_state; }
 
-    /// Sends the worker an event if there may be something for it: the one that was on its way may have been
-    /// lost with the application object. Thread: any.
+    /// Sends the worker an event if there may be something for it, now that there is an application object: the
+    /// one that was on its way may have been lost with the last. Thread: any.
     void wake();
 
     bool isPaused() const { return m_paused; }
@@ -131,6 +132,7 @@ private:
 
     const EQualityOfService m_qos;
     const bool m_isFirstOfQueue;
+    std::string m_threadName;
     TaskQueue* m_queue; // guarded by m_queueMutex; null once the queue has gone
     std::atomic<bool> m_paused{false};
     std::atomic<bool> m_hasRetired{false};
@@ -141,9 +143,11 @@ private:
     // them only when it empties its inbox.
     std::mutex m_queueMutex;
     std::mutex m_mutex;
-    std::vector<Announcement> m_inbox;       // guarded by m_mutex
-    bool m_isEventOnItsWay = false;          // guarded by m_mutex
-    std::atomic<State> m_state{State::Idle}; // changed under m_mutex
+    std::vector<Announcement> m_inbox; // guarded by m_mutex
+    bool m_isInLoop = false;           // guarded by m_mutex
+    // A thread that starts is as good as notified: it sends itself an event before it enters its loop.
+    bool m_isEventOnItsWay;     // guarded by m_mutex
+    std::atomic<State> m_state; // changed under m_mutex
     // What has been taken from the inbox; only the worker's thread uses it.
     std::vector<Announcement> m_taken;
     std::size_t m_nextTaken = 0;

@@ -268,14 +268,16 @@ TEST_F(TaskQueueTest, pendingTasksMoveToAnOverflowQueueInOrderWhenTheLastWorkerB
     const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
     std::vector<std::pair<int, QThread*>> runs;
     QThread* worker = nullptr;
-    const std::shared_ptr<Task> waits = add(queue, [&] {
+    Latch done; // a wait in this thread could move some of the tasks too, to a queue of its own
+    add(queue, [&] {
         worker = QThread::currentThread();
         std::shared_ptr<Task> last;
         for (int i = 0; i < 10; ++i)
             last = add(queue, [&runs, i] { runs.emplace_back(i, QThread::currentThread()); });
         last->waitTillFinished();
+        done.countDown();
     });
-    waits->waitTillFinished();
+    ASSERT_TRUE(done.wait());
     ASSERT_EQ(runs.size(), 10U);
     for (int i = 0; i < 10; ++i) {
         EXPECT_EQ(runs[static_cast<std::size_t>(i)].first, i);

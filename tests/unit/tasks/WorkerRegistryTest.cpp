@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <pthread.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,9 +27,9 @@ class WorkerRegistryTest : public TaskFixture
 protected:
     static std::string nameOfWorker(const std::shared_ptr<TaskQueue>& queue)
     {
-        std::string name;
+        char name[16] = {};
         const auto task =
-            std::make_shared<Task>([&] { name = QThread::currentThread()->objectName().toStdString(); });
+            std::make_shared<Task>([&] { pthread_getname_np(pthread_self(), name, sizeof(name)); });
         queue->addTask(task);
         task->waitTillFinished();
         return name;
