@@ -25,7 +25,7 @@ protected:
     {
         const ProcessEnd end = crash(GetParam().name);
         EXPECT_EQ(end.signal, GetParam().signal);
-        EXPECT_LT(end.time.count(), 2000);
+        EXPECT_LT(end.time.count(), limitOfAllSteps);
         expectReport();
         expectGoodDump(dump(), GetParam().signal, GetParam().function);
         EXPECT_THAT(dumpsIn(m_temporary), ::testing::IsEmpty());

@@ -70,7 +70,7 @@ TEST_F(CrashPlace, ofEightThreadsThatCrashAtOnceOneIsHandled)
 {
     const ProcessEnd end = crash("null-write", {"in=eight-threads", "handler=true"});
     EXPECT_EQ(end.exitCode, 1);
-    EXPECT_LT(end.time.count(), 2000);
+    EXPECT_LT(end.time.count(), limitOfAllSteps);
     expectReport();
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
 }

@@ -9,7 +9,6 @@ using namespace Brennic::Testing;
 namespace {
 
 constexpr int preparationFailed = 91;
-constexpr int limitOfAllSteps = 7000; // in milliseconds: two seconds for the report and five for the dump
 
 class CrashSituation : public CrashFixture
 {

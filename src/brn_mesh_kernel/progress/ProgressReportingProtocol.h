@@ -2,7 +2,7 @@
 /// \file
 /// The interface through which a `Progress` tells how far its work has come.
 ///
-///     struct StatusBar : Brennic::Core::ProgressReportingProtocol {
+///     struct StatusBar final : Brennic::Core::ProgressReportingProtocol {
 ///         void progressUpdated(Brennic::Core::Progress*, float fraction, const std::wstring& text) override
 ///         {
 ///             show(text, 100 * fraction);

@@ -86,7 +86,7 @@ TEST_F(ProgressReportingTest, theOperationsOfTheProtocolDoNothing)
 
 TEST_F(ProgressReportingTest, aReceiverMayOverrideCompletionAlone)
 {
-    struct CompletionOnly : ProgressReportingProtocol
+    struct CompletionOnly final : ProgressReportingProtocol
     {
         void progressCompleted(Progress*, const std::wstring&) override { ++completions; }
         int completions = 0;
@@ -343,7 +343,7 @@ TEST_F(ProgressReportingTest, everyLevelHandsOneCallableToTheGuiQueue)
 
 TEST_F(ProgressReportingTest, aReceiverMayReportFromInsideAMessage)
 {
-    struct Relay : ProgressReportingProtocol
+    struct Relay final : ProgressReportingProtocol
     {
         void progressUpdated(Progress* progress, float, const std::wstring&) override
         {

@@ -25,6 +25,8 @@ struct ProgressMessage
 class RecordingReceiver : public Core::ProgressReportingProtocol
 {
 public:
+    virtual ~RecordingReceiver() = default;
+
     void progressUpdated(Core::Progress* progress, float fraction, const std::wstring& description) override
     {
         record({progress, false, fraction, description, QThread::currentThread()});
