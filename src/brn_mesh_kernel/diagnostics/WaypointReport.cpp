@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
 #include <fstream>
+#include <locale>
 #include <ostream>
 #include <sstream>
 #include <streambuf>
@@ -44,17 +46,30 @@ class NumberText : private std::streambuf
 public:
     NumberText() { m_stream.precision(16); }
 
+    /// The text of the integer, valid until the next call.
+    std::string_view operator()(std::int32_t number)
+    {
+        if (!m_isClassic)
+            return print(number);
+        char* const first = m_characters.data();
+        const std::to_chars_result end = std::to_chars(first, first + m_characters.size(), number);
+        return {first, static_cast<std::size_t>(end.ptr - first)};
+    }
+
     /// The text of the number, valid until the next call.
+    std::string_view operator()(double number) { return print(number); }
+
+private:
     template <typename Number>
-    std::string_view operator()(Number number)
+    std::string_view print(Number number)
     {
         setp(m_characters.data(), m_characters.data() + m_characters.size());
         m_stream << number;
         return {pbase(), static_cast<std::size_t>(pptr() - pbase())};
     }
 
-private:
     std::array<char, 128> m_characters{}; // 20 digits, each followed by a separator, and room to spare
+    const bool m_isClassic = std::locale() == std::locale::classic();
     std::ostream m_stream{this};
 };
 
