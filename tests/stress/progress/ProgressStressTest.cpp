@@ -17,7 +17,7 @@ using namespace Brennic::Testing;
 
 namespace {
 
-class CountingReceiver : public ProgressReportingProtocol
+class CountingReceiver final : public ProgressReportingProtocol
 {
 public:
     void progressUpdated(Progress*, float, const std::wstring&) override { ++messages; }
