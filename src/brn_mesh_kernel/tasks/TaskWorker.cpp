@@ -172,8 +172,8 @@ void TaskWorker::retire()
         // Under the lock, which the destructor takes: the worker may end as soon as it knows. An event would
         // be dropped while there is no application object; this is not.
         const std::lock_guard<std::mutex> lock(m_mutex);
+        thread()->quit(); // before the gate lets the thread go on
         m_hasRetired = true;
-        thread()->quit();
     }
     ApplicationGate::lookAgain();
 }
