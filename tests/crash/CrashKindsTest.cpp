@@ -25,7 +25,7 @@ protected:
     {
         const ProcessEnd end = crash(GetParam().name);
         EXPECT_EQ(end.signal, GetParam().signal);
-        EXPECT_LT(end.time.count(), limitOfAllSteps);
+        EXPECT_LT(end.time.count(), usualTime);
         expectReport();
         expectGoodDump(dump(), GetParam().signal, GetParam().function);
         EXPECT_THAT(dumpsIn(m_temporary), ::testing::IsEmpty());

@@ -70,7 +70,7 @@ TEST_F(CrashPlace, ofEightThreadsThatCrashAtOnceOneIsHandled)
 {
     const ProcessEnd end = crash("null-write", {"in=eight-threads", "handler=true"});
     EXPECT_EQ(end.exitCode, 1);
-    EXPECT_LT(end.time.count(), limitOfAllSteps);
+    EXPECT_LT(end.time.count(), usualTime);
     expectReport();
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
 }
