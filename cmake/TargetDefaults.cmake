@@ -8,6 +8,9 @@ function(brn_target_defaults target)
                POSITION_INDEPENDENT_CODE ON
   )
   target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS)
+  if(WIN32)
+    target_compile_definitions(${target} PRIVATE NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE _WIN32_WINNT=0x0A00)
+  endif()
   if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     target_compile_options(
       ${target}

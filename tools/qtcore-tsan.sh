@@ -61,31 +61,9 @@ flock -n 9 || { say "waiting for another build of it"; flock 9; }
 
 work=$cache/qtcore-tsan.work
 rm -rf "$work" "$prefix"
-mkdir -p "$work/apt/lists/partial" "$work/apt/cache/archives/partial" "$work/apt/empty" "$work/source"
+mkdir -p "$work"
 
-# The Debian archives that the machine uses already, as sources of source packages, in files of our own.
-release=$(. /etc/os-release && echo "$VERSION_CODENAME")
-apt-get indextargets --format '$(REPO_URI)|$(RELEASE)|$(COMPONENT)' 'Created-By: Packages' |
-    awk -F'|' -v release="$release" '
-        $3 == "main" && index($2, release) == 1 && !seen[$0]++ {
-            print "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] " $1 " " $2 " main"
-        }' > "$work/apt/sources.list"
-[ -s "$work/apt/sources.list" ] || die "no archive of Debian $release among the machine's package sources"
-cat > "$work/apt/apt.conf" <<CONF
-Dir::Etc::SourceList "$work/apt/sources.list";
-Dir::Etc::SourceParts "$work/apt/empty";
-Dir::State::Lists "$work/apt/lists";
-Dir::Cache "$work/apt/cache";
-APT::Sandbox::User "$(id -un)";
-CONF
-export APT_CONFIG=$work/apt/apt.conf
-
-say "fetching the source of qt6-base $version"
-apt-get -qq update > "$work/log" 2>&1 || { tail -n 20 "$work/log" >&2; die "the package lists cannot be fetched"; }
-(cd "$work/source" && apt-get -qq source "qt6-base=$version") >> "$work/log" 2>&1 ||
-    { tail -n 20 "$work/log" >&2; die "the source package cannot be fetched"; }
-unset APT_CONFIG
-source_dir=$(find "$work/source" -mindepth 1 -maxdepth 1 -type d)
+source_dir=$("$(dirname "$0")/source-package.sh" qt6-base-dev "$work/packages")
 
 say "configuring"
 off=()

@@ -1,9 +1,7 @@
 #include <brn_mesh_common/Util.h>
 
-#include <atomic>
 #include <cerrno>
 #include <filesystem>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -12,9 +10,6 @@
 namespace Brennic::Objects::Util {
 
 namespace {
-
-// Set once and never freed, so that a report written during a crash or at exit can read it.
-std::atomic<const VersionInfo*> g_registered{nullptr};
 
 // What the kernel appends to the link's target once the executable has been deleted or replaced.
 constexpr std::string_view deletedMark = " (deleted)";
@@ -39,25 +34,6 @@ std::string executableFileName()
 }
 
 } // namespace
-
-Core::EKvsStatus RegisterVersionInfo(const VersionInfo& versionInfo)
-{
-    auto registered = std::make_unique<const VersionInfo>(versionInfo);
-    const VersionInfo* none = nullptr;
-    if (!g_registered.compare_exchange_strong(none, registered.get()))
-        return Core::Failure;
-    static_cast<void>(registered.release());
-    return Core::Success;
-}
-
-Core::EKvsStatus QueryVersionInfo(VersionInfo& versionInfo)
-{
-    const VersionInfo* const registered = g_registered.load();
-    if (registered == nullptr)
-        return Core::Failure;
-    versionInfo = *registered;
-    return Core::Success;
-}
 
 std::wstring GetCurrentProcessName()
 {

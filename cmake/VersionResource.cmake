@@ -1,0 +1,18 @@
+# brn_add_version_resource(<target> <product> <description>): the texts that a file of Windows carries about itself.
+# Does nothing elsewhere.
+function(brn_add_version_resource target product description)
+  if(NOT WIN32)
+    return()
+  endif()
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL "EXECUTABLE")
+    set(file_type VFT_APP)
+    set(extension .exe)
+  else()
+    set(file_type VFT_DLL)
+    set(extension .dll)
+  endif()
+  set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${resource}" @ONLY)
+  target_sources(${target} PRIVATE "${resource}")
+endfunction()

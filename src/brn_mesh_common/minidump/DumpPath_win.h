@@ -1,0 +1,19 @@
+#pragma once
+/// \file
+/// Internal, not installed. Where a dump goes for which nobody has chosen a name.
+
+#include <array>
+
+namespace Brennic::Minidump {
+
+/// As long as the system's functions may need it, so that no memory is allocated for it.
+using PathBuffer = std::array<wchar_t, 32768>;
+
+/// Sets \p path to a new file in the directory for temporary files, named after the process, its id and the
+/// time (UTC). \return false if there is no such directory.
+bool makeTemporaryDumpPath(PathBuffer& path);
+
+/// Sets \p result to \p path and \p extension. \return false if that is too long.
+bool appendExtension(const wchar_t* path, const wchar_t* extension, PathBuffer& result);
+
+} // namespace Brennic::Minidump

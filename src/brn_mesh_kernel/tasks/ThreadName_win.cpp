@@ -1,0 +1,30 @@
+#include <brn_mesh_kernel/tasks/ThreadName.h>
+
+#include <windows.h>
+
+#include <boost/nowide/convert.hpp>
+
+namespace Brennic::Core {
+
+namespace {
+
+using SetThreadDescription = HRESULT(WINAPI*)(HANDLE thread, const wchar_t* description);
+
+// Windows 10 and later have it.
+SetThreadDescription findSetThreadDescription()
+{
+    const HMODULE kernel = GetModuleHandleW(L"kernel32.dll");
+    const auto function = reinterpret_cast<void*>(GetProcAddress(kernel, "SetThreadDescription"));
+    return reinterpret_cast<SetThreadDescription>(function);
+}
+
+} // namespace
+
+void nameCurrentThread(const std::string& name)
+{
+    static const SetThreadDescription setThreadDescription = findSetThreadDescription();
+    if (setThreadDescription != nullptr)
+        setThreadDescription(GetCurrentThread(), boost::nowide::widen(name).c_str());
+}
+
+} // namespace Brennic::Core
