@@ -20,6 +20,9 @@ install(
   FILE brn_mesh_kernel-targets.cmake
   DESTINATION "${package_dir}"
 )
+if(WIN32)
+  install(FILES ${BRN_RUNTIME_DLLS} DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/brn_mesh_kernel-config.cmake.in" "${generated_dir}/brn_mesh_kernel-config.cmake"
   INSTALL_DESTINATION "${package_dir}"
@@ -33,3 +36,11 @@ install(
   FILES "${generated_dir}/brn_mesh_kernel-config.cmake" "${generated_dir}/brn_mesh_kernel-config-version.cmake"
   DESTINATION "${package_dir}"
 )
+
+set(CPACK_PACKAGE_VENDOR Brennic)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME "${PROJECT_NAME}-${PROJECT_VERSION}-win64")
+  set(CPACK_STRIP_FILES ON)
+endif()
+include(CPack)

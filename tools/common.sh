@@ -33,3 +33,16 @@ build_preset() {
   say "Building build/$1"
   quietly cmake --build --preset "$@"
 }
+
+# test_preset PRESET [CTEST ARGUMENTS]: on a terminal with all it has to say, elsewhere only what is worth reading.
+test_preset() {
+  local preset=$1
+  shift
+  say "Testing build/$preset"
+  sync # a build leaves much to be written, and some tests bound how long a file may take
+  if [ -t 1 ]; then
+    ctest --preset "$preset" -j "$(nproc)" --progress "$@"
+  else
+    ctest --preset "$preset" -j "$(nproc)" "$@" | grep -vE '^ +Start +[0-9]+: |^ *[0-9]+/[0-9]+ Test .* (Passed|\*\*\*Skipped) '
+  fi
+}

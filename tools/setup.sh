@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages that building and testing need, and nothing else.
+# tools/setup.sh [PACKAGES]: installs the Debian 12 packages that building and testing need, PACKAGES too, and nothing else.
 # Does nothing where they are installed. Needs root or sudo only where one is missing.
 set -euo pipefail
 
@@ -16,6 +16,7 @@ packages=(
   lldb-14 llvm-14
   # static checks
   clang clang-tidy clang-format
+  "$@"
 )
 
 say() { printf '== %s\n' "$*"; }

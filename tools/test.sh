@@ -10,5 +10,4 @@ if [ ! -e /proc/self/maps ]; then
 fi
 configure_preset release ${CI:+-DBRN_WARNINGS_AS_ERRORS=ON}
 build_preset release
-say "Testing build/release"
-ctest --preset release -j "$(nproc)" --progress "$@"
+test_preset release "$@"

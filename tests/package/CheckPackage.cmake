@@ -1,4 +1,5 @@
-# Installs the build, moves the package to another place, builds a host against it there and runs it.
+# Makes the package of the build, puts it in another place, builds a host against it there and runs it. The package is the zip
+# where there is one, else what the build installs.
 foreach(name IN ITEMS BUILD_DIR SOURCE_DIR WORK_DIR GENERATOR CXX_COMPILER)
   if(NOT ${name})
     message(FATAL_ERROR "${name} is not set")
@@ -12,17 +13,33 @@ function(run)
   endif()
 endfunction()
 
+set(package_dir "${WORK_DIR}/a place with blanks")
 file(REMOVE_RECURSE "${WORK_DIR}")
-run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first")
-file(RENAME "${WORK_DIR}/first" "${WORK_DIR}/a place with blanks")
+file(MAKE_DIRECTORY "${WORK_DIR}")
+if(ZIP_NAME)
+  run("${CMAKE_COMMAND}" -E chdir "${BUILD_DIR}" "${CMAKE_CPACK_COMMAND}" -G ZIP -B "${WORK_DIR}")
+  file(ARCHIVE_EXTRACT INPUT "${WORK_DIR}/${ZIP_NAME}.zip" DESTINATION "${WORK_DIR}")
+  file(RENAME "${WORK_DIR}/${ZIP_NAME}" "${package_dir}")
+else()
+  run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first")
+  file(RENAME "${WORK_DIR}/first" "${package_dir}")
+endif()
+if(TOOLCHAIN_FILE) # which looks for packages nowhere else, and takes its compiler itself
+  set(compiler "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+               "-Dbrn_mesh_kernel_DIR=${package_dir}/lib/cmake/brn_mesh_kernel"
+               "-DCMAKE_RUNTIME_OUTPUT_DIRECTORY=${package_dir}/bin"
+  )
+  set(host "${package_dir}/bin/package_host.exe")
+else()
+  set(compiler "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_PREFIX_PATH=${package_dir}")
+  set(host "${WORK_DIR}/host/package_host")
+endif()
 run(
-  "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${SOURCE_DIR}/tests/package/host" -B "${WORK_DIR}/host"
-  "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=Debug
-  "-DCMAKE_PREFIX_PATH=${WORK_DIR}/a place with blanks"
-  "-DQUICK_START_SOURCE=${SOURCE_DIR}/examples/quick_start/main.cpp"
+  "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${SOURCE_DIR}/tests/package/host" -B "${WORK_DIR}/host" ${compiler}
+  -DCMAKE_BUILD_TYPE=Debug "-DQUICK_START_SOURCE=${SOURCE_DIR}/examples/quick_start/main.cpp"
 )
 run("${CMAKE_COMMAND}" --build "${WORK_DIR}/host")
-run("${CMAKE_COMMAND}" -E chdir "${WORK_DIR}" "${WORK_DIR}/host/package_host")
+run("${CMAKE_COMMAND}" -E chdir "${WORK_DIR}" ${EMULATOR} "${host}")
 foreach(file IN ITEMS host.log host.xml)
   if(NOT EXISTS "${WORK_DIR}/${file}")
     message(FATAL_ERROR "the host wrote no ${file}")

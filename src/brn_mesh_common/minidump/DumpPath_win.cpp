@@ -32,8 +32,8 @@ bool makeTemporaryDumpPath(PathBuffer& path)
     GetSystemTime(&now);
     const std::size_t room = path.size() - length;
     const int written = _snwprintf(path.data() + length, room, L"%.*ls-%lu-%04d%02d%02d-%02d%02d%02d.dmp",
-                                   static_cast<int>(name.size()), name.data(), GetCurrentProcessId(), now.wYear,
-                                   now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond);
+                                   static_cast<int>(name.size()), name.data(), GetCurrentProcessId(),
+                                   now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond);
     return written > 0 && static_cast<std::size_t>(written) < room;
 }
 

@@ -33,8 +33,8 @@ struct Request
 void printLine(const char* line)
 {
     DWORD written = 0;
-    WriteFile(GetStdHandle(STD_ERROR_HANDLE), line, static_cast<DWORD>(std::char_traits<char>::length(line)), &written,
-              nullptr);
+    WriteFile(GetStdHandle(STD_ERROR_HANDLE), line, static_cast<DWORD>(std::char_traits<char>::length(line)),
+              &written, nullptr);
 }
 
 class DumpThread
@@ -99,8 +99,8 @@ private:
     {
         if (!appendExtension(path, L".part", m_partPath))
             return false;
-        const bool isWritten =
-            writeFile(m_partPath.data()) && MoveFileExW(m_partPath.data(), path, MOVEFILE_REPLACE_EXISTING) != 0;
+        const bool isWritten = writeFile(m_partPath.data()) &&
+                               MoveFileExW(m_partPath.data(), path, MOVEFILE_REPLACE_EXISTING) != 0;
         if (!isWritten)
             DeleteFileW(m_partPath.data());
         return isWritten;
@@ -108,21 +108,23 @@ private:
 
     bool writeFile(const wchar_t* path)
     {
-        const HANDLE file =
-            CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+        const HANDLE file = CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr);
         if (file == INVALID_HANDLE_VALUE)
             return false;
-        const auto type = static_cast<MINIDUMP_TYPE>(MiniDumpNormal | MiniDumpWithThreadInfo | MiniDumpWithUnloadedModules);
+        const auto type =
+            static_cast<MINIDUMP_TYPE>(MiniDumpNormal | MiniDumpWithThreadInfo | MiniDumpWithUnloadedModules);
         MINIDUMP_EXCEPTION_INFORMATION* const exception =
             m_request.exception.ExceptionPointers != nullptr ? &m_request.exception : nullptr;
-        const bool isWritten = m_writer(GetCurrentProcess(), GetCurrentProcessId(), file, type, exception, nullptr,
-                                        nullptr) != 0;
+        const bool isWritten = m_writer(GetCurrentProcess(), GetCurrentProcessId(), file, type, exception,
+                                        nullptr, nullptr) != 0;
         return CloseHandle(file) != 0 && isWritten;
     }
 
     void printTemporaryPath()
     {
-        if (boost::nowide::narrow(m_narrowPath.data(), m_narrowPath.size(), m_temporaryPath.data()) == nullptr)
+        if (boost::nowide::narrow(m_narrowPath.data(), m_narrowPath.size(), m_temporaryPath.data()) ==
+            nullptr)
             return;
         printLine("[KVS_LOG] Crash dump written to ");
         printLine(m_narrowPath.data());

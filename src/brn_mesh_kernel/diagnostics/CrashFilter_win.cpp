@@ -53,6 +53,17 @@ LONG WINAPI onUnhandledException(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
+// Whether the system's own handling of the crash has room on the thread. It would end the thread otherwise, and leave a
+// process that hangs.
+bool hasStackForSystem()
+{
+    constexpr ULONG_PTR need = 32UL * 1024;
+    ULONG_PTR low = 0;
+    ULONG_PTR high = 0;
+    GetCurrentThreadStackLimits(&low, &high);
+    return reinterpret_cast<ULONG_PTR>(&low) - low >= need;
+}
+
 // Only for the one exception that no filter is called for, as the thread has no stack left for it.
 LONG WINAPI onStackOverflow(EXCEPTION_POINTERS* exception)
 {
@@ -61,6 +72,8 @@ LONG WINAPI onStackOverflow(EXCEPTION_POINTERS* exception)
     claimCrash();
     CrashSteps::instance().run(exception, false);
     g_isHandled = true;
+    if (!hasStackForSystem())
+        TerminateProcess(GetCurrentProcess(), EXCEPTION_STACK_OVERFLOW);
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
@@ -77,10 +90,15 @@ void handleAsException(DWORD code)
     onUnhandledException(&exception);
 }
 
-// From abort(), hence also from std::terminate() and a pure call. When it returns, abort() ends the process.
+// From abort(), hence also from std::terminate(). When it returns, abort() ends the process.
 void onAbort(int /*signal*/)
 {
     handleAsException(static_cast<DWORD>(STATUS_FATAL_APP_EXIT));
+}
+
+void onPureCall()
+{
+    std::abort();
 }
 
 void onInvalidParameter(const wchar_t* /*expression*/, const wchar_t* /*function*/, const wchar_t* /*file*/,
@@ -88,6 +106,27 @@ void onInvalidParameter(const wchar_t* /*expression*/, const wchar_t* /*function
 {
     handleAsException(invalidParameter);
     TerminateProcess(GetCurrentProcess(), invalidParameter);
+}
+
+// Calls a function of a C library that takes a handler, if there is such a library and it has the function.
+template <typename... Arguments>
+void callSetter(const wchar_t* library, const char* function, Arguments... arguments)
+{
+    const HMODULE module = GetModuleHandleW(library);
+    auto* const address =
+        module != nullptr ? reinterpret_cast<void*>(GetProcAddress(module, function)) : nullptr;
+    if (address != nullptr)
+        reinterpret_cast<void* (*)(Arguments...)>(address)(arguments...);
+}
+
+// Each C library of the process ends it in its own name: the library's one and the host's may be two.
+void handleEndsByCLibrary()
+{
+    for (const wchar_t* library : {L"msvcrt.dll", L"ucrtbase.dll", L"ucrtbased.dll"}) {
+        callSetter(library, "signal", SIGABRT, onAbort);
+        callSetter(library, "_set_invalid_parameter_handler", onInvalidParameter);
+        callSetter(library, "_set_purecall_handler", onPureCall);
+    }
 }
 
 void guardMainThread()
@@ -119,8 +158,7 @@ void CrashFilter::install()
     keepLibraryLoaded();
     SetUnhandledExceptionFilter(onUnhandledException);
     handleStackOverflow();
-    std::signal(SIGABRT, onAbort);
-    _set_invalid_parameter_handler(onInvalidParameter);
+    handleEndsByCLibrary();
 }
 
 } // namespace Brennic::Core

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <future>
-#include <map>
 #include <thread>
 #include <vector>
 
@@ -13,14 +12,11 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
+#include "crash/child/PlatformPlaces.h"
 
 namespace Brennic::Testing {
 
 namespace {
-
-using Function = std::function<void()>;
 
 void onThread(const Function& function)
 {
@@ -102,20 +98,9 @@ void duringExit(const Function& function)
     std::exit(0);
 }
 
-// The parent's exit code is the signal that its child died of.
-void inForkedChild(const Function& function)
+const Places& places()
 {
-    const pid_t child = fork();
-    if (child == 0)
-        function();
-    int status = 0;
-    waitpid(child, &status, 0);
-    std::exit(WIFSIGNALED(status) ? WTERMSIG(status) : 100 + WEXITSTATUS(status));
-}
-
-const std::map<std::string, std::function<void(const Function&)>>& places()
-{
-    static const std::map<std::string, std::function<void(const Function&)>> table{
+    static const Places table{
         {"main", [](const Function& function) { function(); }},
         {"thread", onThread},
         {"worker", onWorker},
@@ -124,7 +109,6 @@ const std::map<std::string, std::function<void(const Function&)>>& places()
         {"two-threads-in-turn", onTwoThreadsInTurn},
         {"after-terminate", afterTerminate},
         {"exit", duringExit},
-        {"fork", inForkedChild},
     };
     return table;
 }
@@ -133,11 +117,14 @@ const std::map<std::string, std::function<void(const Function&)>>& places()
 
 bool runIn(const std::string& name, const std::function<void()>& function)
 {
-    const auto found = places().find(name);
-    if (found == places().end())
-        return false;
-    found->second(function);
-    return true;
+    for (const Places* table : {&places(), &platformPlaces()}) {
+        const auto found = table->find(name);
+        if (found != table->end()) {
+            found->second(function);
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace Brennic::Testing

@@ -11,6 +11,7 @@
 #include <map>
 #include <string>
 
+#include <boost/nowide/args.hpp>
 #include <boost/nowide/convert.hpp>
 #include <brn_mesh_kernel/kernel/Kernel.h>
 
@@ -100,9 +101,10 @@ __attribute__((noinline)) bool workOnMesh(const std::string& kind)
 
 int main(int count, char** values)
 {
+    const boost::nowide::args utf8(count, values);
     if (count < 3)
         return wrongArguments;
-    const std::filesystem::path directory = values[1];
+    const std::filesystem::path directory = std::filesystem::u8path(values[1]);
     const std::string kind = values[2];
     const Options options(count, values);
 

@@ -26,7 +26,7 @@
 #include <unistd.h>
 
 #include "crash/child/Crashes.h"
-#include "crash/child/Sandbox.h"
+#include "crash/child/Sandbox_linux.h"
 #include "support/Eventually.h"
 
 #define BRN_NOT_INLINED __attribute__((noinline))

@@ -1,4 +1,4 @@
-#include "crash/child/Sandbox.h"
+#include "crash/child/Sandbox_linux.h"
 
 #include <cerrno>
 #include <cstddef>

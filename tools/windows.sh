@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# tools/windows.sh [test [CTEST ARGUMENTS] | package]: installs what is missing and builds for 64-bit Windows.
+# `test` then runs every test under Wine; `package` makes build/windows/brn_mesh_kernel-VERSION-win64.zip.
+. "$(dirname "$0")/common.sh"
+
+job=${1-build}
+case $job in
+  build | test | package) ;;
+  *) say "usage: tools/windows.sh [test [CTEST ARGUMENTS] | package]" >&2; exit 1 ;;
+esac
+[ $# -eq 0 ] || shift
+
+tools/setup.sh g++-mingw-w64-x86-64-posix wine64 qt6-base-dev-tools dpkg-dev unzip
+tools/windows-dependencies.sh >/dev/null
+configure_preset windows ${CI:+-DBRN_WARNINGS_AS_ERRORS=ON}
+build_preset windows
+case $job in
+  test) test_preset windows "$@" ;;
+  package)
+    say "Packing build/windows"
+    (cd build/windows && quietly cpack -G ZIP)
+    ls build/windows/*.zip
+    ;;
+esac
