@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <cstdint>
@@ -90,9 +91,26 @@ void handleAsException(DWORD code)
     onUnhandledException(&exception);
 }
 
+using SignalFunction = void (*(*)(int signal, void (*handler)(int)))(int);
+
+// One for each C library of the process: the library's own and the host's may be two.
+constexpr std::array<const wchar_t*, 3> cLibraries = {L"msvcrt.dll", L"ucrtbase.dll", L"ucrtbased.dll"};
+std::array<SignalFunction, cLibraries.size()> g_signalFunctions{};
+
+void onAbort(int signal);
+
+void handleAbort()
+{
+    for (const SignalFunction setHandler : g_signalFunctions) {
+        if (setHandler != nullptr)
+            setHandler(SIGABRT, onAbort);
+    }
+}
+
 // From abort(), hence also from std::terminate(). When it returns, abort() ends the process.
 void onAbort(int /*signal*/)
 {
+    handleAbort(); // the library has gone back to the default action, and a handler of the host's may abort too
     handleAsException(static_cast<DWORD>(STATUS_FATAL_APP_EXIT));
 }
 
@@ -108,25 +126,35 @@ void onInvalidParameter(const wchar_t* /*expression*/, const wchar_t* /*function
     TerminateProcess(GetCurrentProcess(), invalidParameter);
 }
 
-// Calls a function of a C library that takes a handler, if there is such a library and it has the function.
-template <typename... Arguments>
-void callSetter(const wchar_t* library, const char* function, Arguments... arguments)
+// The function of a library, or null if there is no such library or it has no such function.
+template <typename Function>
+Function findFunction(const wchar_t* library, const char* name)
 {
     const HMODULE module = GetModuleHandleW(library);
-    auto* const address =
-        module != nullptr ? reinterpret_cast<void*>(GetProcAddress(module, function)) : nullptr;
-    if (address != nullptr)
-        reinterpret_cast<void* (*)(Arguments...)>(address)(arguments...);
+    return module != nullptr
+               ? reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)))
+               : nullptr;
 }
 
-// Each C library of the process ends it in its own name: the library's one and the host's may be two.
-void handleEndsByCLibrary()
+void handleEndsByCLibrary(const wchar_t* library)
 {
-    for (const wchar_t* library : {L"msvcrt.dll", L"ucrtbase.dll", L"ucrtbased.dll"}) {
-        callSetter(library, "signal", SIGABRT, onAbort);
-        callSetter(library, "_set_invalid_parameter_handler", onInvalidParameter);
-        callSetter(library, "_set_purecall_handler", onPureCall);
+    const auto setInvalidParameterHandler =
+        findFunction<decltype(&_set_invalid_parameter_handler)>(library, "_set_invalid_parameter_handler");
+    if (setInvalidParameterHandler != nullptr)
+        setInvalidParameterHandler(onInvalidParameter);
+    const auto setPureCallHandler =
+        findFunction<decltype(&_set_purecall_handler)>(library, "_set_purecall_handler");
+    if (setPureCallHandler != nullptr)
+        setPureCallHandler(onPureCall);
+}
+
+void handleEndsByCLibraries()
+{
+    for (std::size_t i = 0; i != cLibraries.size(); ++i) {
+        g_signalFunctions[i] = findFunction<SignalFunction>(cLibraries[i], "signal");
+        handleEndsByCLibrary(cLibraries[i]);
     }
+    handleAbort();
 }
 
 void guardMainThread()
@@ -158,7 +186,7 @@ void CrashFilter::install()
     keepLibraryLoaded();
     SetUnhandledExceptionFilter(onUnhandledException);
     handleStackOverflow();
-    handleEndsByCLibrary();
+    handleEndsByCLibraries();
 }
 
 } // namespace Brennic::Core

@@ -54,7 +54,7 @@ const std::map<std::string, Enter>& situations()
         {"64-threads", [](const auto&) { startIdleThreads(64); }},
         {"spinning-thread", [](const auto&) { startSpinningThread(); }},
         {"heap-lock-held", [](const auto&) { holdHeapLock(); }},
-        {"no-file-names",
+        {"blocked-name",
          [](const auto& directory) { std::filesystem::create_directory(directory / "crash_child.dmp"); }},
     };
     return table;

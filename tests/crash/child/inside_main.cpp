@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include <boost/nowide/args.hpp>
 #include <boost/nowide/convert.hpp>
 #include <brn_mesh_kernel/diagnostics/ExceptionHandler.h>
 
@@ -15,9 +16,10 @@
 int main(int count, char** values)
 {
     constexpr int wrongArguments = 93;
+    const boost::nowide::args utf8(count, values);
     if (count != 3)
         return wrongArguments;
-    const std::filesystem::path directory = values[1];
+    const std::filesystem::path directory = std::filesystem::u8path(values[1]);
     const std::wstring wideDirectory = boost::nowide::widen(directory.u8string());
 
     Brennic::Core::ExceptionHandler handler;
