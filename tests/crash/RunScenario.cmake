@@ -4,13 +4,12 @@
 #   ARGUMENTS  what follows the host's directory on the command line
 #   HOST       the host's directory; "host" by default
 #   EXIT       the exit code, of which the system that runs Wine sees the last eight bits
-#   DUMP       the dump, below WORK_DIR; "none" for none, "temporary" for one among the temporary files; the one in the
-#              host's directory by default
+#   DUMP       the dump, below WORK_DIR; "none" for none, "temporary" for one among the temporary files; the one in the host's directory by default
 #   CODE       the exception's code, as lldb prints it
 #   FUNCTION   a function that is on the crashing thread's stack
-#   REPORT     OFF if there is to be no report
+#   REPORT     "whole" by default, "begun" or "none"
 #   HANDLER    what the host's handler was given; not called by default
-#   NOTE, FOUND  a file in the host's directory, and what it says
+#   NOTE, FOUND  a file in the host's directory, and what it says: "the crashed thread" for that thread's number
 foreach(name IN ITEMS EMULATOR PROGRAM LLDB OBJ2YAML WORK_DIR ARGUMENTS EXIT)
   if(NOT DEFINED ${name})
     message(FATAL_ERROR "${name} is not set")
@@ -62,6 +61,9 @@ function(expect_dump dump)
   )
   expect_match("lldb's output" "${output}" "stop reason = Exception ${CODE}")
   expect_match("lldb's output" "${output}" "${FUNCTION}")
+  string(REGEX MATCH "tid = (0x[0-9a-f]+)" thread "${output}")
+  math(EXPR thread "${CMAKE_MATCH_1}")
+  set(crashed_thread ${thread} PARENT_SCOPE)
 endfunction()
 
 file(REMOVE_RECURSE "${WORK_DIR}")
@@ -96,8 +98,10 @@ else()
   expect_dump("${WORK_DIR}/${DUMP}")
 endif()
 
-if(DEFINED REPORT AND NOT REPORT)
+if(REPORT STREQUAL "none")
   set(expected_report "no file")
+elseif(REPORT STREQUAL "begun")
+  set(expected_report "")
 else()
   set(expected_report "<Waypoint name=\"Before the crash\"")
 endif()
@@ -109,6 +113,9 @@ endif()
 text_of("${host_dir}/handler" handler)
 expect_equal("what the handler was given" "${handler}" "${HANDLER}")
 if(NOTE)
+  if(FOUND STREQUAL "the crashed thread")
+    set(FOUND ${crashed_thread})
+  endif()
   text_of("${host_dir}/${NOTE}" note)
   expect_equal("${NOTE}" "${note}" "${FOUND}")
 endif()

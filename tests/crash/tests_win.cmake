@@ -49,9 +49,9 @@ brn_crash_kind(invalid-parameter 23 0xc0000417 crashByInvalidParameter before=ot
 brn_crash_scenario(
   CrashKind.heap-free-list
   ARGUMENTS heap-free-list
-  EXPECT EXIT=5 CODE=${access_violation} FUNCTION=crashInHeapByFreeList REPORT=OFF
+  EXPECT EXIT=5 CODE=${access_violation} FUNCTION=crashInHeapByFreeList REPORT=none
 )
-brn_crash_scenario(CrashKind.anExceptionThatIsCaughtIsNone ARGUMENTS caught-exception EXPECT EXIT=94 DUMP=none REPORT=OFF)
+brn_crash_scenario(CrashKind.anExceptionThatIsCaughtIsNone ARGUMENTS caught-exception EXPECT EXIT=94 DUMP=none REPORT=none)
 
 # brn_null_write(<name> [ARGUMENTS ...] [EXPECT ...])
 function(brn_null_write name)
@@ -124,11 +124,11 @@ brn_null_write(
 
 brn_null_write(
   CrashFiles.withoutALogPathAreBareNamesInTheWorkingDirectory ARGUMENTS log=none handler=true
-  EXPECT EXIT=1 DUMP=crash_child.dmp REPORT=OFF HANDLER=crash_child.dmp
+  EXPECT EXIT=1 DUMP=crash_child.dmp REPORT=none HANDLER=crash_child.dmp
 )
 brn_null_write(
   CrashFiles.followALogPathThatIsSetAndInitialisedAnew ARGUMENTS log=re-pointed handler=true
-  EXPECT EXIT=1 DUMP=host/other/crash_child.dmp REPORT=OFF HANDLER=host\\other\\crash_child.dmp
+  EXPECT EXIT=1 DUMP=host/other/crash_child.dmp REPORT=none HANDLER=host\\other\\crash_child.dmp
 )
 brn_null_write(
   CrashFiles.areInADirectoryThatTheAnsiCodePageCannotName ARGUMENTS handler=true
@@ -142,9 +142,30 @@ brn_crash_scenario(
   CrashInside.aDirectorySetAfterInitializeMeansNoReportAndADumpAmongTheTemporaryFiles
   PROGRAM crash_child_inside
   ARGUMENTS null-write
-  EXPECT EXIT=1 CODE=${access_violation} FUNCTION=crashByNullWrite DUMP=temporary REPORT=OFF "HANDLER="
+  EXPECT EXIT=1 CODE=${access_violation} FUNCTION=crashByNullWrite DUMP=temporary REPORT=none "HANDLER="
 )
 
+brn_null_write(
+  CrashHandler.thatEndsItsThreadEndsTheProcessAllTheSame ARGUMENTS handler=end-thread in=thread
+  EXPECT EXIT=1 HANDLER=host\\crash_child.dmp
+)
+brn_null_write(
+  CrashHandler.isCalledOnTheCrashingThread ARGUMENTS handler=note-thread in=thread
+  EXPECT EXIT=1 HANDLER=host\\crash_child.dmp NOTE=thread "FOUND=the crashed thread"
+)
+brn_null_write(
+  CrashSituation.aReportThatCrashesCostsNothing ARGUMENTS after=crashing-report
+  EXPECT EXIT=5 REPORT=begun
+)
+# The report has to wait for the heap in vain, and so has the dump, whose writer is the system's.
+brn_crash_scenario(
+  CrashSituation.aHeapWhoseLockIsHeldCostsReportAndDumpButNotTheEnd
+  ARGUMENTS heap-locked handler=true
+  EXPECT EXIT=1 DUMP=none REPORT=none HANDLER=host\\crash_child.dmp
+)
+brn_null_write(
+  CrashSituation.settingsThatChangeAllTheTimeDoNotMatter ARGUMENTS after=changing-settings EXPECT EXIT=1
+)
 foreach(situation IN ITEMS 64-threads spinning-thread)
   brn_null_write(CrashSituation.${situation}_doNotMatter ARGUMENTS after=${situation} EXPECT EXIT=5)
 endforeach()

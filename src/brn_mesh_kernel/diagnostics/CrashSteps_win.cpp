@@ -44,10 +44,22 @@ void callHandlerOnce()
         TerminateProcess(GetCurrentProcess(), exitCode);
 }
 
-void exitAfterAWhile()
+// What the watching thread waits for: the end of the thread that the handler is called on.
+HANDLE g_handlersThread = nullptr;
+DWORD g_timeForHandler = INFINITE;
+
+void exitWhenHandlerIsLost()
 {
-    Sleep(timeForHandlerWithoutHeap);
+    WaitForSingleObject(g_handlersThread, g_timeForHandler);
     exitAtOnce();
+}
+
+HANDLE openCurrentThread()
+{
+    HANDLE thread = nullptr;
+    DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE, FALSE,
+                    0);
+    return thread;
 }
 
 } // namespace
@@ -79,12 +91,13 @@ void CrashSteps::run(_EXCEPTION_POINTERS* exception, bool hasStack)
 }
 
 // A handler that hangs in the heap would hang for ever. Whether it may is found out before, by a thread that then does not
-// come back.
+// come back. One that ends its thread would leave a process that nobody ends.
 void CrashSteps::callHandler(bool hasStack)
 {
     const bool isHeapUsable = m_handlerThread.run(allocateOnce, timeForHeap);
-    if (!isHeapUsable)
-        m_watchThread.run(exitAfterAWhile, 0);
+    g_handlersThread = openCurrentThread();
+    g_timeForHandler = isHeapUsable ? INFINITE : timeForHandlerWithoutHeap;
+    m_watchThread.run(exitWhenHandlerIsLost, 0);
     if (hasStack || !isHeapUsable)
         callHandlerOnce();
     else

@@ -95,6 +95,15 @@ BRN_NOT_INLINED void crashInHeapByFreeList()
     g_sink = 1;
 }
 
+// No other thread gets memory any more.
+BRN_NOT_INLINED void crashWithHeapLocked()
+{
+    HeapLock(GetProcessHeap());
+    volatile int* volatile nothing = nullptr;
+    *nothing = 1;
+    g_sink = 1;
+}
+
 } // namespace
 
 const Crashes& platformCrashes()
@@ -109,6 +118,7 @@ const Crashes& platformCrashes()
         {"raised-exception", crashByRaisedException},
         {"terminate", crashByTerminate},
         {"caught-exception", catchAnException},
+        {"heap-locked", crashWithHeapLocked},
         {"heap-free-list", crashInHeapByFreeList},
     };
     return table;

@@ -2,10 +2,15 @@
 
 #include <functional>
 #include <future>
+#include <locale>
 #include <map>
 #include <thread>
 
+#include <brn_mesh_kernel/kernel/Kernel.h>
+
 #include <windows.h>
+
+#include "crash/child/Crashes.h"
 
 namespace Brennic::Testing {
 
@@ -39,10 +44,37 @@ void startSpinningThread()
     }).detach();
 }
 
-// No heap is to be had any more, as when a thread was stopped within it.
-void holdHeapLock()
+// Crashes where a thread other than the calling one formats numbers, as the report's does.
+class CrashingNumbers : public std::num_put<char>
 {
-    startIdleThread([] { HeapLock(GetProcessHeap()); });
+protected:
+    iter_type do_put(iter_type next, std::ios_base& format, char fill, long number) const override
+    {
+        if (GetCurrentThreadId() != m_thread)
+            crash("null-write");
+        return std::num_put<char>::do_put(next, format, fill, number);
+    }
+
+private:
+    DWORD m_thread = GetCurrentThreadId();
+};
+
+void letReportCrash()
+{
+    std::locale::global(std::locale(std::locale::classic(), new CrashingNumbers));
+}
+
+// Somebody changes what a crash would use, all the time.
+void changeSettingsAllTheTime()
+{
+    const auto setHandler = [](bool answer) {
+        Core::Kernel::Instance().SetSendCrashDumpHandler([answer](const wchar_t*) { return answer; });
+    };
+    setHandler(true);
+    std::thread([setHandler] {
+        for (bool answer = false;; answer = !answer)
+            setHandler(answer);
+    }).detach();
 }
 
 using Enter = std::function<void(const std::filesystem::path& directory)>;
@@ -53,7 +85,8 @@ const std::map<std::string, Enter>& situations()
         {"other-c-library", [](const auto&) { LoadLibraryW(L"ucrtbase.dll"); }},
         {"64-threads", [](const auto&) { startIdleThreads(64); }},
         {"spinning-thread", [](const auto&) { startSpinningThread(); }},
-        {"heap-lock-held", [](const auto&) { holdHeapLock(); }},
+        {"crashing-report", [](const auto&) { letReportCrash(); }},
+        {"changing-settings", [](const auto&) { changeSettingsAllTheTime(); }},
         {"blocked-name",
          [](const auto& directory) { std::filesystem::create_directory(directory / "crash_child.dmp"); }},
     };
