@@ -1,10 +1,11 @@
 #include "Crash.h"
 
-#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <map>
 #include <stdexcept>
+
+#include "IllegalInstruction.h"
 
 // Not in the unnamed one, where the compiler would see that only one function can be called.
 namespace CrashShapes {
@@ -86,9 +87,9 @@ void callPureVirtual()
 const std::map<std::string, void (*)()>& kinds()
 {
     static const std::map<std::string, void (*)()> table = {
-        {"segv", writeToNowhere},  {"abort", [] { std::abort(); }},    {"throw", throwWithoutCatch},
-        {"fpe", divideByZero},     {"stack", overflowStack},           {"heap", corruptHeap},
-        {"pure", callPureVirtual}, {"ill", [] { std::raise(SIGILL); }}};
+        {"segv", writeToNowhere},  {"abort", [] { std::abort(); }}, {"throw", throwWithoutCatch},
+        {"fpe", divideByZero},     {"stack", overflowStack},        {"heap", corruptHeap},
+        {"pure", callPureVirtual}, {"ill", raiseIllegalInstruction}};
     return table;
 }
 

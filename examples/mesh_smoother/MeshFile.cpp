@@ -19,12 +19,12 @@ namespace {
 
 std::runtime_error loadError(const std::filesystem::path& path, const std::string& reason)
 {
-    return std::runtime_error("cannot load " + path.string() + ": " + reason);
+    return std::runtime_error("cannot load " + path.u8string() + ": " + reason);
 }
 
 std::runtime_error saveError(const std::filesystem::path& path, const std::string& reason)
 {
-    return std::runtime_error("cannot save " + path.string() + ": " + reason);
+    return std::runtime_error("cannot save " + path.u8string() + ": " + reason);
 }
 
 // OpenMesh comments on files by itself, in several lines that name no file.
@@ -74,7 +74,7 @@ std::string changes(const RawMesh& raw, const Mesh& mesh, const std::filesystem:
     if (doubled > 0)
         text += (text.empty() ? "" : "; ") +
                 ("vertices were doubled where triangles cannot be connected: " + std::to_string(doubled));
-    return text.empty() ? text : path.string() + ": " + text;
+    return text.empty() ? text : path.u8string() + ": " + text;
 }
 
 std::string encoded(const Mesh& mesh, const std::filesystem::path& path)

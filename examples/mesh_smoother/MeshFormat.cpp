@@ -6,7 +6,7 @@
 
 std::string meshExtension(const std::filesystem::path& path)
 {
-    std::string extension = path.extension().string();
+    std::string extension = path.extension().u8string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
     return extension;

@@ -23,7 +23,9 @@ constexpr int maxThreads = 256;
 
 std::string requireMeshFileName(const std::string& name)
 {
-    return isMeshFileName(name) ? "" : name + " ends in none of .obj, .ply, .stl and .off";
+    return isMeshFileName(std::filesystem::u8path(name))
+               ? ""
+               : name + " ends in none of .obj, .ply, .stl and .off";
 }
 
 std::string joined(const std::vector<std::string>& words)
@@ -31,12 +33,19 @@ std::string joined(const std::vector<std::string>& words)
     return CLI::detail::join(words, ", ");
 }
 
+CLI::Option* addPath(CLI::App& app, const std::string& name, std::filesystem::path& path,
+                     const std::string& text)
+{
+    return app.add_option_function<std::string>(
+        name, [&path](const std::string& utf8) { path = std::filesystem::u8path(utf8); }, text);
+}
+
 void declare(CLI::App& app, Options& options)
 {
     app.set_version_flag("--version", "mesh_smoother " MESH_SMOOTHER_VERSION);
-    app.add_option("INPUT", options.input, "Triangle mesh to smooth: .obj, .ply, .stl or .off")->required();
-    app.add_option("--output", options.output,
-                   "Where to save it [INPUT's name with _smoothed, in this directory]")
+    addPath(app, "INPUT", options.input, "Triangle mesh to smooth: .obj, .ply, .stl or .off")->required();
+    addPath(app, "--output", options.output,
+            "Where to save it [INPUT's name with _smoothed, in this directory]")
         ->check(requireMeshFileName)
         ->type_name("FILE");
     app.add_option("--iterations", options.iterations, "How often to smooth")
@@ -51,7 +60,7 @@ void declare(CLI::App& app, Options& options)
     app.add_option("--threads", options.threads, "How many threads smooth [all cores]")
         ->check(CLI::Range(1, maxThreads))
         ->type_name("N");
-    app.add_option("--log", options.log, "Log file [beside the output]")->type_name("FILE");
+    addPath(app, "--log", options.log, "Log file [beside the output]")->type_name("FILE");
     app.add_option_function<std::string>(
            "--log-level", [&options](const std::string& name) { options.logLevel = logLevels.at(name); },
            "trace, debug, info, warn, error, fatal or off [info]")
@@ -63,13 +72,12 @@ void declare(CLI::App& app, Options& options)
                    "Crash on purpose in the middle of smoothing: " + joined(crashKinds()))
         ->check(CLI::IsMember(crashKinds()).description(""))
         ->type_name("KIND");
-    app.add_option("--report", options.report, "XML report of the run [beside the output]")
-        ->type_name("FILE");
+    addPath(app, "--report", options.report, "XML report of the run [beside the output]")->type_name("FILE");
 }
 
 std::filesystem::path besideOutput(const Options& options, const std::string& ending)
 {
-    return options.output.parent_path() / (options.output.stem().string() + ending);
+    return options.output.parent_path() / (options.output.stem() += ending);
 }
 
 bool isSameFile(const std::filesystem::path& first, const std::filesystem::path& second)
@@ -92,8 +100,10 @@ void requireDifferentFiles(const Options& options)
 
 void fillInDefaults(Options& options)
 {
-    if (options.output.empty())
-        options.output = options.input.stem().string() + "_smoothed" + options.input.extension().string();
+    if (options.output.empty()) {
+        options.output = options.input.stem() += "_smoothed";
+        options.output += options.input.extension();
+    }
     if (options.log.empty())
         options.log = besideOutput(options, ".log");
     if (options.report.empty())

@@ -1,5 +1,6 @@
 #include "ReportTable.h"
 
+#include <fstream>
 #include <iomanip>
 #include <ostream>
 
@@ -25,7 +26,8 @@ void printRow(const ptree& waypoint, std::ostream& out)
 void printReportTable(const std::filesystem::path& report, std::ostream& out)
 {
     ptree tree;
-    read_xml(report.string(), tree);
+    std::ifstream file(report);
+    read_xml(file, tree);
     out << "waypoint      iterations   seconds  memory (MB)\n" << std::fixed;
     for (const auto& [name, waypoint] : tree.get_child("Profiler.Waypoints"))
         if (name == "Waypoint")

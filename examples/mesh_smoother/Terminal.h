@@ -6,6 +6,20 @@
 #include <functional>
 #include <memory>
 
+/// Has the terminal take UTF-8 and the sequences that move its cursor, while it lives.
+class TerminalOutput
+{
+public:
+    TerminalOutput();
+    ~TerminalOutput();
+    TerminalOutput(const TerminalOutput&) = delete;
+    TerminalOutput& operator=(const TerminalOutput&) = delete;
+
+private:
+    unsigned m_savedCodePage = 0;
+    unsigned long m_savedMode = 0;
+};
+
 /// Whether the standard output is shown to somebody.
 bool isOutputATerminal();
 

@@ -35,6 +35,10 @@ void watch(int signal)
 
 } // namespace
 
+// Terminals take both as they are.
+TerminalOutput::TerminalOutput() = default;
+TerminalOutput::~TerminalOutput() = default;
+
 bool isOutputATerminal()
 {
     return ::isatty(STDOUT_FILENO) == 1;

@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include <QCoreApplication>
+#include <boost/nowide/args.hpp>
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/logging/ILogger.h>
@@ -33,9 +34,9 @@ using namespace Brennic::Core;
 void requireWritablePlace(const std::filesystem::path& file)
 {
     const std::filesystem::path directory = std::filesystem::absolute(file).parent_path();
-    const std::string name = file.string();
+    const std::string name = file.u8string();
     if (!std::filesystem::is_directory(directory))
-        throw std::runtime_error("cannot save " + name + ": there is no directory " + directory.string());
+        throw std::runtime_error("cannot save " + name + ": there is no directory " + directory.u8string());
     if (std::filesystem::is_directory(file))
         throw std::runtime_error("cannot save " + name + ": it is a directory");
     if (boost::nowide::narrow(boost::nowide::widen(name)) != name)
@@ -100,9 +101,9 @@ void smoothMesh(const Options& options)
 
 void printResults(const Options& options)
 {
-    std::cout << "\nmesh    " << std::filesystem::absolute(options.output).string() << "\nlog     "
-              << std::filesystem::absolute(options.log).string() << "\nreport  "
-              << std::filesystem::absolute(options.report).string() << "\n\n";
+    std::cout << "\nmesh    " << std::filesystem::absolute(options.output).u8string() << "\nlog     "
+              << std::filesystem::absolute(options.log).u8string() << "\nreport  "
+              << std::filesystem::absolute(options.report).u8string() << "\n\n";
     printReportTable(options.report, std::cout);
 }
 
@@ -127,6 +128,8 @@ int fail(const char* message)
 
 int main(int argc, char** argv)
 {
+    const boost::nowide::args utf8Arguments(argc, argv);
+    const TerminalOutput terminal;
     int exitCode = exitDone;
     const std::optional<Options> options = parseCommandLine(argc, argv, exitCode);
     if (!options)

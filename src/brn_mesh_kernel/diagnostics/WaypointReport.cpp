@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <locale>
 #include <ostream>
@@ -139,7 +140,7 @@ EKvsStatus WriteWaypointReport(const std::vector<Waypoint>& waypoints, const std
     std::array<char, 65536> buffer; // NOLINT(*-member-init): the file's own
     std::ofstream file;
     file.rdbuf()->pubsetbuf(buffer.data(), buffer.size());
-    file.open(name);
+    file.open(std::filesystem::u8path(name));
     if (!file)
         throwError("cannot open file", name);
     writeDocument(waypoints, file);

@@ -1,7 +1,5 @@
 #include <brn_mesh_kernel/library/LibraryEntry.h>
 
-#include <cstdlib>
-
 #include <QCoreApplication>
 
 #include <brn_mesh_kernel/tasks/ApplicationGate.h>
@@ -16,8 +14,7 @@ namespace {
 // and the one from the time when the host made its application object before all that its tasks may be using.
 void detachAtExit()
 {
-    const int failure = std::atexit(&libraryDetached);
-    static_cast<void>(failure); // the destructor detaches as well
+    callAtExit(&libraryDetached);
 }
 
 void detachEarlyAtExit()
@@ -40,6 +37,12 @@ void libraryDetached()
 {
     GlobalQueues::hideGlobalQueues();
     ApplicationGate::end();
+}
+
+void libraryLeftAlone()
+{
+    GlobalQueues::hideGlobalQueues();
+    ApplicationGate::endAlone();
 }
 
 } // namespace Brennic::Core

@@ -12,4 +12,12 @@ void libraryAttached();
 /// from any thread, also from a worker, while others are still at work. A second call does nothing.
 void libraryDetached();
 
+/// The process ends and has no other thread any more: each has been ended wherever it was, perhaps with a lock in
+/// its hands. Nothing is found in the table any more, and no wait is entered.
+void libraryLeftAlone();
+
+/// Has the function called by exit(), in the thread that calls that and while the others still run: in reverse
+/// order with what programs and libraries register for it.
+void callAtExit(void (*function)());
+
 } // namespace Brennic::Core

@@ -1,5 +1,17 @@
 #include <brn_mesh_kernel/library/LibraryEntry.h>
 
+#include <cstdlib>
+
+namespace Brennic::Core {
+
+void callAtExit(void (*function)())
+{
+    const int failure = std::atexit(function);
+    static_cast<void>(failure); // the destructor detaches as well
+}
+
+} // namespace Brennic::Core
+
 namespace {
 
 // The shared library is linked with `-z nodelete`: dlclose() leaves it where it is, so the destructor runs

@@ -5,6 +5,7 @@
 /// Narrow text in log4cplus is UTF-8 here, and its streams pass the bytes through. Wide streams convert by
 /// their locale, so they get one that writes UTF-8 whatever the host has set.
 
+#include <filesystem>
 #include <iostream>
 #include <locale>
 #include <sstream>
@@ -14,6 +15,7 @@
 #include <boost/nowide/convert.hpp>
 #include <boost/nowide/utf8_codecvt.hpp>
 #include <log4cplus/consoleappender.h>
+#include <log4cplus/fileappender.h>
 #include <log4cplus/spi/loggingevent.h>
 #include <log4cplus/streams.h>
 #include <log4cplus/tstring.h>
@@ -63,6 +65,32 @@ protected:
         std::cout << toUtf8(record.str());
     }
 };
+
+/// Opens the file by its wide name. log4cplus may do it by the narrow one, which not every file has.
+class WideFileAppender : public log4cplus::RollingFileAppender
+{
+public:
+    WideFileAppender(const log4cplus::tstring& path, long maxSize, int maxBackups, bool flushes)
+        : log4cplus::RollingFileAppender(LOG4CPLUS_TEXT("NUL"), maxSize, maxBackups, flushes)
+    {
+        out.close();
+        out.clear();
+        filename = path;
+        WideFileAppender::open(fileOpenMode);
+    }
+    ~WideFileAppender() override { destructorImpl(); }
+
+protected:
+    void open(std::ios_base::openmode mode) override
+    {
+        out.open(std::filesystem::path(filename), mode);
+        if (!out.good())
+            getErrorHandler()->error(LOG4CPLUS_TEXT("Unable to open file: ") + filename);
+    }
+};
+
+using RollingFileAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>,
+                                               log4cplus::RollingFileAppender, WideFileAppender>;
 
 using ConsoleAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>, log4cplus::ConsoleAppender,
                                            Utf8ConsoleAppender>;

@@ -1,6 +1,5 @@
 #include <brn_mesh_kernel/logging/LogSystem.h>
 
-#include <log4cplus/fileappender.h>
 #include <log4cplus/layout.h>
 #include <log4cplus/logger.h>
 
@@ -28,8 +27,8 @@ void addToRoot(const log4cplus::SharedAppenderPtr& appender, const std::wstring&
 
 log4cplus::SharedAppenderPtr makeFileAppender(const std::wstring& path)
 {
-    const log4cplus::helpers::SharedObjectPtr<log4cplus::RollingFileAppender> appender(
-        new log4cplus::RollingFileAppender(toLog4cplusText(path), maxFileSizeInBytes, backupCount, true));
+    const log4cplus::helpers::SharedObjectPtr<RollingFileAppender> appender(
+        new RollingFileAppender(toLog4cplusText(path), maxFileSizeInBytes, backupCount, true));
     appender->imbue(utf8Locale());
     return log4cplus::SharedAppenderPtr(appender.get());
 }

@@ -137,4 +137,9 @@ void ApplicationGate::end()
     waitFor([] { return !WorkerRegistry::instance().isAnyComingOrGoing(); });
 }
 
+void ApplicationGate::endAlone()
+{
+    gate().state = GateState::Ended; // the mutex may be held for ever
+}
+
 } // namespace Brennic::Core

@@ -56,6 +56,9 @@ public:
     /// The process ends: workers complete the task that they are in, and then stop where they are. Returns when
     /// no worker's thread is starting or ending, or after two seconds.
     static void end();
+
+    /// The process ends, and there is no other thread any more.
+    static void endAlone();
 };
 
 } // namespace Brennic::Core

@@ -1,0 +1,8 @@
+#include "IllegalInstruction.h"
+
+#include <csignal>
+
+void raiseIllegalInstruction()
+{
+    std::raise(SIGILL);
+}

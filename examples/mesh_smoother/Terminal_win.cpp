@@ -1,0 +1,99 @@
+#include "Terminal.h"
+
+#include <atomic>
+#include <utility>
+
+#include <windows.h>
+
+#include <QWinEventNotifier>
+
+namespace {
+
+std::atomic<bool> g_isCaught{false};
+
+HANDLE interruption()
+{
+    static const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    return event;
+}
+
+// Called in a thread of the system's.
+BOOL WINAPI passOn(DWORD kind)
+{
+    const bool isForUs = kind == CTRL_C_EVENT || kind == CTRL_BREAK_EVENT;
+    if (!isForUs || g_isCaught.exchange(true))
+        return FALSE; // the next handler ends the process
+    SetEvent(interruption());
+    return TRUE;
+}
+
+HANDLE outputHandle()
+{
+    return GetStdHandle(STD_OUTPUT_HANDLE);
+}
+
+} // namespace
+
+TerminalOutput::TerminalOutput() : m_savedCodePage(GetConsoleOutputCP())
+{
+    DWORD mode = 0;
+    if (GetConsoleMode(outputHandle(), &mode) == FALSE)
+        return;
+    m_savedMode = mode;
+    SetConsoleOutputCP(CP_UTF8);
+    SetConsoleMode(outputHandle(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+TerminalOutput::~TerminalOutput()
+{
+    if (!isOutputATerminal())
+        return;
+    SetConsoleMode(outputHandle(), m_savedMode);
+    SetConsoleOutputCP(m_savedCodePage);
+}
+
+bool isOutputATerminal()
+{
+    DWORD mode = 0;
+    return GetFileType(outputHandle()) == FILE_TYPE_CHAR && GetConsoleMode(outputHandle(), &mode) != FALSE;
+}
+
+std::size_t terminalWidth()
+{
+    constexpr std::size_t usualWidth = 80;
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
+    if (GetConsoleScreenBufferInfo(outputHandle(), &info) == FALSE)
+        return usualWidth;
+    const int width = info.srWindow.Right - info.srWindow.Left + 1;
+    return width > 0 ? static_cast<std::size_t>(width) : usualWidth;
+}
+
+void endInterrupted()
+{
+    constexpr UINT controlCExit = 0xC000013A; // what the system's own handler ends a process with
+    ExitProcess(controlCExit);
+}
+
+class InterruptWatch::Impl
+{
+public:
+    explicit Impl(std::function<void()> interrupted) : m_notifier(interruption())
+    {
+        QObject::connect(&m_notifier, &QWinEventNotifier::activated, &m_notifier,
+                         [this, call = std::move(interrupted)] {
+                             m_notifier.setEnabled(false);
+                             call();
+                         });
+        SetConsoleCtrlHandler(passOn, TRUE);
+    }
+
+private:
+    QWinEventNotifier m_notifier;
+};
+
+InterruptWatch::InterruptWatch(std::function<void()> interrupted)
+    : m_impl(std::make_unique<Impl>(std::move(interrupted)))
+{
+}
+
+InterruptWatch::~InterruptWatch() = default;
