@@ -51,10 +51,7 @@ function(check file text)
   endif()
   if(NOT text STREQUAL recorded)
     file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/${file}" "${text}")
-    execute_process(
-      COMMAND "${CMAKE_COMMAND}" -E echo "${RECORD_DIR}/${file} and what was built differ:"
-      COMMAND diff "${RECORD_DIR}/${file}" "${CMAKE_CURRENT_BINARY_DIR}/${file}"
-    )
+    execute_process(COMMAND diff "${RECORD_DIR}/${file}" "${CMAKE_CURRENT_BINARY_DIR}/${file}")
     message(SEND_ERROR "${file} has changed. If it is meant to, build the target record_abi and say so in the changelog.")
   endif()
 endfunction()
