@@ -17,6 +17,12 @@ function(brn_crash_scenario name)
   set_tests_properties(${name} PROPERTIES TIMEOUT 120)
 endfunction()
 
+add_executable(dump_test DumpMiniDumpTest_win.cpp)
+brn_target_defaults(dump_test)
+target_include_directories(dump_test PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+target_link_libraries(dump_test PRIVATE Brennic::brn_mesh_common Boost::headers GTest::gmock GTest::gtest_main)
+brn_discover_tests(dump_test)
+
 set(access_violation 0xc0000005)
 set(fatal_exit 0x40000015)
 
@@ -169,3 +175,9 @@ brn_null_write(
 foreach(situation IN ITEMS 64-threads spinning-thread)
   brn_null_write(CrashSituation.${situation}_doNotMatter ARGUMENTS after=${situation} EXPECT EXIT=5)
 endforeach()
+
+brn_null_write(
+  CrashFiles.nameTheVersionsOfProgramAndLibrary
+  EXPECT EXIT=5 "REPORT_HAS=<ProductVersion description=\"Crash child\" version=\"${PROJECT_VERSION}\"/>"
+         "REPORT_HAS_TOO=<FileVersion description=\"Run-time services for programs that process meshes\" version=\"${PROJECT_VERSION}\"/>"
+)
