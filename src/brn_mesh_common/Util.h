@@ -2,7 +2,8 @@
 /// \file
 /// Facts about the running program and its text: version texts, process name, UTF-8.
 ///
-/// On Linux an executable carries no version resource, so the host says once what it is:
+/// On Windows the version texts come from the version resources of the executable and of the kernel's library. On
+/// Linux files carry none, so the host says once what it is:
 ///
 ///     using namespace Brennic::Objects;
 ///     Util::RegisterVersionInfo({L"Example Ltd", L"Example Module", L"2.1.0.512",
@@ -35,7 +36,8 @@ struct VersionInfo
 /// Thread: any. Allocates, so not for signal handlers.
 BRN_MESH_COMMON_EXPORT Core::EKvsStatus RegisterVersionInfo(const VersionInfo& versionInfo);
 
-/// Copies the version texts of the running program into \p versionInfo.
+/// Copies the version texts of the running program into \p versionInfo: those that were registered, else on Windows
+/// those of the version resources.
 ///
 /// \return `Success`, or `Failure` if none are known (\p versionInfo is unchanged; nothing is logged).
 /// Thread: any. Takes no lock, but allocates, so not for signal handlers.

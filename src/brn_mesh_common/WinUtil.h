@@ -8,7 +8,8 @@
 /// with a null exception when it wants a dump without a crash, and goes on afterwards. `docs/crash.md` lists
 /// what a dump holds and how to open one.
 ///
-/// The process stands still while its memory is read: 1 ms with few threads, some more with many.
+/// The process stands still while its memory is read: 1 ms with few threads, some more with many. On Windows, where
+/// the system writes the dump, it takes as long as that does.
 
 #include <brn_mesh_common/Export.h>
 
@@ -30,8 +31,9 @@ namespace Brennic::WinUtil {
 ///        for temporary files, named after the process, its id and the time.
 /// \return whether a complete dump was written, wherever that is. Nothing is logged.
 ///
-/// Thread: any; blocks until the file is finished, 5 seconds at most. Of two calls at once the second waits
-/// for the first. Safe in a signal handler: allocates nothing and takes no lock that another thread can hold.
+/// Thread: any; blocks until the file is finished, 5 seconds at most, on Windows 10. Of two calls at once the
+/// second waits for the first. On Linux safe in a signal handler: allocates nothing and takes no lock that another
+/// thread can hold. On Windows a thread of the library's own writes; the first call makes it, unless the kernel has.
 BRN_MESH_COMMON_EXPORT bool DumpMiniDump(_EXCEPTION_POINTERS* exception, const wchar_t* path);
 
 } // namespace Brennic::WinUtil

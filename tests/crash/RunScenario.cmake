@@ -4,6 +4,7 @@
 #   ARGUMENTS  what follows the host's directory on the command line
 #   HOST       the host's directory; "host" by default
 #   EXIT       the exit code, of which the system that runs Wine sees the last eight bits
+#   TIME       how many seconds it may take, a minute by default; then it is killed
 #   DUMP       the dump, below WORK_DIR; "none" for none, "temporary" for one among the temporary files; the one in the host's directory by default
 #   CODE       the exception's code, as lldb prints it
 #   FUNCTION   a function that is on the crashing thread's stack
@@ -16,6 +17,9 @@ foreach(name IN ITEMS EMULATOR PROGRAM LLDB OBJ2YAML WORK_DIR ARGUMENTS EXIT)
     message(FATAL_ERROR "${name} is not set")
   endif()
 endforeach()
+if(NOT TIME)
+  set(TIME 60)
+endif()
 if(NOT HOST)
   set(HOST host)
 endif()
@@ -39,7 +43,7 @@ endfunction()
 # text_of(<file> <variable>): "no file" if there is none.
 function(text_of file variable)
   set(text "no file")
-  if(EXISTS "${file}")
+  if(EXISTS "${file}" AND NOT IS_DIRECTORY "${file}")
     file(READ "${file}" text)
   endif()
   set(${variable} "${text}" PARENT_SCOPE)
@@ -52,6 +56,10 @@ function(expect_dump dump)
   endif()
   execute_process(COMMAND "${OBJ2YAML}" "${dump}" RESULT_VARIABLE result OUTPUT_QUIET ERROR_VARIABLE error)
   expect_equal("obj2yaml's exit code" "${result}${error}" 0)
+  foreach(secret IN ITEMS "hidden in the env" "h.i.d.d.e.n. .i.n. .t.h.e. .e.n.v")
+    execute_process(COMMAND grep --quiet --text "${secret}" "${dump}" RESULT_VARIABLE result)
+    expect_equal("the result of a search for an environment variable" "${result}" 1)
+  endforeach()
   cmake_path(GET PROGRAM PARENT_PATH libraries)
   # An unwinder that has lost its way in a system library needs that library.
   execute_process(
@@ -75,11 +83,12 @@ if(DUMP STREQUAL "temporary") # Wine gives programs no directory for temporary f
   string(REPLACE "/" "\\" windows_program "Z:${PROGRAM}")
   set(command cmd /c set "TMP=${temporary_files}" && "${windows_program}" "${HOST}" ${ARGUMENTS})
 endif()
+set(ENV{BRN_SECRET} "hidden in the environment")
 execute_process(
   COMMAND "${EMULATOR}" ${command}
   WORKING_DIRECTORY "${WORK_DIR}"
   RESULT_VARIABLE exit_code OUTPUT_VARIABLE output ERROR_VARIABLE output
-  TIMEOUT 60
+  TIMEOUT ${TIME}
 )
 expect_equal("the exit code" "${exit_code}" "${EXIT}")
 

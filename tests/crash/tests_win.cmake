@@ -23,6 +23,11 @@ target_include_directories(dump_test PRIVATE "${PROJECT_SOURCE_DIR}/tests")
 target_link_libraries(dump_test PRIVATE Brennic::brn_mesh_common Boost::headers GTest::gmock GTest::gtest_main)
 brn_discover_tests(dump_test)
 
+add_executable(crash_stack_test CrashStackTest_win.cpp)
+brn_target_defaults(crash_stack_test)
+target_link_libraries(crash_stack_test PRIVATE Brennic::brn_mesh_kernel GTest::gtest_main)
+brn_discover_tests(crash_stack_test)
+
 set(access_violation 0xc0000005)
 set(fatal_exit 0x40000015)
 
@@ -95,6 +100,11 @@ brn_null_write(
   CrashPlace.ofEightThreadsThatCrashAtOnceOneIsHandled ARGUMENTS in=eight-threads handler=true
   EXPECT EXIT=1 HANDLER=host\\crash_child.dmp
 )
+brn_crash_scenario(
+  CrashPlace.ofEightThreadsThatCrashAtOnceTheProcessEndsAsByOne
+  ARGUMENTS abort in=eight-threads
+  EXPECT EXIT=3 CODE=${fatal_exit} FUNCTION=crashByAbort
+)
 brn_null_write(CrashPlace.aCrashAfterTerminateIsCaught ARGUMENTS in=after-terminate EXPECT EXIT=5)
 brn_null_write(CrashPlace.aCrashDuringExitIsCaught ARGUMENTS in=exit EXPECT EXIT=5)
 
@@ -116,6 +126,15 @@ brn_crash_scenario(
   EXPECT EXIT=1 CODE=${fatal_exit} FUNCTION=crashByAbort HANDLER=host\\crash_child.dmp
 )
 brn_null_write(
+  CrashHandler.mayWaitAsLongAsItLikes ARGUMENTS handler=wait
+  EXPECT TIME=25 "EXIT=Process terminated due to timeout" HANDLER=host\\crash_child.dmp
+)
+brn_crash_scenario(
+  CrashHandler.thatCrashesInABrokenHeapEndsTheProcessAllTheSame
+  ARGUMENTS heap-free-list handler=allocate
+  EXPECT EXIT=1 CODE=${access_violation} FUNCTION=crashInHeapByFreeList REPORT=none HANDLER=host\\crash_child.dmp
+)
+brn_null_write(
   CrashHandler.findsReportAndDumpFinished ARGUMENTS handler=check-files
   EXPECT EXIT=1 HANDLER=host\\crash_child.dmp NOTE=found "FOUND=dump and report"
 )
@@ -135,6 +154,13 @@ brn_null_write(
 brn_null_write(
   CrashFiles.followALogPathThatIsSetAndInitialisedAnew ARGUMENTS log=re-pointed handler=true
   EXPECT EXIT=1 DUMP=host/other/crash_child.dmp REPORT=none HANDLER=host\\other\\crash_child.dmp
+)
+brn_null_write(
+  CrashFiles.ofTwoKernelsAreTheFirstOnesIfTheSecondHasNoLogPath ARGUMENTS log=two-kernels EXPECT EXIT=5
+)
+brn_null_write(
+  CrashFiles.ofTwoKernelsAreTheSecondOnesIfItHasALogPath ARGUMENTS log=two-kernels-with-paths
+  EXPECT EXIT=5 DUMP=host/other/crash_child.dmp REPORT=none
 )
 brn_null_write(
   CrashFiles.areInADirectoryThatTheAnsiCodePageCannotName ARGUMENTS handler=true
@@ -172,7 +198,10 @@ brn_crash_scenario(
 brn_null_write(
   CrashSituation.settingsThatChangeAllTheTimeDoNotMatter ARGUMENTS after=changing-settings EXPECT EXIT=1
 )
-foreach(situation IN ITEMS 64-threads spinning-thread)
+brn_null_write(
+  CrashSituation.aReportThatCannotBeWrittenCostsNothing ARGUMENTS after=blocked-report EXPECT EXIT=5 REPORT=none
+)
+foreach(situation IN ITEMS 64-threads 500-threads spinning-thread appender-locks-held)
   brn_null_write(CrashSituation.${situation}_doNotMatter ARGUMENTS after=${situation} EXPECT EXIT=5)
 endforeach()
 

@@ -2,9 +2,8 @@
 /// \file
 /// A directory of a test's own, removed with everything in it when the test ends.
 
-#include <atomic>
-#include <chrono>
 #include <filesystem>
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -33,9 +32,8 @@ public:
 private:
     static std::filesystem::path uniquePath(const std::string& suffix)
     {
-        static std::atomic<int> count{0};
-        const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-        const std::string name = "brn_" + std::to_string(now) + '_' + std::to_string(count++) + suffix;
+        std::random_device random; // tests run beside each other in processes of their own
+        const std::string name = "brn_" + std::to_string(random()) + '_' + std::to_string(random()) + suffix;
         return std::filesystem::temp_directory_path() / name;
     }
 

@@ -7,6 +7,8 @@
 #include <thread>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
+#include <log4cplus/appender.h>
+#include <log4cplus/logger.h>
 
 #include <windows.h>
 
@@ -34,6 +36,14 @@ void startIdleThreads(int count)
 {
     for (int i = 0; i != count; ++i)
         startIdleThread([] {});
+}
+
+void holdAppenderLocks()
+{
+    startIdleThread([] {
+        for (const log4cplus::SharedAppenderPtr& appender : log4cplus::Logger::getRoot().getAllAppenders())
+            appender->access_mutex.lock();
+    });
 }
 
 void startSpinningThread()
@@ -85,6 +95,12 @@ const std::map<std::string, Enter>& situations()
         {"other-c-library", [](const auto&) { LoadLibraryW(L"ucrtbase.dll"); }},
         {"64-threads", [](const auto&) { startIdleThreads(64); }},
         {"spinning-thread", [](const auto&) { startSpinningThread(); }},
+        {"blocked-report",
+         [](const auto& directory) {
+             std::filesystem::create_directory(directory / "crash_child_command_log.xml");
+         }},
+        {"500-threads", [](const auto&) { startIdleThreads(500); }},
+        {"appender-locks-held", [](const auto&) { holdAppenderLocks(); }},
         {"crashing-report", [](const auto&) { letReportCrash(); }},
         {"changing-settings", [](const auto&) { changeSettingsAllTheTime(); }},
         {"blocked-name",

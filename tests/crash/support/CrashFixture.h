@@ -22,12 +22,12 @@ namespace Brennic::Testing {
 /// What a crash is allowed to take, in milliseconds: two seconds for the report and five for the dump.
 constexpr int limitOfAllSteps = 7000;
 
-/// What a crash takes at most where nothing is in its way, in milliseconds.
-constexpr int usualTime = 2000;
-
 /// The crash child is linked with the sanitizer that the libraries are built for, if any.
 constexpr std::string_view sanitizer = BRN_SANITIZER_NAME;
 constexpr bool isSanitized = !sanitizer.empty();
+
+/// What a crash takes at most where nothing is in its way, in milliseconds. A sanitizer is.
+constexpr int usualTime = isSanitized ? limitOfAllSteps : 2000;
 
 class CrashFixture : public ::testing::Test
 {
