@@ -14,6 +14,7 @@ namespace Brennic::Testing {
 class TemporaryDirectory
 {
 public:
+    /// Names are UTF-8.
     /// \param suffix ends the directory's name, for tests of unusual names.
     explicit TemporaryDirectory(const std::string& suffix = {}) : m_path(uniquePath(suffix))
     {
@@ -28,7 +29,10 @@ public:
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
     std::filesystem::path path() const { return m_path; }
-    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
+    std::filesystem::path operator/(const std::string& name) const
+    {
+        return m_path / std::filesystem::u8path(name);
+    }
 
 private:
     static std::filesystem::path uniquePath(const std::string& suffix)
@@ -36,7 +40,7 @@ private:
         static std::atomic<int> count{0};
         const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
         const std::string name = "brn_" + std::to_string(now) + '_' + std::to_string(count++) + suffix;
-        return std::filesystem::temp_directory_path() / name;
+        return std::filesystem::temp_directory_path() / std::filesystem::u8path(name);
     }
 
     std::filesystem::path m_path;

@@ -28,7 +28,7 @@ protected:
     std::string savedReport()
     {
         EXPECT_EQ(kernel.SaveWaypointsToXml(wide(directory / "report.xml").c_str()), Success);
-        return readFile(directory / "report.xml");
+        return readText(directory / "report.xml");
     }
 
     std::vector<std::string> waypointNames()

@@ -11,7 +11,7 @@
 
 #include <brn_mesh_kernel/logging/Log4cplusText.h>
 
-#include "support/CapturedOutput.h"
+#include "support/CapturedDebugger.h"
 #include "support/VirtualSlot.h"
 
 using namespace Brennic::Core;
@@ -43,7 +43,7 @@ protected:
 
     const std::vector<log4cplus::spi::InternalLoggingEvent>& events() const { return m_appender->events; }
 
-    CapturedOutput debugger{STDERR_FILENO};
+    CapturedDebugger debugger;
     Log4CplusLogger logger{L"Test"};
 
 private:
