@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "support/Files.h"
+#include "support/MatchesPattern.h"
 #include "support/RunProgram.h"
 #include "support/Sanitizers.h"
 #include "support/TemporaryDirectory.h"
@@ -17,7 +18,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
-using ::testing::MatchesRegex;
 
 namespace {
 
@@ -74,8 +74,9 @@ TEST_F(MeshSmootherTest, theReportCountsTheStagesAndTheirIterations)
     const std::vector<std::string> lines = readLines(directory / "run.xml");
     ASSERT_EQ(lines.size(), 11U);
     EXPECT_THAT(lines[2],
-                MatchesRegex("  <ProductVersion description=\"brn_mesh_kernel\" version=\"[0-9.]+\"/>"));
-    EXPECT_THAT(lines[3], MatchesRegex("  <FileVersion description=\"Mesh smoother\" version=\"[0-9.]+\"/>"));
+                MatchesPattern("  <ProductVersion description=\"brn_mesh_kernel\" version=\"[0-9.]+\"/>"));
+    EXPECT_THAT(lines[3],
+                MatchesPattern("  <FileVersion description=\"Mesh smoother\" version=\"[0-9.]+\"/>"));
     EXPECT_THAT(lines[5], HasSubstr("name=\"Load\" frames=\"0\""));
     EXPECT_THAT(lines[6], HasSubstr("name=\"Smooth\" frames=\"7\""));
     EXPECT_THAT(lines[7], HasSubstr("name=\"Save\" frames=\"0\""));
@@ -85,10 +86,10 @@ TEST_F(MeshSmootherTest, theReportCountsTheStagesAndTheirIterations)
 TEST_F(MeshSmootherTest, theTablePrintsWhatTheReportSays)
 {
     const std::vector<std::string> lines = splitLines(run({"mesh.obj", "--iterations", "3"}).out);
-    EXPECT_THAT(lines, IsSupersetOf({MatchesRegex("waypoint +iterations +seconds +memory \\(MB\\)"),
-                                     MatchesRegex("Load +0 +[0-9.]+ +[+-][0-9.]+"),
-                                     MatchesRegex("Smooth +3 +[0-9.]+ +[+-][0-9.]+"),
-                                     MatchesRegex("Save +0 +[0-9.]+ +[+-][0-9.]+")}));
+    EXPECT_THAT(lines, IsSupersetOf({MatchesPattern("waypoint +iterations +seconds +memory \\(MB\\)"),
+                                     MatchesPattern("Load +0 +[0-9.]+ +[+-][0-9.]+"),
+                                     MatchesPattern("Smooth +3 +[0-9.]+ +[+-][0-9.]+"),
+                                     MatchesPattern("Save +0 +[0-9.]+ +[+-][0-9.]+")}));
 }
 
 TEST_F(MeshSmootherTest, logOptionsReachTheKernel)
@@ -100,7 +101,7 @@ TEST_F(MeshSmootherTest, logOptionsReachTheKernel)
                 IsSupersetOf({std::string("INFO: loaded mesh.obj: 4 vertices, 4 triangles"),
                               std::string("INFO: saved mesh_smoothed.obj")}));
     EXPECT_THAT(readLines(directory / "my.log"),
-                Contains(MatchesRegex("TRACE: Smooth >>>> frame count: 10 / .*")));
+                Contains(MatchesPattern("TRACE: Smooth >>>> frame count: 10 / .*")));
 }
 
 TEST_F(MeshSmootherTest, theLogLevelOffWritesNoRecord)
@@ -144,10 +145,10 @@ TEST_F(MeshSmootherTest, redirectedOutputHasALinePerStageAndNoControlCharacters)
     const ProgramResult result = run({"mesh.obj", "--subdivide", "1", "--log-level", "off"});
     const std::vector<std::string> lines = splitLines(result.out);
     ASSERT_GE(lines.size(), 4U);
-    EXPECT_THAT(lines[0], MatchesRegex("Load +[0-9.]+ s"));
-    EXPECT_THAT(lines[1], MatchesRegex("Subdivide +[0-9.]+ s"));
-    EXPECT_THAT(lines[2], MatchesRegex("Smooth +[0-9.]+ s"));
-    EXPECT_THAT(lines[3], MatchesRegex("Save +[0-9.]+ s"));
+    EXPECT_THAT(lines[0], MatchesPattern("Load +[0-9.]+ s"));
+    EXPECT_THAT(lines[1], MatchesPattern("Subdivide +[0-9.]+ s"));
+    EXPECT_THAT(lines[2], MatchesPattern("Smooth +[0-9.]+ s"));
+    EXPECT_THAT(lines[3], MatchesPattern("Save +[0-9.]+ s"));
     EXPECT_EQ(result.out.find_first_of("\r\x1b"), std::string::npos);
 }
 
@@ -282,7 +283,7 @@ TEST_F(MeshSmootherTest, helpAndVersionGoToTheStandardOutput)
         EXPECT_THAT(help.out, HasSubstr(option));
     const ProgramResult version = run({"--version"});
     EXPECT_EQ(version.exitCode, 0);
-    EXPECT_THAT(version.out, MatchesRegex("mesh_smoother [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_THAT(version.out, MatchesPattern("mesh_smoother [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
 TEST_F(MeshSmootherTest, aCrashLeavesDumpAndCommandLogAndSaysWhere)
@@ -310,7 +311,7 @@ TEST_F(MeshSmootherTest, aMeshThatCannotBeHeldAsItIsGivesAWarning)
     const ProgramResult result = run({"degenerate.obj", "--log-pattern", "%p: %m%n"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(readLines(directory / "degenerate_smoothed.log"),
-                Contains(MatchesRegex("WARN: degenerate.obj: .*left out: 1")));
+                Contains(MatchesPattern("WARN: degenerate.obj: .*left out: 1")));
 }
 
 TEST_F(MeshSmootherTest, namesOutsideAsciiWork)

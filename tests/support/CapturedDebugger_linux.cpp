@@ -19,4 +19,9 @@ std::string CapturedDebugger::text() const
     return m_impl->output.text();
 }
 
+std::string CapturedDebugger::shown(const std::string& utf8Line) const
+{
+    return utf8Line;
+}
+
 } // namespace Brennic::Testing
