@@ -96,5 +96,5 @@ TEST_F(MeshVariantsTest, objCornersMayNameMoreThanAPlaceAndCountBackwards)
 TEST_F(MeshVariantsTest, binaryOffIsSaidToBeUnsupported)
 {
     EXPECT_EQ(defectOf(write("mesh.off", "OFF BINARY\n3 1 0\n")),
-              "cannot load " + (directory / "mesh.off").string() + ": binary OFF is not supported");
+              "cannot load " + (directory / "mesh.off").u8string() + ": binary OFF is not supported");
 }

@@ -7,13 +7,12 @@
 #include <string>
 #include <thread>
 
-#include <dlfcn.h>
-
 #include <QCoreApplication>
 
 #include <brn_mesh_kernel/tasks/EQualityOfService.h>
 
 #include "programs/Check.h"
+#include "programs/LoadedLibrary.h"
 #include "support/Latch.h"
 
 using namespace Brennic::Core;
@@ -36,7 +35,7 @@ std::unique_ptr<QCoreApplication> makeApplication()
 class Library
 {
 public:
-    Library() : m_handle(dlopen(libraryPath, RTLD_NOW | RTLD_LOCAL)) { CHECK(m_handle != nullptr); }
+    Library() : m_handle(Brennic::Testing::openLibrary(libraryPath)) { CHECK(m_handle != nullptr); }
     ~Library() { close(); }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
@@ -44,7 +43,7 @@ public:
     void close()
     {
         if (m_handle != nullptr)
-            CHECK(dlclose(m_handle) == 0);
+            CHECK(Brennic::Testing::closeLibrary(m_handle));
         m_handle = nullptr;
     }
 
@@ -56,7 +55,7 @@ private:
     {
         const std::string symbol = "_ZN7Brennic4Core" + std::to_string(name.size()) + name +
                                    "ERKSt8functionIFvvEENS0_17EQualityOfServiceE";
-        auto* const function = reinterpret_cast<Dispatch*>(dlsym(m_handle, symbol.c_str()));
+        auto* const function = reinterpret_cast<Dispatch*>(Brennic::Testing::findSymbol(m_handle, symbol));
         CHECK(function != nullptr);
         return function;
     }
@@ -142,8 +141,8 @@ int busyWithTheLoader()
     library.dispatchAsync()(
         [&] {
             started.countDown();
-            for (int i = 0; i < 200; ++i) // takes the lock that dlclose() holds
-                CHECK(dlsym(RTLD_DEFAULT, "malloc") != nullptr);
+            for (int i = 0; i < 200; ++i) // takes the lock that closing the library holds
+                CHECK(Brennic::Testing::useTheLoader());
             thread_local const std::string first(100, 'x'); // so does registering its destructor
             CHECK(first.size() == 100);
             done.countDown();

@@ -26,6 +26,24 @@ inline std::string readFile(const std::filesystem::path& path)
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+/// The text of what was written in text mode, which Windows ends lines with CR LF in.
+inline std::string fromTextMode(const std::string& bytes)
+{
+    constexpr bool isWindows = std::filesystem::path::preferred_separator != '/';
+    std::string text;
+    text.reserve(bytes.size());
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        if (!isWindows || bytes.compare(i, 2, "\r\n") != 0)
+            text += bytes[i];
+    return text;
+}
+
+/// The text of a file; empty if there is none.
+inline std::string readText(const std::filesystem::path& path)
+{
+    return fromTextMode(readFile(path));
+}
+
 inline void writeFile(const std::filesystem::path& path, const std::string& bytes)
 {
     std::ofstream(path, std::ios::binary) << bytes;
@@ -42,7 +60,7 @@ inline std::vector<std::string> splitLines(const std::string& text)
 
 inline std::vector<std::string> readLines(const std::filesystem::path& path)
 {
-    return splitLines(readFile(path));
+    return splitLines(readText(path));
 }
 
 } // namespace Brennic::Testing

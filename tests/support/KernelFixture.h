@@ -7,10 +7,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <log4cplus/logger.h>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
 #include <brn_mesh_kernel/logging/ILogger.h>
 
+#include "support/CapturedDebugger.h"
 #include "support/CapturedOutput.h"
 #include "support/Files.h"
 #include "support/TemporaryDirectory.h"
@@ -20,6 +22,11 @@ namespace Brennic::Testing {
 class KernelFixture : public ::testing::Test
 {
 protected:
+    ~KernelFixture() override
+    {
+        log4cplus::Logger::getRoot().removeAllAppenders(); // Windows removes no file that one has open
+    }
+
     /// Layout of the message and nothing else, so that lines can be written out in full.
     void initializeWithPlainLines(const std::string& logFile = "host.log")
     {
@@ -33,8 +40,8 @@ protected:
 
     Core::Kernel& kernel = Core::Kernel::Instance();
     TemporaryDirectory directory;
-    CapturedOutput console{STDOUT_FILENO};
-    CapturedOutput debugger{STDERR_FILENO};
+    CapturedOutput console{Descriptor::standardOutput};
+    CapturedDebugger debugger;
 };
 
 } // namespace Brennic::Testing

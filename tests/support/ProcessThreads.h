@@ -1,42 +1,22 @@
 #pragma once
 /// \file
-/// The threads of the process as the system sees them.
+/// The threads of the process, and its memory, as the system sees them.
 
-#include <filesystem>
-#include <fstream>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace Brennic::Testing {
 
 /// The names of all threads of the process.
-inline std::vector<std::string> threadNames()
-{
-    std::vector<std::string> names;
-    std::error_code error; // a thread may end while its directory is read
-    for (std::filesystem::directory_iterator entry("/proc/self/task", error), end; entry != end;
-         entry.increment(error)) {
-        std::string name;
-        std::getline(std::ifstream(entry->path() / "comm"), name);
-        if (!name.empty())
-            names.push_back(name);
-    }
-    return names;
-}
+std::vector<std::string> threadNames();
 
-inline std::size_t threadCount()
-{
-    return threadNames().size();
-}
+std::size_t threadCount();
+
+/// The name of the calling thread.
+std::string currentThreadName();
 
 /// The resident set of the process in bytes.
-inline std::size_t residentBytes()
-{
-    constexpr std::size_t pageSize = 4096;
-    std::size_t size = 0;
-    std::size_t resident = 0;
-    std::ifstream("/proc/self/statm") >> size >> resident;
-    return resident * pageSize;
-}
+std::size_t residentBytes();
 
 } // namespace Brennic::Testing

@@ -10,11 +10,13 @@
 #include <QString>
 #include <QStringList>
 
+#include "support/Files.h"
+
 namespace Brennic::Testing {
 
 struct ProgramResult
 {
-    bool hasExited = false; ///< false if it was ended by a signal, or took more than a minute
+    bool hasExited = false; ///< false if it was ended by a signal or an exception, or took more than a minute
     int exitCode = -1;
     std::string out;
     std::string err;
@@ -30,10 +32,13 @@ inline ProgramResult runProgram(const std::filesystem::path& program,
         list << QString::fromStdString(argument);
     QProcess process;
     process.setWorkingDirectory(QString::fromStdString(workingDirectory.u8string()));
-    process.start(QString::fromStdString(program.u8string()), list);
+    const std::filesystem::path place =
+        program.has_parent_path() ? std::filesystem::absolute(program) : program;
+    process.start(QString::fromStdString(place.u8string()), list);
     const bool isFinished = process.waitForFinished(limitInMilliseconds);
     return {isFinished && process.exitStatus() == QProcess::NormalExit, process.exitCode(),
-            process.readAllStandardOutput().toStdString(), process.readAllStandardError().toStdString()};
+            fromTextMode(process.readAllStandardOutput().toStdString()),
+            fromTextMode(process.readAllStandardError().toStdString())};
 }
 
 } // namespace Brennic::Testing

@@ -13,6 +13,7 @@ namespace Brennic::Testing {
 class TemporaryDirectory
 {
 public:
+    /// Names are UTF-8.
     /// \param suffix ends the directory's name, for tests of unusual names.
     explicit TemporaryDirectory(const std::string& suffix = {}) : m_path(uniquePath(suffix))
     {
@@ -27,14 +28,17 @@ public:
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
     std::filesystem::path path() const { return m_path; }
-    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
+    std::filesystem::path operator/(const std::string& name) const
+    {
+        return m_path / std::filesystem::u8path(name);
+    }
 
 private:
     static std::filesystem::path uniquePath(const std::string& suffix)
     {
         std::random_device random; // tests run beside each other in processes of their own
         const std::string name = "brn_" + std::to_string(random()) + '_' + std::to_string(random()) + suffix;
-        return std::filesystem::temp_directory_path() / name;
+        return std::filesystem::temp_directory_path() / std::filesystem::u8path(name);
     }
 
     std::filesystem::path m_path;

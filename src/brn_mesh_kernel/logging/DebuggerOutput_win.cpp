@@ -2,15 +2,13 @@
 
 #include <windows.h>
 
-#include <boost/nowide/convert.hpp>
+#include <brn_mesh_kernel/logging/ValidUnicode.h>
 
 namespace Brennic::Core {
 
 void writeDebuggerLine(const std::wstring& message)
 {
-    // There and back replaces what is no valid Unicode.
-    const std::wstring text = boost::nowide::widen(boost::nowide::narrow(message));
-    OutputDebugStringW((L"[KVS_LOG] " + text + L'\n').c_str());
+    OutputDebugStringW((L"[KVS_LOG] " + validUnicode(message) + L'\n').c_str());
 }
 
 } // namespace Brennic::Core

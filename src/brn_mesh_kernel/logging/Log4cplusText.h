@@ -20,6 +20,8 @@
 #include <log4cplus/streams.h>
 #include <log4cplus/tstring.h>
 
+#include <brn_mesh_kernel/logging/ValidUnicode.h>
+
 namespace Brennic::Core {
 
 /// Returns the text as log4cplus takes it, what is no valid Unicode replaced by U+FFFD.
@@ -27,7 +29,7 @@ template <typename Text = log4cplus::tstring>
 Text toLog4cplusText(const std::wstring& text)
 {
     if constexpr (std::is_same_v<Text, std::wstring>)
-        return boost::nowide::widen(boost::nowide::narrow(text)); // there and back replaces what is invalid
+        return validUnicode(text);
     else
         return boost::nowide::narrow(text);
 }

@@ -78,6 +78,7 @@ private:
     bool append(const Conversion& conversion);
     void appendText(const Conversion& conversion);
     void appendCharacter(const Conversion& conversion);
+    void appendPointer(const Conversion& conversion);
     void appendPadded(const Conversion& conversion, std::wstring_view text);
     std::intmax_t nextSigned(Length length);
     std::uintmax_t nextUnsigned(Length length);
@@ -202,7 +203,7 @@ bool Formatter::append(const Conversion& conversion)
         appendNumber(conversion, L"", m_arguments.next<double>());
         return true;
     case L'p':
-        appendNumber(conversion, L"", m_arguments.next<void*>());
+        appendPointer(conversion);
         return true;
     case L'n':
         m_arguments.next<void*>();
@@ -268,6 +269,16 @@ void Formatter::appendCharacter(const Conversion& conversion)
         const auto character = static_cast<wchar_t>(argument);
         appendPadded(conversion, {&character, 1});
     }
+}
+
+// C libraries have different ideas of it.
+void Formatter::appendPointer(const Conversion& conversion)
+{
+    const auto address = reinterpret_cast<std::uintptr_t>(m_arguments.next<void*>());
+    std::array<char, 16> digits; // NOLINT(*-member-init): written by to_chars
+    const std::to_chars_result end = std::to_chars(digits.data(), digits.data() + digits.size(), address, 16);
+    const std::wstring text = L"0x" + std::wstring(digits.data(), end.ptr);
+    appendPadded(conversion, address == 0 ? L"(nil)" : text);
 }
 
 void Formatter::appendPadded(const Conversion& conversion, std::wstring_view text)
@@ -348,7 +359,8 @@ void Formatter::appendNumber(const Conversion& conversion, const wchar_t* length
     };
     std::array<wchar_t, 128> buffer; // NOLINT(*-member-init): written by swprintf
     int written = print(buffer.data(), buffer.size());
-    if (written >= 0) {
+    // What does not fit gives a negative number in one C library, and the size that it takes in another.
+    if (written >= 0 && static_cast<std::size_t>(written) < buffer.size()) {
         m_result.append(buffer.data(), static_cast<std::size_t>(written));
         return;
     }

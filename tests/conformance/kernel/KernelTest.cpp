@@ -12,13 +12,13 @@
 #include <brn_mesh_kernel/diagnostics/IProfilerSource.h>
 
 #include "support/KernelFixture.h"
+#include "support/MatchesPattern.h"
 #include "support/VirtualSlot.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 namespace {
 
@@ -28,7 +28,7 @@ protected:
     std::string savedReport()
     {
         EXPECT_EQ(kernel.SaveWaypointsToXml(wide(directory / "report.xml").c_str()), Success);
-        return readFile(directory / "report.xml");
+        return readText(directory / "report.xml");
     }
 
     std::vector<std::string> waypointNames()
@@ -116,8 +116,8 @@ TEST_F(KernelTest, theDefaultLayoutIsThreadLevelAndMessage)
     kernel.Initialize();
     logger().Log(Info, L"one");
     logger().Log(Error, L"two");
-    EXPECT_THAT(logLines(), ElementsAre(MatchesRegex("\\[[0-9a-fx]+\\] INFO  - one"),
-                                        MatchesRegex("\\[[0-9a-fx]+\\] ERROR - two")));
+    EXPECT_THAT(logLines(), ElementsAre(MatchesPattern("\\[[0-9a-fx]+\\] INFO  - one"),
+                                        MatchesPattern("\\[[0-9a-fx]+\\] ERROR - two")));
 }
 
 TEST_F(KernelTest, recordsCarryTheLoggersName)
@@ -186,7 +186,7 @@ TEST_F(KernelTest, anEmptyFormatMeansTheDefault)
     kernel.SetLogFilePath(wide(directory / "host.log").c_str());
     kernel.Initialize();
     logger().Log(Warn, L"x");
-    EXPECT_THAT(logLines(), ElementsAre(MatchesRegex("\\[[0-9a-fx]+\\] WARN  - x")));
+    EXPECT_THAT(logLines(), ElementsAre(MatchesPattern("\\[[0-9a-fx]+\\] WARN  - x")));
 }
 
 TEST_F(KernelTest, stringsAreCopied)
@@ -329,9 +329,9 @@ TEST_F(KernelTest, terminateLogsOneSummaryLinePerWaypoint)
     kernel.Terminate();
     EXPECT_THAT(
         logLines(),
-        ElementsAre(MatchesRegex("A >>>> frame count: 0 / elapsed: 0\\.[0-9]{3} s / memory: -1 mb"),
-                    MatchesRegex("B %d >>>> frame count: 2 / elapsed: 0\\.[0-9]{3} s / memory: \\+0 mb"),
-                    MatchesRegex("END >>>> frame count: 0 / elapsed: 0\\.[0-9]{3} s / memory: \\+0 mb")));
+        ElementsAre(MatchesPattern("A >>>> frame count: 0 / elapsed: 0\\.[0-9]{3} s / memory: -1 mb"),
+                    MatchesPattern("B %d >>>> frame count: 2 / elapsed: 0\\.[0-9]{3} s / memory: \\+0 mb"),
+                    MatchesPattern("END >>>> frame count: 0 / elapsed: 0\\.[0-9]{3} s / memory: \\+0 mb")));
 }
 
 TEST_F(KernelTest, theSummaryIsSilentAtTheDefaultLevel)
@@ -354,8 +354,8 @@ TEST_F(KernelTest, aSecondRunLogsTheFirstOnesWaypointsAgain)
     kernel.Initialize();
     kernel.ProfilerWaypoint(L"B");
     kernel.Terminate();
-    EXPECT_THAT(logLines(), ElementsAre(MatchesRegex("A >>>> .*"), MatchesRegex("END >>>> .*"),
-                                        MatchesRegex("B >>>> .*"), MatchesRegex("END >>>> .*")));
+    EXPECT_THAT(logLines(), ElementsAre(MatchesPattern("A >>>> .*"), MatchesPattern("END >>>> .*"),
+                                        MatchesPattern("B >>>> .*"), MatchesPattern("END >>>> .*")));
 }
 
 TEST_F(KernelTest, aSecondInitializeEndsTheRunAndOpensAnother)

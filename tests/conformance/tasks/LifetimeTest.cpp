@@ -1,5 +1,6 @@
 // Runs a host as a child process: what it does around its application objects and at its end can be seen only
 // from outside. Each scene is named as a claim would be, and checks the details itself.
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -56,7 +57,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P(PluginLifetime, opensAndClosesCleanlyAndInSilence)
 {
     const TemporaryDirectory directory;
-    expectCleanEnd(runProgram(BRN_PLUGIN_HOST_PROGRAM, {BRN_KERNEL_LIBRARY, GetParam()}, directory.path()));
+    const std::string library = std::filesystem::absolute(BRN_KERNEL_LIBRARY).u8string();
+    expectCleanEnd(runProgram(BRN_PLUGIN_HOST_PROGRAM, {library, GetParam()}, directory.path()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, PluginLifetime,

@@ -1,12 +1,17 @@
 #include <brn_mesh_common/FileUtil.h>
 
+#include <filesystem>
+#include <string>
+
 #include <gtest/gtest.h>
 
 using namespace Brennic::Objects;
 
 TEST(FileUtil, combineJoinsWithOneSeparator)
 {
-    EXPECT_EQ(FileUtil::Combine(L"/var/log", L"host.dmp"), L"/var/log/host.dmp");
+    const auto separator = static_cast<wchar_t>(std::filesystem::path::preferred_separator);
+    EXPECT_EQ(FileUtil::Combine(L"/var/log", L"host.dmp"),
+              std::wstring(L"/var/log") + separator + L"host.dmp");
 }
 
 TEST(FileUtil, combineAddsNoSecondSeparator)

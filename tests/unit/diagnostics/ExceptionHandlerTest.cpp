@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <brn_mesh_common/FileUtil.h>
+
 #include "support/VirtualSlot.h"
 
 using namespace Brennic::Core;
 using Brennic::Testing::virtualSlot;
+namespace FileUtil = Brennic::Objects::FileUtil;
 
 TEST(ExceptionHandler, theDumpDirectoryIsEmptyAtFirstAndNeverNull)
 {
@@ -28,8 +31,9 @@ TEST(ExceptionHandler, thePathsAreInTheDumpDirectory)
     EXPECT_EQ(handler.SetDumpDirectory(L"/var/crash"), Success);
     handler.Initialize();
     EXPECT_STREQ(handler.DumpDirectory(), L"/var/crash");
-    EXPECT_EQ(crashSettings().dumpFilePath, L"/var/crash/diagnostics_unit_test.dmp");
-    EXPECT_EQ(crashSettings().commandLogPath, L"/var/crash/diagnostics_unit_test_command_log.xml");
+    EXPECT_EQ(crashSettings().dumpFilePath, FileUtil::Combine(L"/var/crash", L"diagnostics_unit_test.dmp"));
+    EXPECT_EQ(crashSettings().commandLogPath,
+              FileUtil::Combine(L"/var/crash", L"diagnostics_unit_test_command_log.xml"));
 }
 
 TEST(ExceptionHandler, aNewDirectoryForgetsThePathsUntilInitialize)
@@ -40,7 +44,7 @@ TEST(ExceptionHandler, aNewDirectoryForgetsThePathsUntilInitialize)
     EXPECT_EQ(crashSettings().dumpFilePath, L"");
     EXPECT_EQ(crashSettings().commandLogPath, L"");
     handler.Initialize();
-    EXPECT_EQ(crashSettings().dumpFilePath, L"/other/diagnostics_unit_test.dmp");
+    EXPECT_EQ(crashSettings().dumpFilePath, FileUtil::Combine(L"/other", L"diagnostics_unit_test.dmp"));
 }
 
 TEST(ExceptionHandler, thePathsAreSharedByAllHandlers)
@@ -51,7 +55,7 @@ TEST(ExceptionHandler, thePathsAreSharedByAllHandlers)
     ExceptionHandler second;
     second.Initialize();
     EXPECT_STREQ(second.DumpDirectory(), L"");
-    EXPECT_EQ(crashSettings().dumpFilePath, L"/first/diagnostics_unit_test.dmp");
+    EXPECT_EQ(crashSettings().dumpFilePath, FileUtil::Combine(L"/first", L"diagnostics_unit_test.dmp"));
 }
 
 TEST(ExceptionHandler, terminateChangesNothing)

@@ -11,7 +11,7 @@
 
 #include <brn_mesh_kernel/logging/Log4cplusText.h>
 
-#include "support/CapturedOutput.h"
+#include "support/CapturedDebugger.h"
 #include "support/VirtualSlot.h"
 
 using namespace Brennic::Core;
@@ -43,7 +43,7 @@ protected:
 
     const std::vector<log4cplus::spi::InternalLoggingEvent>& events() const { return m_appender->events; }
 
-    CapturedOutput debugger{STDERR_FILENO};
+    CapturedDebugger debugger;
     Log4CplusLogger logger{L"Test"};
 
 private:
@@ -130,8 +130,8 @@ TEST_F(Log4CplusLoggerTest, textThatIsNoUnicodeArrivesWithReplacementCharacters)
     logger.Log(Info, L"%s", invalid.c_str());
     ASSERT_EQ(events().size(), 1U);
     EXPECT_EQ(events()[0].getMessage(), text(L"a\uFFFDb"));
-    EXPECT_EQ(debugger.text(), "[KVS_LOG] a\xEF\xBF\xBD"
-                               "b\n");
+    EXPECT_EQ(debugger.text(), debugger.shown("[KVS_LOG] a\xEF\xBF\xBD"
+                                              "b\n"));
 }
 
 TEST_F(Log4CplusLoggerTest, terminateLeavesTheLoggerBound)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/CapturedDebugger.h"
 #include "support/CapturedOutput.h"
 
 using namespace Brennic;
@@ -16,8 +17,8 @@ TEST(NoOpLogger, everyLevelIsDisabled)
 
 TEST(NoOpLogger, recordsGoNowhere)
 {
-    const Testing::CapturedOutput console(STDOUT_FILENO);
-    const Testing::CapturedOutput debugger(STDERR_FILENO);
+    const Testing::CapturedOutput console(Testing::Descriptor::standardOutput);
+    const Testing::CapturedDebugger debugger;
     NoOpLogger logger;
     logger.Log(Core::Fatal, L"%d", 1);
     logger.LogWithLocation(Core::Fatal, "file", 1, "function", L"%d", 1);

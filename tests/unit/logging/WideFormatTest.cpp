@@ -104,7 +104,9 @@ TEST(WideFormat, floatingPointNumbersArePrinted)
 
 TEST(WideFormat, pointersArePrinted)
 {
-    EXPECT_EQ(formatted(L"%p", reinterpret_cast<void*>(0x1234)), L"0x1234");
+    EXPECT_EQ(formatted(L"%p %8p", reinterpret_cast<void*>(0x1234ABCD), reinterpret_cast<void*>(0x1F)),
+              L"0x1234abcd     0x1f");
+    EXPECT_EQ(formatted(L"%p", static_cast<void*>(nullptr)), L"(nil)");
 }
 
 TEST(WideFormat, aPercentSignIsWritten)

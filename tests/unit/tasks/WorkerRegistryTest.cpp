@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <pthread.h>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -27,9 +25,8 @@ class WorkerRegistryTest : public TaskFixture
 protected:
     static std::string nameOfWorker(const std::shared_ptr<TaskQueue>& queue)
     {
-        char name[16] = {};
-        const auto task =
-            std::make_shared<Task>([&] { pthread_getname_np(pthread_self(), name, sizeof(name)); });
+        std::string name;
+        const auto task = std::make_shared<Task>([&] { name = currentThreadName(); });
         queue->addTask(task);
         task->waitTillFinished();
         return name;

@@ -1,0 +1,67 @@
+#include <csignal>
+#include <string>
+
+#include <QProcess>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "MeshSmootherFixture.h"
+
+using namespace Brennic::Testing;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+TEST_F(MeshSmootherTest, aTerminalShowsOneLiveLineOfItsWidth)
+{
+    if (runProgram("script", {"-qec", "true", "/dev/null"}, directory.path()).exitCode != 0)
+        GTEST_SKIP() << "the system gives us no terminal";
+    const std::string command =
+        "stty cols 50; exec " MESH_SMOOTHER_PATH " mesh.obj --subdivide 7 --iterations 300 --log-level off";
+    const ProgramResult result = runProgram("script", {"-qec", command, "/dev/null"}, directory.path());
+    EXPECT_EQ(result.exitCode, 0);
+    std::size_t shown = 0;
+    const std::string erase = "\r\x1b[K";
+    std::size_t end = 0;
+    for (std::size_t start = 0; (start = result.out.find(erase, start)) != std::string::npos; start = end) {
+        start += erase.size();
+        end = result.out.find_first_of("\r\n", start);
+        const std::string line = result.out.substr(start, end - start);
+        EXPECT_LT(line.size(), 50U) << line;
+        shown += line.find(" %") != std::string::npos ? 1U : 0U;
+    }
+    EXPECT_GT(shown, 0U);
+    EXPECT_EQ(result.out.find('%', result.out.rfind(erase)), std::string::npos) << "the line is left behind";
+}
+
+TEST_F(MeshSmootherTest, anInterruptEndsTheRunByItsSignalAndLeavesNoMesh)
+{
+    QProcess process;
+    process.setWorkingDirectory(QString::fromStdString(directory.path().string()));
+    process.start(MESH_SMOOTHER_PATH, {"mesh.obj", "--subdivide", "7", "--iterations", "1000000"});
+    while (process.waitForReadyRead(10'000) && !process.peek(10'000).contains("Subdivide"))
+        continue;
+    ASSERT_TRUE(process.peek(10'000).contains("Subdivide"));
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(30'000));
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+    EXPECT_EQ(process.exitCode(), SIGINT);
+    EXPECT_THAT(fileNames(), ElementsAre("mesh.obj", "mesh_smoothed.log"));
+}
+
+TEST_F(MeshSmootherTest, aNameThatIsNoUtf8IsRefused)
+{
+    const ProgramResult result =
+        runProgram("sh", {"-c", "exec " MESH_SMOOTHER_PATH " mesh.obj --output \"$(printf 'a\\377.obj')\""},
+                   directory.path());
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(splitLines(result.err), ElementsAre(HasSubstr("its name is no valid UTF-8")));
+    EXPECT_THAT(fileNames(), ElementsAre("mesh.obj"));
+}
+
+TEST_F(MeshSmootherTest, anOutputThatNobodyCanReadIsAFailure)
+{
+    const ProgramResult result =
+        runProgram("sh", {"-c", "exec " MESH_SMOOTHER_PATH " mesh.obj > /dev/full"}, directory.path());
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("cannot print where the results are"));
+}
