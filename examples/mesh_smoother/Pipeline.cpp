@@ -51,16 +51,15 @@ void Pipeline::load()
 void Pipeline::subdivide()
 {
     m_stages.begin(Stage::Subdivide);
-    OpenMesh::Subdivider::Uniform::LoopT<Mesh> subdivider;
-    subdivider.attach(m_mesh);
+    OpenMesh::Subdivider::Uniform::LoopT<Mesh>
+        subdivider; // not attached: it does not survive an exception then
     const std::size_t all = std::size_t{1}
                             << (2 * m_options.subdivisions); // each round costs four times the last
     for (int i = 1; i <= m_options.subdivisions; ++i) {
         stopIfInterrupted();
-        subdivider(1);
+        subdivider(m_mesh, 1);
         m_stages.report(Stage::Subdivide, std::size_t{1} << (2 * i), all);
     }
-    subdivider.detach();
     m_stageDone(Stage::Subdivide, L"subdivided: " + sizeOf(m_mesh), L"");
 }
 

@@ -33,20 +33,27 @@ TEST_F(MeshSmootherTest, aTerminalShowsOneLiveLineOfItsWidth)
     EXPECT_EQ(result.out.find('%', result.out.rfind(erase)), std::string::npos) << "the line is left behind";
 }
 
-TEST_F(MeshSmootherTest, anInterruptEndsTheRunByItsSignalAndLeavesNoMesh)
+class InterruptedSmoother : public MeshSmootherTest, public ::testing::WithParamInterface<const char*>
+{
+};
+
+// The line of a stage is printed at its end, hence the interrupt comes in the next one.
+TEST_P(InterruptedSmoother, endsByTheSignalAndLeavesNoMesh)
 {
     QProcess process;
     process.setWorkingDirectory(QString::fromStdString(directory.path().string()));
-    process.start(MESH_SMOOTHER_PATH, {"mesh.obj", "--subdivide", "7", "--iterations", "1000000"});
-    while (process.waitForReadyRead(10'000) && !process.peek(10'000).contains("Subdivide"))
+    process.start(MESH_SMOOTHER_PATH, {"mesh.obj", "--subdivide", "8", "--iterations", "1000000"});
+    while (process.waitForReadyRead(30'000) && !process.peek(10'000).contains(GetParam()))
         continue;
-    ASSERT_TRUE(process.peek(10'000).contains("Subdivide"));
+    ASSERT_TRUE(process.peek(10'000).contains(GetParam()));
     ::kill(static_cast<pid_t>(process.processId()), SIGINT);
-    ASSERT_TRUE(process.waitForFinished(30'000));
+    ASSERT_TRUE(process.waitForFinished(60'000));
     EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
     EXPECT_EQ(process.exitCode(), SIGINT);
     EXPECT_THAT(fileNames(), ElementsAre("mesh.obj", "mesh_smoothed.log"));
 }
+
+INSTANTIATE_TEST_SUITE_P(After, InterruptedSmoother, ::testing::Values("Load", "Subdivide"));
 
 TEST_F(MeshSmootherTest, aNameThatIsNoUtf8IsRefused)
 {

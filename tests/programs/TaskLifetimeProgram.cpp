@@ -379,6 +379,25 @@ int afterApplicationAThreadStillDispatches()
     return 0;
 }
 
+int afterApplicationAThreadIsLetGoByTheGuiQueue()
+{
+    for (int round = 0; round < 20; ++round) {
+        auto application = makeApplication();
+        std::atomic<int> runs{0};
+        std::thread dispatcher([&] {
+            while (dispatchSync([&] { ++runs; }, eQOS_GUI))
+                continue;
+        });
+        while (runs < 10)
+            QCoreApplication::processEvents();
+        application.reset(); // while the thread waits, or a moment before it does
+        const int runsBefore = runs;
+        dispatcher.join();
+        CHECK(runs == runsBefore);
+    }
+    return 0;
+}
+
 int afterApplicationWorkersAreBusy()
 {
     auto application = makeApplication();
@@ -413,6 +432,7 @@ const std::map<std::string, int (*)()> scenes{
     {"betweenApplications", &betweenApplications},
     {"afterApplication", &afterApplication},
     {"afterApplicationAThreadStillDispatches", &afterApplicationAThreadStillDispatches},
+    {"afterApplicationAThreadIsLetGoByTheGuiQueue", &afterApplicationAThreadIsLetGoByTheGuiQueue},
     {"afterApplicationWorkersAreBusy", &afterApplicationWorkersAreBusy},
 };
 

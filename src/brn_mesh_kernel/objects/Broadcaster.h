@@ -99,7 +99,8 @@ private:
     using WeakObservers = std::vector<std::weak_ptr<T>>;
 
     static std::invalid_argument notManaged(T* observer);
-    static void remove(WeakObservers& observers, const std::shared_ptr<T>& observer);
+    static void removeFrom(WeakObservers& observers, const std::shared_ptr<T>& observer,
+                           std::vector<std::shared_ptr<T>>& others);
     template <typename Notification>
     static void notifyAll(const WeakObservers& observers, const Notification& notification);
     template <typename Notification>
@@ -153,9 +154,10 @@ void Broadcaster<T>::removeObserver(const std::shared_ptr<T>& observer)
 {
     if (!observer)
         return;
+    std::vector<std::shared_ptr<T>> others; // released after the lock: a destructor may want to unsubscribe
     const std::lock_guard<std::mutex> lock(m_observerMutex);
-    remove(m_syncObservers, observer);
-    remove(m_asyncObservers, observer);
+    removeFrom(m_syncObservers, observer, others);
+    removeFrom(m_asyncObservers, observer, others);
 }
 
 template <typename T>
@@ -198,12 +200,15 @@ void Broadcaster<T>::broadcast(void (T::*notify)(Parameters...), std::decay_t<Pa
 template <typename T>
 T* Broadcaster<T>::firstObserver() const
 {
+    std::shared_ptr<T> first; // released after the lock: a destructor may want to unsubscribe
     const std::lock_guard<std::mutex> lock(m_observerMutex);
     if (!m_guardedObservers.empty())
         return dynamic_cast<T*>(m_guardedObservers.front().data());
     if (!m_asyncObservers.empty())
-        return m_asyncObservers.front().lock().get();
-    return m_syncObservers.empty() ? nullptr : m_syncObservers.front().lock().get();
+        first = m_asyncObservers.front().lock();
+    else if (!m_syncObservers.empty())
+        first = m_syncObservers.front().lock();
+    return first.get();
 }
 
 template <typename T>
@@ -214,9 +219,13 @@ std::invalid_argument Broadcaster<T>::notManaged(T* observer)
 }
 
 template <typename T>
-void Broadcaster<T>::remove(WeakObservers& observers, const std::shared_ptr<T>& observer)
+void Broadcaster<T>::removeFrom(WeakObservers& observers, const std::shared_ptr<T>& observer,
+                                std::vector<std::shared_ptr<T>>& others)
 {
-    const auto isObserver = [&observer](const std::weak_ptr<T>& entry) { return entry.lock() == observer; };
+    const auto isObserver = [&](const std::weak_ptr<T>& entry) {
+        others.push_back(entry.lock());
+        return others.back() == observer;
+    };
     observers.erase(std::remove_if(observers.begin(), observers.end(), isObserver), observers.end());
 }
 

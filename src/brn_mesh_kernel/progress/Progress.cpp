@@ -1,5 +1,7 @@
 #include <brn_mesh_kernel/progress/Progress.h>
 
+#include <algorithm>
+#include <cmath>
 #include <map>
 #include <utility>
 
@@ -17,6 +19,17 @@ struct Progress::ProgressImpl
     int totalUnitCount = -1;
     int completedUnitCount = 0; // guarded by countLock
 };
+
+namespace {
+
+// A child without a total may report what is no number, or far from a fraction.
+int toUnits(float change)
+{
+    constexpr float limit = 1e9F;
+    return std::isnan(change) ? 0 : static_cast<int>(std::clamp(change, -limit, limit));
+}
+
+} // namespace
 
 Progress::Progress(int totalUnitCount, const std::wstring& description)
     : m_impl(std::make_unique<ProgressImpl>())
@@ -119,7 +132,7 @@ void Progress::progressUpdated(Progress* child, float fraction, const std::wstri
     float& lastFraction = m_impl->childFractions[key];
     const float change = (fraction - lastFraction) * static_cast<float>(m_impl->pendingCounts[key]);
     lastFraction = fraction;
-    incrementCompletedUnitCount(static_cast<int>(change));
+    incrementCompletedUnitCount(toUnits(change));
     // Waits for a writer that stores the count at this moment.
     const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, false);
 }

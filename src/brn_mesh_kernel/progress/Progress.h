@@ -48,7 +48,8 @@ public:
     /// \param totalUnitCount the whole work in units of the caller's choice; 0 or less if it is not known.
     /// \param description what the work is, for people.
     /// Thread: any.
-    explicit Progress(int totalUnitCount = -1, const std::wstring& description = std::wstring());
+    Progress(int totalUnitCount = -1, // NOLINT(google-explicit-constructor)
+             const std::wstring& description = std::wstring());
 
     /// Releases the children; nothing is reported.
     /// Thread: any.

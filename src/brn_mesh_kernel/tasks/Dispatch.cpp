@@ -5,6 +5,7 @@
 #include <brn_mesh_kernel/tasks/ApplicationGate.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/TaskWorker.h>
 
 namespace Brennic::Core {
 
@@ -24,9 +25,7 @@ bool dispatchTask(const std::function<void()>& function, EQualityOfService qos, 
         return false;
     const auto task = std::make_shared<Task>(function);
     queue->addTask(task);
-    if (wait)
-        task->waitTillFinished();
-    return true;
+    return !wait || TaskWorker::waitOrWithdraw(*task);
 }
 
 } // namespace

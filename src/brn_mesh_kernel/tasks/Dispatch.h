@@ -33,7 +33,8 @@ BRN_MESH_KERNEL_EXPORT bool dispatchAsync(const std::function<void()>& function,
 /// While no worker can run it because the application object has gone, \p function runs in the calling
 /// thread; one for the GUI thread is refused then.
 /// \return `true` once \p function has returned; `false`, with nothing queued, run or logged, in the cases of
-///         \ref dispatchAsync, and for `eQOS_GUI` from another thread once the application object has gone.
+///         \ref dispatchAsync, and for `eQOS_GUI` from another thread once the application object has gone, also if
+///         that happens during the wait.
 /// Thread: any; blocks until \p function has returned, without limit.
 BRN_MESH_KERNEL_EXPORT bool dispatchSync(const std::function<void()>& function, EQualityOfService qos);
 

@@ -130,9 +130,14 @@ void Task::runTask()
 
 void Task::waitTillFinished()
 {
+    waitOrWithdraw(false);
+}
+
+bool Task::waitOrWithdraw(bool mayWithdraw)
+{
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     if (m_impl->m_state == eFinished)
-        return;
+        return true;
     const std::uint64_t runsBefore = m_impl->m_finishedRuns;
     // The queue as it is now: the pause may move this task, but the worker stays with its queue.
     const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
@@ -140,15 +145,16 @@ void Task::waitTillFinished()
 
     // No lock is held: if the task finishes meanwhile, its run has been counted.
     const PausedWorker pausedWorker(queue);
-    waitForRunAfter(runsBefore);
+    return waitForRunAfter(runsBefore, mayWithdraw);
 }
 
-void Task::waitForRunAfter(std::uint64_t runsBefore)
+bool Task::waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     while (m_impl->m_finishedRuns == runsBefore) {
-        if (wakeUpsSeen == m_impl->m_wakeUps || !mustRunInWaiterLocked()) {
+        const bool isForGui = m_impl->m_queue && m_impl->m_queue->getQOS() == eQOS_GUI;
+        if (wakeUpsSeen == m_impl->m_wakeUps || !isNobodysLocked() || (isForGui && !mayWithdraw)) {
             ++m_impl->m_waiters;
             m_impl->m_finishedCondition.wait(lock);
             --m_impl->m_waiters;
@@ -157,16 +163,20 @@ void Task::waitForRunAfter(std::uint64_t runsBefore)
         wakeUpsSeen = m_impl->m_wakeUps;
         const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
         lock.unlock();
-        if (const std::shared_ptr<Task> self = queue->findAndRemoveTask(this))
+        const std::shared_ptr<Task> self = queue->findAndRemoveTask(this);
+        if (self && isForGui)
+            return false;
+        if (self)
             self->runTask();
         lock.lock();
     }
+    return true;
 }
 
-bool Task::mustRunInWaiterLocked() const
+// Whether no worker will run the task, as far as the calling thread can tell.
+bool Task::isNobodysLocked() const
 {
-    return m_impl->m_state == ePending && m_impl->m_queue && m_impl->m_queue->getQOS() != eQOS_GUI &&
-           ApplicationGate::isHopelessHere();
+    return m_impl->m_state == ePending && m_impl->m_queue && ApplicationGate::isHopelessHere();
 }
 
 void Task::wakeWaiters()

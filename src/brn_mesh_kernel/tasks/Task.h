@@ -95,7 +95,8 @@ public:
     /// counts it as waiting meanwhile, and once all its workers wait, moves its pending tasks to an overflow
     /// queue: tasks may wait for tasks.
     ///
-    /// A task that was never added to a queue is waited for just the same, run by whoever runs it. While no
+    /// A task that was never added to a queue is waited for just the same, run by whoever runs it. One that is
+    /// added after the wait has begun counts nobody as waiting: a worker must not wait so for its own queue. While no
     /// worker can run the task because the application object has gone, the caller runs it itself, unless it
     /// is for the GUI thread; docs/tasks.md has the whole rule. The GUI thread that waits for a task of its
     /// own queue waits until another thread runs it.
@@ -111,8 +112,10 @@ private:
     // Returns the queue that the caller is to release, with no lock held: the earlier one, or the one that a
     // running task does not take.
     std::shared_ptr<TaskQueue> setQueue(std::shared_ptr<TaskQueue> queue);
-    void waitForRunAfter(std::uint64_t runsBefore);
-    bool mustRunInWaiterLocked() const;
+    // Withdrawing is for a caller that tells its own one: it returns false then, and the task is in no queue.
+    bool waitOrWithdraw(bool mayWithdraw);
+    bool waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw);
+    bool isNobodysLocked() const;
     void wakeWaiters();
 
     std::unique_ptr<TaskImpl> m_impl;

@@ -45,16 +45,17 @@ QThread::Priority threadPriority(EQualityOfService qos)
 // The worker of the calling thread, if it has one.
 thread_local TaskWorker* t_worker = nullptr;
 
-class RunCount
+template <typename Count>
+class Counted
 {
 public:
-    explicit RunCount(std::atomic<int>& count) : m_count(count) { ++m_count; }
-    ~RunCount() { --m_count; }
-    RunCount(const RunCount&) = delete;
-    RunCount& operator=(const RunCount&) = delete;
+    explicit Counted(Count& count) : m_count(count) { ++m_count; }
+    ~Counted() { --m_count; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
 
 private:
-    std::atomic<int>& m_count;
+    Count& m_count;
 };
 
 } // namespace
@@ -234,6 +235,7 @@ bool TaskWorker::mayGoOn()
 
 void TaskWorker::handOverAnnouncements()
 {
+    const Counted handOver(m_handOvers);
     startHandOver();
     const bool isGui = m_qos == eQOS_GUI;
     const auto end = isGui ? std::chrono::steady_clock::now() + guiBatchTime
@@ -269,7 +271,9 @@ void TaskWorker::endHandOver()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const bool isEmpty = m_inbox.empty() && m_nextTaken == m_taken.size();
-        m_state = isEmpty ? State::Idle : State::Notified;
+        // Inside a task that serves events nothing ends: the worker stays busy with that task.
+        if (m_handOvers == 1)
+            m_state = isEmpty ? State::Idle : State::Notified;
         if (isEmpty || !mustSendEventLocked())
             return;
     }
@@ -330,7 +334,7 @@ void TaskWorker::run(Claim claim)
         claim.queue->notifyWorker();
     claim.queue.reset();
     {
-        const RunCount count(m_running);
+        const Counted run(m_running);
         if (m_qos == eQOS_GUI)
             claim.task->runTask();
         else
@@ -359,6 +363,11 @@ std::shared_ptr<TaskQueue> TaskWorker::queueOfCurrentThread()
 void TaskWorker::wakeWaitersOf(Task& task)
 {
     task.wakeWaiters();
+}
+
+bool TaskWorker::waitOrWithdraw(Task& task)
+{
+    return task.waitOrWithdraw(true);
 }
 
 } // namespace Brennic::Core

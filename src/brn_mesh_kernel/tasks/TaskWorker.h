@@ -97,6 +97,9 @@ public:
     void collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks);
 
     static void wakeWaitersOf(Task& task);
+    /// Waits until the task has finished, or takes it back if it is for a GUI thread that has lost its application
+    /// object, and returns false. Thread: any.
+    static bool waitOrWithdraw(Task& task);
 
     /// The queue whose worker runs in the calling thread; empty in a thread of nobody's, in the GUI thread, and
     /// once the queue has gone.
@@ -151,6 +154,7 @@ private:
     // What has been taken from the inbox; only the worker's thread uses it.
     std::vector<Announcement> m_taken;
     std::size_t m_nextTaken = 0;
+    int m_handOvers = 0; // more than one where a task runs an event loop; only the worker's thread uses it
     std::unique_ptr<CrashStack> m_crashStack; // made and destroyed in the worker's thread
 };
 

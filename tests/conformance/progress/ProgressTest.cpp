@@ -144,7 +144,7 @@ TEST_F(ProgressTest, totalAndDescriptionAreSetInSilence)
     EXPECT_EQ(progress.getDescription(), L"other");
 }
 
-TEST_F(ProgressTest, aDescriptionMayBeSetToItself)
+TEST_F(ProgressTest, theSameDescriptionMayBeSetAgain)
 {
     Progress progress(10, L"same");
     const std::wstring& own = L"same";

@@ -51,7 +51,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "beforeApplicationWithoutEventLoop", "beforeApplicationAThreadWaits",
                       "beforeApplicationMainWaits", "beforeApplicationQueuesEnd", "betweenApplications",
                       "afterApplication", "afterApplicationAThreadStillDispatches",
-                      "afterApplicationWorkersAreBusy"),
+                      "afterApplicationAThreadIsLetGoByTheGuiQueue", "afterApplicationWorkersAreBusy"),
     sceneName);
 
 TEST_P(PluginLifetime, opensAndClosesCleanlyAndInSilence)

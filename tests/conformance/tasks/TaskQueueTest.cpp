@@ -11,11 +11,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QMetaMethod>
 #include <QPointer>
 #include <QThread>
 
 #include "support/AnnouncementCount.h"
+#include "support/Latch.h"
 #include "support/ProcessThreads.h"
 #include "support/TaskFixture.h"
 
@@ -149,6 +151,35 @@ TEST_F(TaskQueueTest, oneWorkerRunsItsTasksFirstInFirstOut)
     for (int i = 0; i < 1000; ++i)
         expected[static_cast<std::size_t>(i)] = i;
     EXPECT_EQ(order, expected);
+}
+
+TEST_F(TaskQueueTest, aWorkerWhoseTaskServesEventsIsBusyAllTheSame)
+{
+    const auto queue = TaskQueue::createQueue(eQOS_Normal, 2);
+    for (int round = 0; round < 20; ++round) {
+        Latch first;
+        Latch second;
+        add(queue, [&] {
+            add(queue, [&] { first.countDown(); });
+            EXPECT_TRUE(first.wait()); // by the other worker
+            QCoreApplication::processEvents();
+            add(queue, [&] { second.countDown(); });
+            EXPECT_TRUE(second.wait());
+        })->waitTillFinished();
+    }
+}
+
+TEST_F(TaskQueueTest, aTaskThatHasServedEventsMayWaitForAnother)
+{
+    const auto queue = TaskQueue::createQueue(eQOS_Normal, 2);
+    Latch done;
+    add(queue, [&] {
+        add(queue, [] {})->waitTillFinished();
+        QCoreApplication::processEvents();
+        add(queue, [] {})->waitTillFinished();
+        done.countDown();
+    });
+    ASSERT_TRUE(done.wait());
 }
 
 TEST_F(TaskQueueTest, tasksRunInThreadsOfTheQueuesOwnAndNoMoreAtATimeThanItHasWorkers)

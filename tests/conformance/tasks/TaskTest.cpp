@@ -12,6 +12,7 @@
 #include <QPointer>
 #include <QThread>
 
+#include "support/Eventually.h"
 #include "support/TaskFixture.h"
 
 using namespace Brennic;
@@ -138,7 +139,7 @@ TEST_F(TaskTest, aCopyOfAFinishedTaskIsPendingWithTheSameCallable)
 TEST_F(TaskTest, aCopyHasNoQueue)
 {
     std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(Core::eQOS_Normal, 1);
-    const auto task = std::make_shared<Task>(counting());
+    auto task = std::make_shared<Task>(counting());
     queue->addTask(task);
     task->waitTillFinished();
     const QPointer<TaskQueue> watch(queue.get());
@@ -146,6 +147,8 @@ TEST_F(TaskTest, aCopyHasNoQueue)
     *task = Task(); // an assignment does not touch the queue
     queue.reset();
     EXPECT_FALSE(watch.isNull());
+    task.reset();
+    EXPECT_TRUE(eventually([&] { return watch.isNull(); })) << "the copy holds it";
 }
 
 TEST_F(TaskTest, assignmentFromATaskCopiesItsCallable)

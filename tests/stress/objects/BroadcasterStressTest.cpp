@@ -27,10 +27,33 @@ struct ObjectListener : QObject, Listener
     using QObject::QObject;
 };
 
+// Unsubscribes when it is destroyed, in whatever thread lets go of it last.
+struct LeavingListener : Listener
+{
+    explicit LeavingListener(Broadcaster<Listener>& source) : m_source(source) {}
+    ~LeavingListener() override { m_source.removeAllObservers(); }
+    LeavingListener(const LeavingListener&) = delete;
+    LeavingListener& operator=(const LeavingListener&) = delete;
+
+private:
+    Broadcaster<Listener>& m_source;
+};
+
 class Speaker : public Delegator<Listener>
 {
 public:
     void speak() { delegate(&Listener::happened); }
+};
+
+struct LeavingDelegate : Listener
+{
+    explicit LeavingDelegate(Speaker& source) : m_source(source) {}
+    ~LeavingDelegate() override { m_source.setDelegate(nullptr); }
+    LeavingDelegate(const LeavingDelegate&) = delete;
+    LeavingDelegate& operator=(const LeavingDelegate&) = delete;
+
+private:
+    Speaker& m_source;
 };
 
 class BroadcasterStress : public TaskFixture
@@ -106,4 +129,42 @@ TEST_F(BroadcasterStress, aDelegateMayBeReplacedWhileTheObjectSpeaks)
     }));
     replacer.join();
     EXPECT_LE(first->calls + second->calls, rounds);
+}
+
+TEST_F(BroadcasterStress, anObserverMayUnsubscribeInItsDestructor)
+{
+    Broadcaster<Listener> broadcaster;
+    std::atomic<bool> isOver{false};
+    std::thread others([&] {
+        const auto stranger = std::make_shared<Listener>();
+        while (!isOver)
+            broadcaster.removeObserver(stranger); // looks at the others, and may be the last to let go of one
+    });
+    for (int round = 0; round < 50 * rounds; ++round) {
+        const auto observer = std::make_shared<LeavingListener>(broadcaster);
+        broadcaster.addObserver(std::shared_ptr<Listener>(observer), false);
+    }
+    isOver = true;
+    others.join();
+    const auto last = std::make_shared<Listener>();
+    broadcaster.addObserver(last, false);
+    broadcaster.broadcast(&Listener::happened);
+    EXPECT_EQ(last->calls, 1);
+}
+
+TEST_F(BroadcasterStress, aDelegateMayUnsubscribeInItsDestructor)
+{
+    Speaker speaker;
+    std::atomic<bool> isOver{false};
+    std::thread others([&] {
+        while (!isOver)
+            static_cast<void>(speaker.getDelegate());
+    });
+    for (int round = 0; round < 50 * rounds; ++round) {
+        const auto delegate = std::make_shared<LeavingDelegate>(speaker);
+        speaker.setDelegate(std::shared_ptr<Listener>(delegate), false);
+    }
+    isOver = true;
+    others.join();
+    EXPECT_EQ(speaker.getDelegate(), nullptr);
 }
