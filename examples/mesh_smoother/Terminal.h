@@ -11,7 +11,7 @@ class TerminalOutput
 {
 public:
     TerminalOutput();
-    ~TerminalOutput();
+    ~TerminalOutput(); // NOLINT(performance-trivially-destructible): not on every platform
     TerminalOutput(const TerminalOutput&) = delete;
     TerminalOutput& operator=(const TerminalOutput&) = delete;
 

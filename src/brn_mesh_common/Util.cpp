@@ -5,6 +5,7 @@
 
 #include <boost/nowide/convert.hpp>
 
+#include <brn_mesh_common/ValidUnicode.h>
 #include <brn_mesh_common/VersionResources.h>
 
 namespace Brennic::Objects::Util {
@@ -37,7 +38,10 @@ Core::EKvsStatus QueryVersionInfo(VersionInfo& versionInfo)
 
 std::string ConvertToChar(const std::wstring& text)
 {
-    return boost::nowide::narrow(text);
+    if constexpr (sizeof(wchar_t) == sizeof(char16_t))
+        return boost::nowide::narrow(validUnicode(text));
+    else
+        return boost::nowide::narrow(text);
 }
 
 } // namespace Brennic::Objects::Util

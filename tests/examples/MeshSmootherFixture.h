@@ -46,5 +46,22 @@ protected:
                     ::testing::ElementsAre(::testing::HasSubstr(text)));
     }
 
+    void expectCrashIsTold(const std::string& kind)
+    {
+        using ::testing::HasSubstr;
+        const Brennic::Testing::ProgramResult result = run({"mesh.obj", "--crash", kind});
+        const std::filesystem::path dump = directory / "mesh_smoother.dmp";
+        const std::filesystem::path commandLog = directory / "mesh_smoother_command_log.xml";
+        EXPECT_TRUE(result.hasExited) << kind;
+        EXPECT_EQ(result.exitCode, 1) << kind;
+        EXPECT_THAT(result.err, HasSubstr("Dump: mesh_smoother.dmp")) << kind;
+        EXPECT_THAT(result.err, HasSubstr("command log: mesh_smoother_command_log.xml")) << kind;
+        EXPECT_EQ(Brennic::Testing::readFile(dump).substr(0, 4), "MDMP") << kind;
+        EXPECT_THAT(Brennic::Testing::readFile(commandLog), HasSubstr("name=\"Load\"")) << kind;
+        EXPECT_FALSE(std::filesystem::exists(directory / "mesh_smoothed.obj"));
+        std::filesystem::remove(dump);
+        std::filesystem::remove(commandLog);
+    }
+
     Brennic::Testing::TemporaryDirectory directory;
 };

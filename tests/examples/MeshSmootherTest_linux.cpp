@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "MeshSmootherFixture.h"
+#include "support/Sanitizers.h"
 
 using namespace Brennic::Testing;
 using ::testing::ElementsAre;
@@ -71,4 +72,12 @@ TEST_F(MeshSmootherTest, anOutputThatNobodyCanReadIsAFailure)
         runProgram("sh", {"-c", "exec " MESH_SMOOTHER_PATH " mesh.obj > /dev/full"}, directory.path());
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.err, HasSubstr("cannot print where the results are"));
+}
+
+// Elsewhere it is a matter of luck whether the command log can still be written.
+TEST_F(MeshSmootherTest, aCorruptHeapLeavesDumpAndCommandLogAndSaysWhere)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "the sanitizer reports the mistake before it is a crash";
+    expectCrashIsTold("heap");
 }

@@ -159,6 +159,41 @@ int leaveMainWithQueuesInStaticStorage()
     return 0;
 }
 
+/// Made before the application object, and so destroyed when tasks are refused.
+struct LateHost
+{
+    LateHost() = default;
+    ~LateHost()
+    {
+        if (!isUsed)
+            return;
+        for (const EQualityOfService qos : workerClasses)
+            CHECK(!dispatchAsync([] { CHECK(false); }, qos));
+    }
+    LateHost(const LateHost&) = delete;
+    LateHost& operator=(const LateHost&) = delete;
+
+    bool isUsed = false;
+};
+
+LateHost lateHost;
+
+int leaveMainThenDispatch()
+{
+    lateHost.isUsed = true;
+    const auto application = makeApplication();
+    makeWorkersBusy();
+    return 0;
+}
+
+int endAtOnce()
+{
+    const auto application = makeApplication();
+    makeWorkersBusy();
+    leavePendingTasks();
+    std::_Exit(0);
+}
+
 int exitFromMain()
 {
     const auto application = makeApplication();
@@ -417,6 +452,8 @@ const std::map<std::string, int (*)()> scenes{
     {"leaveMainWhileTasksWaitForTasks", &leaveMainWhileTasksWaitForTasks},
     {"leaveMainWhileQueuesEnd", &leaveMainWhileQueuesEnd},
     {"leaveMainWithQueuesInStaticStorage", &leaveMainWithQueuesInStaticStorage},
+    {"leaveMainThenDispatch", &leaveMainThenDispatch},
+    {"endAtOnce", &endAtOnce},
     {"exitFromMain", &exitFromMain},
     {"exitFromTheEventLoop", &exitFromTheEventLoop},
     {"exitFromWorker", &exitFromWorker},

@@ -2,13 +2,13 @@
 
 #include <windows.h>
 
-#include <brn_mesh_kernel/logging/ValidUnicode.h>
+#include <brn_mesh_common/ValidUnicode.h>
 
 namespace Brennic::Core {
 
 void writeDebuggerLine(const std::wstring& message)
 {
-    OutputDebugStringW((L"[KVS_LOG] " + validUnicode(message) + L'\n').c_str());
+    OutputDebugStringW((L"[KVS_LOG] " + Objects::Util::validUnicode(message) + L'\n').c_str());
 }
 
 } // namespace Brennic::Core

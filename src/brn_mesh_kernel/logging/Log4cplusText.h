@@ -20,7 +20,7 @@
 #include <log4cplus/streams.h>
 #include <log4cplus/tstring.h>
 
-#include <brn_mesh_kernel/logging/ValidUnicode.h>
+#include <brn_mesh_common/ValidUnicode.h>
 
 namespace Brennic::Core {
 
@@ -29,7 +29,7 @@ template <typename Text = log4cplus::tstring>
 Text toLog4cplusText(const std::wstring& text)
 {
     if constexpr (std::is_same_v<Text, std::wstring>)
-        return validUnicode(text);
+        return Objects::Util::validUnicode(text);
     else
         return boost::nowide::narrow(text);
 }

@@ -45,13 +45,14 @@ INSTANTIATE_TEST_SUITE_P(
     Scenes, TaskLifetime,
     ::testing::Values("loadOnly", "leaveMainIdle", "leaveMainWithoutApplication", "leaveMainBusy",
                       "leaveMainWhileTasksFinish", "leaveMainWhileTasksWaitForTasks",
-                      "leaveMainWhileQueuesEnd", "leaveMainWithQueuesInStaticStorage", "exitFromMain",
-                      "exitFromTheEventLoop", "exitFromWorker", "exitFromWorkerOfGlobalQueue",
-                      "exitFromThread", "exitFromGuiTask", "exitWhileThreadsDispatch", "beforeApplication",
-                      "beforeApplicationWithoutEventLoop", "beforeApplicationAThreadWaits",
-                      "beforeApplicationMainWaits", "beforeApplicationQueuesEnd", "betweenApplications",
-                      "afterApplication", "afterApplicationAThreadStillDispatches",
-                      "afterApplicationAThreadIsLetGoByTheGuiQueue", "afterApplicationWorkersAreBusy"),
+                      "leaveMainWhileQueuesEnd", "leaveMainWithQueuesInStaticStorage",
+                      "leaveMainThenDispatch", "endAtOnce", "exitFromMain", "exitFromTheEventLoop",
+                      "exitFromWorker", "exitFromWorkerOfGlobalQueue", "exitFromThread", "exitFromGuiTask",
+                      "exitWhileThreadsDispatch", "beforeApplication", "beforeApplicationWithoutEventLoop",
+                      "beforeApplicationAThreadWaits", "beforeApplicationMainWaits",
+                      "beforeApplicationQueuesEnd", "betweenApplications", "afterApplication",
+                      "afterApplicationAThreadStillDispatches", "afterApplicationAThreadIsLetGoByTheGuiQueue",
+                      "afterApplicationWorkersAreBusy"),
     sceneName);
 
 TEST_P(PluginLifetime, opensAndClosesCleanlyAndInSilence)

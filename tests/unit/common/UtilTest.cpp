@@ -48,10 +48,8 @@ TEST(Util, textConvertsToUtf8)
 
 TEST(Util, whatIsNoCharacterConvertsToTheReplacementCharacter)
 {
-    constexpr bool isUtf16 = sizeof(wchar_t) == 2;
-    const auto halfACharacter = static_cast<wchar_t>(isUtf16 ? 0xDC00 : 0xD800);
-    const auto noCharacter = static_cast<wchar_t>(isUtf16 ? 0xDFFF : 0x110000);
-    const std::wstring text{L'a', halfACharacter, L'b', noCharacter, L'c'};
+    const auto noCharacter = static_cast<wchar_t>(sizeof(wchar_t) == 2 ? 0xDFFF : 0x110000);
+    const std::wstring text{L'a', static_cast<wchar_t>(0xD800), L'b', noCharacter, L'c'};
     EXPECT_EQ(Util::ConvertToChar(text), "a\xEF\xBF\xBD"
                                          "b\xEF\xBF\xBD"
                                          "c");

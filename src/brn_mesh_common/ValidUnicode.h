@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace Brennic::Core {
+namespace Brennic::Objects::Util {
 
 /// Replaces each unit of UTF-16 that is part of no character by U+FFFD, and nothing else. A conversion to UTF-8
 /// would take the character after a lone first half along with it.
@@ -21,4 +21,4 @@ inline std::wstring validUnicode(std::wstring text)
     return text;
 }
 
-} // namespace Brennic::Core
+} // namespace Brennic::Objects::Util
