@@ -44,22 +44,16 @@ void callHandlerOnce()
         TerminateProcess(GetCurrentProcess(), exitCode);
 }
 
-// What the watching thread waits for: the end of the thread that the handler is called on.
-HANDLE g_handlersThread = nullptr;
-DWORD g_timeForHandler = INFINITE;
-
-void exitWhenHandlerIsLost()
+void exitAfterAWhile()
 {
-    WaitForSingleObject(g_handlersThread, g_timeForHandler);
+    Sleep(timeForHandlerWithoutHeap);
     exitAtOnce();
 }
 
-HANDLE openCurrentThread()
+// Called by the system in a thread that ends.
+void WINAPI onEndOfHandlersThread(void* /*value*/)
 {
-    HANDLE thread = nullptr;
-    DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE, FALSE,
-                    0);
-    return thread;
+    exitAtOnce();
 }
 
 } // namespace
@@ -73,6 +67,8 @@ CrashSteps& CrashSteps::instance()
 void CrashSteps::prepare()
 {
     Minidump::prepareDumpThread();
+    if (m_endOfThread == FLS_OUT_OF_INDEXES)
+        m_endOfThread = FlsAlloc(onEndOfHandlersThread);
     m_reportThread.start();
     m_handlerThread.start();
     m_watchThread.start();
@@ -91,17 +87,19 @@ void CrashSteps::run(_EXCEPTION_POINTERS* exception, bool hasStack)
 }
 
 // A handler that hangs in the heap would hang for ever. Whether it may is found out before, by a thread that then does not
-// come back. One that ends its thread would leave a process that nobody ends.
+// come back. One that ends its thread would leave a process that goes on.
 void CrashSteps::callHandler(bool hasStack)
 {
     const bool isHeapUsable = m_handlerThread.run(allocateOnce, timeForHeap);
-    g_handlersThread = openCurrentThread();
-    g_timeForHandler = isHeapUsable ? INFINITE : timeForHandlerWithoutHeap;
-    m_watchThread.run(exitWhenHandlerIsLost, 0);
-    if (hasStack || !isHeapUsable)
+    if (!isHeapUsable)
+        m_watchThread.run(exitAfterAWhile, 0);
+    FlsSetValue(m_endOfThread, this);
+    if (hasStack)
         callHandlerOnce();
-    else
+    else if (isHeapUsable)
         m_handlerThread.run(callHandlerOnce, INFINITE);
+    else
+        m_reportThread.run(callHandlerOnce, timeForHandlerWithoutHeap);
 }
 
 bool CrashSteps::isOnOwnThread() const

@@ -29,6 +29,7 @@ public:
 private:
     void callHandler(bool hasStack);
 
+    DWORD m_endOfThread = FLS_OUT_OF_INDEXES; // a thread with a value there has a handler to come back from
     CrashThread m_reportThread;
     CrashThread m_handlerThread; // for what needs stack or may hang
     CrashThread m_watchThread;

@@ -99,7 +99,6 @@ void TaskWorker::enterThread()
     t_worker = this;
     m_crashStack = std::make_unique<CrashStack>();
     nameCurrentThread(m_threadName);
-    m_hasEntered = true;
     if (!mayGoOn())
         return;
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -111,8 +110,8 @@ void TaskWorker::leaveThread()
 {
     QThread* const ownThread = thread();
     t_worker = nullptr;
+    WorkerRegistry::instance().takeOver(ownThread); // first: at every moment the registry knows one of the two
     delete this;
-    WorkerRegistry::instance().takeOver(ownThread);
 }
 
 void TaskWorker::hear(Task* pTask)
@@ -204,7 +203,9 @@ bool TaskWorker::isAtRest()
 
 bool TaskWorker::isComingOrGoing() const
 {
-    return m_qos != eQOS_GUI && (!m_hasEntered || (m_hasRetired && !m_isHeld && m_running == 0));
+    const bool isComing = !m_isServing && !m_isHeld;
+    const bool isGoing = m_hasRetired && !m_isHeld && m_running == 0;
+    return m_qos != eQOS_GUI && (isComing || isGoing);
 }
 
 void TaskWorker::collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks)
@@ -220,6 +221,7 @@ bool TaskWorker::event(QEvent* event)
 {
     if (event->type() != announcementsEvent)
         return QObject::event(event);
+    m_isServing = true;
     handOverAnnouncements();
     return true;
 }

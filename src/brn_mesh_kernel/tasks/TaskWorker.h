@@ -139,7 +139,8 @@ private:
     TaskQueue* m_queue; // guarded by m_queueMutex; null once the queue has gone
     std::atomic<bool> m_paused{false};
     std::atomic<bool> m_hasRetired{false};
-    std::atomic<bool> m_hasEntered{false};
+    std::atomic<bool> m_isServing{
+        false}; // its event loop has begun: before, Qt is still making what that needs
     std::atomic<bool> m_isHeld{false};
     std::atomic<int> m_running{0}; // more than one where a task runs an event loop
     // Apart from the other, which the threads that add tasks take: a worker that claims task after task meets
