@@ -110,7 +110,8 @@ void TaskWorker::leaveThread()
 {
     QThread* const ownThread = thread();
     t_worker = nullptr;
-    WorkerRegistry::instance().takeOver(ownThread); // first: at every moment the registry knows one of the two
+    WorkerRegistry::instance().takeOver(
+        ownThread); // first: at every moment the registry knows one of the two
     delete this;
 }
 

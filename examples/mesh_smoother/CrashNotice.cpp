@@ -1,27 +1,20 @@
 #include "CrashNotice.h"
 
 #include <array>
-#include <cstring>
 #include <string>
-
-#include <windows.h>
 
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
 
+#include "StandardError.h"
+
 namespace {
 
 using namespace Brennic::Objects;
 
 std::array<char, 8192> g_commandLog{}; // filled before, since it cannot be worked out without memory
-
-void print(const char* text)
-{
-    DWORD written = 0;
-    WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(std::strlen(text)), &written, nullptr);
-}
 
 } // namespace
 
@@ -36,10 +29,10 @@ bool printCrashNotice(const wchar_t* dumpPath)
 {
     std::array<char, 8192> dump; // NOLINT(*-member-init): filled by the conversion
     const bool fits = boost::nowide::narrow(dump.data(), dump.size(), dumpPath) != nullptr;
-    print("\r\nmesh_smoother: it has crashed. Dump: ");
-    print(fits ? dump.data() : "(its name is too long)");
-    print("\r\nmesh_smoother: command log: ");
-    print(g_commandLog.data());
-    print("\r\n");
+    printWithoutMemory("\nmesh_smoother: it has crashed. Dump: ");
+    printWithoutMemory(fits ? dump.data() : "(its name is too long)");
+    printWithoutMemory("\nmesh_smoother: command log: ");
+    printWithoutMemory(g_commandLog.data());
+    printWithoutMemory("\n");
     return true;
 }
