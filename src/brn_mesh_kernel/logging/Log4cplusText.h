@@ -28,10 +28,12 @@ namespace Brennic::Core {
 template <typename Text = log4cplus::tstring>
 Text toLog4cplusText(const std::wstring& text)
 {
-    if constexpr (std::is_same_v<Text, std::wstring>)
+    if constexpr (std::is_same_v<Text, std::string>)
+        return boost::nowide::narrow(text);
+    else if constexpr (sizeof(wchar_t) == sizeof(char16_t))
         return Objects::Util::validUnicode(text);
     else
-        return boost::nowide::narrow(text);
+        return boost::nowide::widen(boost::nowide::narrow(text)); // there and back replaces what is invalid
 }
 
 /// Returns log4cplus's text as UTF-8.
@@ -68,7 +70,8 @@ protected:
     }
 };
 
-/// Opens the file by its wide name. log4cplus may do it by the narrow one, which not every file has.
+/// Opens the file by its wide name, where files have one. log4cplus may do it by the narrow one, which not every file
+/// has. The name that its constructor opens is that of the system's null device.
 class WideFileAppender : public log4cplus::RollingFileAppender
 {
 public:
@@ -91,8 +94,10 @@ protected:
     }
 };
 
-using RollingFileAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>,
-                                               log4cplus::RollingFileAppender, WideFileAppender>;
+constexpr bool haveFilesWideNames = std::is_same_v<std::filesystem::path::value_type, wchar_t>;
+using RollingFileAppender =
+    std::conditional_t<haveFilesWideNames && std::is_same_v<log4cplus::tchar, wchar_t>, WideFileAppender,
+                       log4cplus::RollingFileAppender>;
 
 using ConsoleAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>, log4cplus::ConsoleAppender,
                                            Utf8ConsoleAppender>;
