@@ -11,13 +11,13 @@ class TerminalOutput
 {
 public:
     TerminalOutput();
-    ~TerminalOutput(); // NOLINT(performance-trivially-destructible): not on every platform
+    ~TerminalOutput();
     TerminalOutput(const TerminalOutput&) = delete;
     TerminalOutput& operator=(const TerminalOutput&) = delete;
 
 private:
-    unsigned m_savedCodePage = 0;
-    unsigned long m_savedMode = 0;
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
 };
 
 /// Whether the standard output is shown to somebody.

@@ -36,6 +36,10 @@ void watch(int signal)
 } // namespace
 
 // Terminals take both as they are.
+class TerminalOutput::Impl
+{
+};
+
 TerminalOutput::TerminalOutput() = default;
 TerminalOutput::~TerminalOutput() = default;
 

@@ -34,23 +34,36 @@ HANDLE outputHandle()
 
 } // namespace
 
-TerminalOutput::TerminalOutput() : m_savedCodePage(GetConsoleOutputCP())
+class TerminalOutput::Impl
 {
-    DWORD mode = 0;
-    if (GetConsoleMode(outputHandle(), &mode) == FALSE)
-        return;
-    m_savedMode = mode;
-    SetConsoleOutputCP(CP_UTF8);
-    SetConsoleMode(outputHandle(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-}
+public:
+    Impl() : m_savedCodePage(GetConsoleOutputCP())
+    {
+        if (GetConsoleMode(outputHandle(), &m_savedMode) == FALSE)
+            return;
+        m_isConsole = true;
+        SetConsoleOutputCP(CP_UTF8);
+        SetConsoleMode(outputHandle(), m_savedMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    }
+    ~Impl()
+    {
+        if (!m_isConsole)
+            return;
+        SetConsoleMode(outputHandle(), m_savedMode);
+        SetConsoleOutputCP(m_savedCodePage);
+    }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
 
-TerminalOutput::~TerminalOutput()
-{
-    if (!isOutputATerminal())
-        return;
-    SetConsoleMode(outputHandle(), m_savedMode);
-    SetConsoleOutputCP(m_savedCodePage);
-}
+private:
+    UINT m_savedCodePage;
+    DWORD m_savedMode = 0;
+    bool m_isConsole = false;
+};
+
+TerminalOutput::TerminalOutput() : m_impl(std::make_unique<Impl>()) {}
+
+TerminalOutput::~TerminalOutput() = default;
 
 bool isOutputATerminal()
 {
