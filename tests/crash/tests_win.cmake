@@ -11,7 +11,7 @@ function(brn_crash_scenario name)
     NAME ${name}
     COMMAND
       "${CMAKE_COMMAND}" "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}" "-DPROGRAM=$<TARGET_FILE:${arg_PROGRAM}>"
-      "-DLLDB=${BRN_LLDB}" "-DOBJ2YAML=${BRN_OBJ2YAML}" "-DWORK_DIR=${CMAKE_CURRENT_BINARY_DIR}/work/${name}"
+      "-DLLDB=${BRN_LLDB}" "-DOBJ2YAML=${BRN_OBJ2YAML}" "-DWORK_DIR=${CMAKE_CURRENT_BINARY_DIR}/scenarios/${name}"
       "-DARGUMENTS=${arg_ARGUMENTS}" ${definitions} -P "${CMAKE_CURRENT_SOURCE_DIR}/RunScenario.cmake"
   )
   set_tests_properties(${name} PROPERTIES TIMEOUT 120)
