@@ -85,6 +85,12 @@ BRN_NOT_INLINED void crashByDivision()
     g_sink = many / zero; // NOLINT(clang-analyzer-core.DivideZero): that is the point
 }
 
+BRN_NOT_INLINED void crashByIllegalInstruction()
+{
+    asm volatile("ud2");
+    g_sink = 1;
+}
+
 const Crashes& crashes()
 {
     static const Crashes table{
@@ -94,6 +100,7 @@ const Crashes& crashes()
         {"throw", crashByException},
         {"pure-virtual", crashByPureVirtualCall},
         {"division", crashByDivision},
+        {"illegal-instruction", crashByIllegalInstruction},
         {"stack-overflow", [] { Depths::crashByRecursion(0); }},
     };
     return table;

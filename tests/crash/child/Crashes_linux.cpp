@@ -28,12 +28,6 @@ BRN_NOT_INLINED void crashByExecutingData()
     g_sink = 1;
 }
 
-BRN_NOT_INLINED void crashByIllegalInstruction()
-{
-    asm volatile("ud2");
-    g_sink = 1;
-}
-
 BRN_NOT_INLINED void crashByTruncatedMapping()
 {
     const int file = memfd_create("mesh", MFD_CLOEXEC);
@@ -132,7 +126,6 @@ const Crashes& platformCrashes()
 {
     static const Crashes table{
         {"execute-data", crashByExecutingData},
-        {"illegal-instruction", crashByIllegalInstruction},
         {"truncated-mapping", crashByTruncatedMapping},
         {"trap", crashByTrap},
         {"forbidden-call", crashByForbiddenCall},

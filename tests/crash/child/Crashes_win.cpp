@@ -21,12 +21,6 @@ BRN_NOT_INLINED void crashByExecutingData()
     g_sink = 1;
 }
 
-BRN_NOT_INLINED void crashByIllegalInstruction()
-{
-    asm volatile("ud2");
-    g_sink = 1;
-}
-
 BRN_NOT_INLINED void crashByTrap()
 {
     DebugBreak();
@@ -110,7 +104,6 @@ const Crashes& platformCrashes()
 {
     static const Crashes table{
         {"execute-data", crashByExecutingData},
-        {"illegal-instruction", crashByIllegalInstruction},
         {"trap", crashByTrap},
         {"invalid-parameter", crashByInvalidParameter},
         {"others-abort", crashByOthersAbort},

@@ -1,4 +1,4 @@
-#include "crash/child/Situations.h"
+#include "crash/child/PlatformSituations.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,7 +6,6 @@
 #include <functional>
 #include <future>
 #include <locale>
-#include <map>
 #include <thread>
 #include <vector>
 
@@ -188,11 +187,11 @@ void changeSettingsAllTheTime()
     });
 }
 
-using Enter = std::function<void(const std::filesystem::path& directory)>;
+} // namespace
 
-const std::map<std::string, Enter>& situations()
+const Situations& platformSituations()
 {
-    static const std::map<std::string, Enter> table{
+    static const Situations table{
         {"64-threads", [](const auto&) { startIdleThreads(64); }},
         {"500-threads", [](const auto&) { startIdleThreads(500); }},
         {"spinning-thread", [](const auto&) { startThread(spinForEver); }},
@@ -224,17 +223,6 @@ const std::map<std::string, Enter>& situations()
         {"as-nobody", [](const auto&) { becomeNobody(); }},
     };
     return table;
-}
-
-} // namespace
-
-bool enterSituation(const std::string& name, const std::filesystem::path& directory)
-{
-    const auto found = situations().find(name);
-    if (found == situations().end())
-        return false;
-    found->second(directory);
-    return true;
 }
 
 } // namespace Brennic::Testing

@@ -1,9 +1,8 @@
-#include "crash/child/Situations.h"
+#include "crash/child/PlatformSituations.h"
 
 #include <functional>
 #include <future>
 #include <locale>
-#include <map>
 #include <thread>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
@@ -87,11 +86,11 @@ void changeSettingsAllTheTime()
     }).detach();
 }
 
-using Enter = std::function<void(const std::filesystem::path& directory)>;
+} // namespace
 
-const std::map<std::string, Enter>& situations()
+const Situations& platformSituations()
 {
-    static const std::map<std::string, Enter> table{
+    static const Situations table{
         {"other-c-library", [](const auto&) { LoadLibraryW(L"ucrtbase.dll"); }},
         {"64-threads", [](const auto&) { startIdleThreads(64); }},
         {"spinning-thread", [](const auto&) { startSpinningThread(); }},
@@ -107,17 +106,6 @@ const std::map<std::string, Enter>& situations()
          [](const auto& directory) { std::filesystem::create_directory(directory / "crash_child.dmp"); }},
     };
     return table;
-}
-
-} // namespace
-
-bool enterSituation(const std::string& name, const std::filesystem::path& directory)
-{
-    const auto found = situations().find(name);
-    if (found == situations().end())
-        return false;
-    found->second(directory);
-    return true;
 }
 
 } // namespace Brennic::Testing

@@ -26,8 +26,8 @@ constexpr int limitOfAllSteps = 7000;
 constexpr std::string_view sanitizer = BRN_SANITIZER_NAME;
 constexpr bool isSanitized = !sanitizer.empty();
 
-/// What a crash takes at most where nothing is in its way, in milliseconds. A sanitizer is.
-constexpr int usualTime = isSanitized ? limitOfAllSteps : 2000;
+/// What a crash takes at most where nothing is in its way, in milliseconds.
+constexpr int usualTime = 2000;
 
 class CrashFixture : public ::testing::Test
 {
