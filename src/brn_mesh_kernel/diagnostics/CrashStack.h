@@ -35,13 +35,14 @@ public:
     /// Throws `std::bad_alloc` if there is no memory for the object itself; see \ref isInstalled for the
     /// rest. Thread: any, before it needs it. Not safe in a signal handler.
     CrashStack();
-    /// Takes the stack away and puts the thread's previous one back.
+    /// Takes the stack away and puts the thread's previous one back. On Windows the reserve stays.
     /// Thread: the one that made the object.
     ~CrashStack();
     CrashStack(const CrashStack&) = delete;
     CrashStack& operator=(const CrashStack&) = delete;
 
-    /// Whether the thread has a second stack: false if the system had no memory for one. Nothing is logged.
+    /// Whether the thread has a second stack, on Windows a reserve: false if the system had no memory for one.
+    /// Nothing is logged.
     /// Thread: any.
     bool isInstalled() const;
 
