@@ -36,6 +36,13 @@ TEST_F(CrashPlace, anUncaughtExceptionOnAWorkerIsNamed)
     expectGoodDump(dump(), SIGABRT, "crashByException");
 }
 
+TEST_F(CrashPlace, anUncaughtExceptionOnAWorkerIsNamedThoughLocalsWouldBeDestroyed)
+{
+    EXPECT_EQ(crash("throw-past-locals", {"in=worker"}).signal, SIGABRT);
+    expectReport();
+    expectGoodDump(dump(), SIGABRT, "crashByException");
+}
+
 TEST_F(CrashPlace, aWorkerSurvivesItsStackOverflowLongEnough)
 {
     EXPECT_EQ(crash("stack-overflow", {"in=worker"}).signal, SIGSEGV);

@@ -84,6 +84,11 @@ brn_crash_scenario(
   ARGUMENTS throw in=worker
   EXPECT EXIT=3 CODE=${fatal_exit} FUNCTION=crashByException
 )
+brn_crash_scenario(
+  CrashPlace.anUncaughtExceptionOnAWorkerIsNamedThoughLocalsWouldBeDestroyed
+  ARGUMENTS throw-past-locals in=worker
+  EXPECT EXIT=3 CODE=${fatal_exit} FUNCTION=crashByException
+)
 foreach(place IN ITEMS worker thread guarded-thread)
   brn_crash_scenario(
     CrashPlace.aStackOverflowIsCaughtOn_${place}

@@ -9,6 +9,7 @@
 #include <QThread>
 
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
+#include <brn_mesh_kernel/diagnostics/OutermostCall.h>
 #include <brn_mesh_kernel/tasks/ApplicationGate.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
@@ -341,18 +342,11 @@ void TaskWorker::run(Claim claim)
         if (m_qos == eQOS_GUI)
             claim.task->runTask();
         else
-            runOnWorkerThread(*claim.task);
+            callOutermost([](void* task) { static_cast<Task*>(task)->runTask(); }, claim.task.get());
     }
     // Objects with static storage are being destroyed now, perhaps also some that releasing the task needs.
     if (m_qos != eQOS_GUI && ApplicationGate::hasEnded())
         ApplicationGate::hold(*this);
-}
-
-// An exception ends the process here, while the stack still shows who has thrown it. Qt's thread function would
-// catch it, and end the process with the stack gone.
-void TaskWorker::runOnWorkerThread(Task& task) noexcept
-{
-    task.runTask();
 }
 
 std::shared_ptr<TaskQueue> TaskWorker::queueOfCurrentThread()

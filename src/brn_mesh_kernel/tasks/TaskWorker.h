@@ -131,7 +131,6 @@ private:
     Claim claimNext(int& announcementsLeft);
     Claim claimLocked(const Announcement& announcement);
     void run(Claim claim);
-    static void runOnWorkerThread(Task& task) noexcept;
 
     const EQualityOfService m_qos;
     const bool m_isFirstOfQueue;

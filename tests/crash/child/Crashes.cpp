@@ -72,6 +72,17 @@ BRN_NOT_INLINED void crashByException()
     throw std::runtime_error("nobody catches this");
 }
 
+// What is to be destroyed on the way is what may take the stack with it.
+BRN_NOT_INLINED void throwPastLocals()
+{
+    struct Local
+    {
+        ~Local() { g_sink = 1; }
+    };
+    const Local local;
+    crashByException();
+}
+
 BRN_NOT_INLINED void crashByPureVirtualCall()
 {
     const Shapes::Circle circle;
@@ -98,6 +109,7 @@ const Crashes& crashes()
         {"jump-to-null", crashByJumpToNull},
         {"abort", crashByAbort},
         {"throw", crashByException},
+        {"throw-past-locals", throwPastLocals},
         {"pure-virtual", crashByPureVirtualCall},
         {"division", crashByDivision},
         {"illegal-instruction", crashByIllegalInstruction},
