@@ -15,6 +15,7 @@ set(minidump_sources
     minidump/ProcessMemory_linux.cpp
     minidump/RaisedLimits_linux.cpp
     minidump/RegisterContext_linux.cpp
+    minidump/SignalAction_linux.cpp
     minidump/SignalledThreads_linux.cpp
     minidump/StackFinder_linux.cpp
     minidump/SystemInfo_linux.cpp

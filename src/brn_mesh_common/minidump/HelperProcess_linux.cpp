@@ -5,6 +5,7 @@
 #include <csignal>
 #include <ucontext.h>
 
+#include <brn_mesh_common/minidump/SignalAction_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <sched.h>
 #include <sys/prctl.h>
@@ -21,7 +22,7 @@ alignas(64) std::array<std::byte, 0x40000> g_stack;
 
 // The default action would write a core of the memory that we share, and could take the crashed process
 // along.
-void onFault(int /*signal*/)
+void onFault(int /*signal*/, siginfo_t* /*information*/, void* /*context*/)
 {
     systemCall(SYS_exit_group, 1);
 }
@@ -63,19 +64,11 @@ long cloneProcess(long flags, void* stackTop, const void* childId, void (*functi
 
 void handleFaults()
 {
-    struct sigaction action
-    {
-    };
-    action.sa_handler = onFault;
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT})
-        sigaction(signal, &action, nullptr);
-    action = {};
-    action.sa_sigaction = onForbiddenCall;
-    action.sa_flags = SA_SIGINFO;
-    sigaction(SIGSYS, &action, nullptr);
-    action = {};
-    action.sa_handler = SIG_DFL; // not ignored: the stops of traced threads are announced by it
-    sigaction(SIGCHLD, &action, nullptr);
+        SignalAction::calling(onFault).applyTo(signal);
+    SignalAction::calling(onForbiddenCall).applyTo(SIGSYS);
+    // Not ignored: the stops of traced threads are announced by it.
+    SignalAction::byDefault().applyTo(SIGCHLD);
 }
 
 } // namespace
