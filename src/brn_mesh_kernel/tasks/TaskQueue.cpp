@@ -66,7 +66,6 @@ void TaskQueue::addWorker()
     auto* const worker = new TaskWorker(this); // deletes itself after retire()
     // Direct, in the thread that adds the task: the worker's inbox brings the news to the worker's thread.
     connect(this, &TaskQueue::newTaskArrived, worker, &TaskWorker::hear, Qt::DirectConnection);
-    connect(this, &QObject::destroyed, worker, &TaskWorker::retire, Qt::DirectConnection);
     m_workers.push_back(worker);
 }
 
@@ -76,6 +75,10 @@ TaskQueue::~TaskQueue()
         disconnect(this, &TaskQueue::newTaskArrived, worker, &TaskWorker::hear);
         worker->loseQueue();
     }
+    // After all have lost the queue: until then each may notify another. And not on a signal of the queue: the
+    // worker may be deleted in its thread before this returns, in the middle of the signal's list of receivers.
+    for (TaskWorker* worker : m_workers)
+        worker->retire();
 }
 
 std::shared_ptr<TaskQueue> TaskQueue::createQueue(EQualityOfService qos, int maxConcurrency)
