@@ -40,26 +40,25 @@ void require(bool isDone)
         std::_Exit(91); // the test's own preparation has failed
 }
 
-// Starts a thread and returns once it runs.
+// Starts a thread and returns once the function has said that it is where it shall be.
 template <typename Function>
 void startThread(Function function)
 {
-    std::promise<void> isRunning;
-    std::thread([&isRunning, function] {
-        isRunning.set_value();
-        function();
-    }).detach();
-    isRunning.get_future().wait();
+    std::promise<void> isThere;
+    std::thread([&isThere, function] { function(isThere); }).detach();
+    isThere.get_future().wait();
 }
 
-BRN_NOT_INLINED void idleForEver()
+BRN_NOT_INLINED void idleForEver(std::promise<void>& isThere)
 {
+    isThere.set_value();
     for (;;)
         pause();
 }
 
-BRN_NOT_INLINED void spinForEver()
+BRN_NOT_INLINED void spinForEver(std::promise<void>& isThere)
 {
+    isThere.set_value();
     for (volatile unsigned long count = 0;; count = count + 1)
         continue;
 }
@@ -73,12 +72,12 @@ void startIdleThreads(int count)
 void holdAppenderLocks()
 {
     std::promise<std::size_t> locked;
-    startThread([&locked] {
+    startThread([&locked](std::promise<void>& isThere) {
         log4cplus::SharedAppenderPtrList appenders = log4cplus::Logger::getRoot().getAllAppenders();
         for (const log4cplus::SharedAppenderPtr& appender : appenders)
             appender->access_mutex.lock();
         locked.set_value(appenders.size());
-        idleForEver();
+        idleForEver(isThere);
     });
     constexpr std::size_t consoleAndFile = 2;
     require(locked.get_future().get() == consoleAndFile);
@@ -181,7 +180,8 @@ void changeSettingsAllTheTime()
         Core::Kernel::Instance().SetSendCrashDumpHandler([answer](const wchar_t*) { return answer; });
     };
     setHandler(true);
-    startThread([setHandler] {
+    startThread([setHandler](std::promise<void>& isThere) {
+        isThere.set_value();
         for (bool answer = false;; answer = !answer)
             setHandler(answer);
     });
