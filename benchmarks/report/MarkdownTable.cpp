@@ -13,11 +13,12 @@ struct Unit
 
 Unit unitFor(const std::vector<Cell>& cells)
 {
-    constexpr double hundredNanoseconds = 1e-7;
     double largest = 0;
     for (const Cell& cell : cells)
         largest = std::max(largest, cell.seconds.median);
-    return largest < hundredNanoseconds ? Unit{"ns", 1e9} : Unit{"µs", 1e6};
+    if (largest < 1e-7)
+        return {"ns", 1e9};
+    return largest < 1e-3 ? Unit{"µs", 1e6} : Unit{"ms", 1e3};
 }
 
 // Three digits that count, and no more than three behind the point.

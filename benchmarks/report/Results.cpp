@@ -9,6 +9,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 namespace {
 
@@ -34,11 +35,19 @@ Value summary(QVector<double> values)
     return {median, (quantile(values, 0.75) - quantile(values, 0.25)) / 2 / median};
 }
 
-// "table/row/column" and what Google Benchmark appends.
+// Without what Google Benchmark appends.
+QString ownName(const QString& name)
+{
+    static const QRegularExpression appended(
+        "/((iterations|min_time|repeats|threads):[^/]*|manual_time|real_time)");
+    return QString(name).remove(appended);
+}
+
+// The table, the row and the column; empty if the benchmark is no cell.
 QStringList cellName(const QString& name)
 {
     const QStringList parts = name.split('/');
-    return parts.size() < 3 ? QStringList() : parts.mid(0, 3);
+    return parts.size() == 3 ? parts : QStringList();
 }
 
 } // namespace
@@ -76,7 +85,7 @@ void Results::readBenchmarks(const QJsonArray& benchmarks)
         const QJsonObject run = value.toObject();
         if (run["run_type"] != "iteration" || run["error_occurred"].toBool())
             continue;
-        const QString name = run["run_name"].toString();
+        const QString name = ownName(run["run_name"].toString());
         const auto isSame = [&](const Benchmark& benchmark) { return benchmark.name == name; };
         auto found = std::find_if(m_benchmarks.begin(), m_benchmarks.end(), isSame);
         if (found == m_benchmarks.end())
@@ -122,7 +131,7 @@ void Results::addFigure(const QStringList& parts)
 std::optional<Value> Results::secondsOf(const QString& name) const
 {
     for (const Benchmark& benchmark : m_benchmarks)
-        if (benchmark.name.section('/', 0, 0) == name)
+        if (benchmark.name == name)
             return summary(benchmark.seconds);
     return {};
 }
