@@ -119,7 +119,7 @@ void add(const std::string& name, Function function)
 {
     benchmark::RegisterBenchmark(name.c_str(), function)
         ->UseManualTime()
-        ->Iterations(10)
+        ->Iterations(30)
         ->Unit(benchmark::kMicrosecond);
 }
 

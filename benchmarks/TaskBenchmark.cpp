@@ -205,9 +205,9 @@ int main(int argc, char** argv)
         return runWithRatios(
             argc, argv,
             {{{"dispatch, 1 worker / QtConcurrent::run, 1 thread", "dispatch1", "concurrentRun1", 1.0, ""},
-              {"dispatch, 8 workers / 2.5 us", "dispatch8", "limit8", 1.0, ""},
+              {"dispatch, 8 workers / 2.5 µs", "dispatch8", "limit8", 1.0, ""},
               {"dispatch, 8 workers / queued call to each", "dispatch8", "queuedCalls8", 0.125, ""},
-              {"dispatch, 16 workers / 6 us", "dispatch16", "limit16", 1.0, ""},
+              {"dispatch, 16 workers / 6 µs", "dispatch16", "limit16", 1.0, ""},
               {"dispatch, 16 workers / queued call to each", "dispatch16", "queuedCalls16", 0.125, ""},
               {"dispatchSync / blocking queued call", "dispatchSyncToIdleWorker", "blockingQueuedCall", 1.1,
                ""},

@@ -151,15 +151,15 @@ void addPeer()
 {
     const std::string library = std::string("/") + Peer::name + '/';
     for (const int count : {1, 2, 4, 8, 16}) {
-        add("dispatch" + library + counted(count, "worker"), 3,
+        add("dispatch" + library + counted(count, "worker"), 5,
             [count](benchmark::State& state) { dispatch<Peer>(state, count); });
-        add("producers" + library + counted(count, "producer"), 3,
+        add("producers" + library + counted(count, "producer"), 5,
             [count](benchmark::State& state) { produce<Peer>(state, count); });
     }
     for (const int workers : {1, 8}) {
-        add("latency" + library + "in a row, " + counted(workers, "worker"), 500,
+        add("latency" + library + "in a row, " + counted(workers, "worker"), 2000,
             [workers](benchmark::State& state) { wait<Peer>(state, workers, {}); });
-        add("latency" + library + "after 2 ms, " + counted(workers, "worker"), 50,
+        add("latency" + library + "after 2 ms, " + counted(workers, "worker"), 100,
             [workers](benchmark::State& state) { wait<Peer>(state, workers, std::chrono::milliseconds(2)); });
     }
 }

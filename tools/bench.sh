@@ -10,7 +10,7 @@ with_qt6=(logging profiler task progress smoothing logging_peers task_peers prog
 with_qt5=(task_peers progress_peers)
 
 configure_preset release
-build_preset release
+build_preset release --target benchmark_report "${with_qt6[@]/%/_benchmark}"
 configure_preset release-qt5
 build_preset release-qt5 --target "${with_qt5[@]/%/_benchmark}"
 

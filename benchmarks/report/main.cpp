@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QMap>
 #include <QSaveFile>
 
@@ -43,17 +44,32 @@ QString machine(const std::vector<Results>& all)
              all.front().compiler(), qts.join(" and "));
 }
 
+constexpr const char* plottedTable = "dispatch";
+
 QString qtMajor(const Results& results)
 {
     return results.qt().section('.', 0, 0);
 }
 
-Regions regionsOf(const std::vector<Results>& all)
+QString plotName(const Results& results)
+{
+    return QString("%1-qt%2.svg").arg(plottedTable, qtMajor(results));
+}
+
+QString plotReference(const Results& results, const QString& folder)
+{
+    return QString("![Callables a second by number of workers, Qt %1](%2/%3)\n\n")
+        .arg(qtMajor(results), folder, plotName(results));
+}
+
+Regions regionsOf(const std::vector<Results>& all, const QString& imageFolder)
 {
     Regions regions{{"machine", machine(all)}};
     for (const Results& results : all) {
         for (const QString& table : results.tables())
-            regions[table + ", Qt " + qtMajor(results)] = markdownTable(results.cells(table));
+            regions[table + ", Qt " + qtMajor(results)] =
+                (table == plottedTable ? plotReference(results, imageFolder) : QString()) +
+                markdownTable(results.cells(table));
         if (!results.comparison().empty())
             regions["ratios, " + results.program()] = markdownTable(results.comparison());
     }
@@ -82,12 +98,10 @@ bool write(const QString& path, const QString& text)
 
 bool draw(const std::vector<Results>& all, const QDir& images)
 {
-    const QString table = "dispatch";
     for (const Results& results : all) {
-        if (!results.tables().contains(table))
-            continue;
-        const QString path = images.filePath(table + "-qt" + qtMajor(results) + ".svg");
-        if (!write(path, throughputPlot(results.cells(table), "callables a second, Qt " + results.qt())))
+        if (results.tables().contains(plottedTable) &&
+            !write(images.filePath(plotName(results)),
+                   throughputPlot(results.cells(plottedTable), "callables a second, Qt " + results.qt())))
             return false;
     }
     return true;
@@ -110,6 +124,11 @@ int main(int argc, char** argv)
             return 1;
         all.push_back(*results);
     }
+    const QDir images(arguments[2]);
+    const QDir pageFolder = QFileInfo(arguments[1]).absoluteDir();
     std::optional<MarkedDocument> document = MarkedDocument::read(arguments[1]);
-    return document && draw(all, QDir(arguments[2])) && fill(*document, regionsOf(all)) ? 0 : 1;
+    return document && draw(all, images) &&
+                   fill(*document, regionsOf(all, pageFolder.relativeFilePath(images.absolutePath())))
+               ? 0
+               : 1;
 }
