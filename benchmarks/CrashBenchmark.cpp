@@ -2,18 +2,15 @@
 /// How long a crash takes from the fault to the finished dump, as the crashing process itself measures it: in the
 /// host's handler, which is called when report and dump are finished.
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <future>
-#include <iostream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include <benchmark/benchmark.h>
 #include <boost/nowide/convert.hpp>
 #include <brn_mesh_kernel/kernel/Kernel.h>
 
@@ -22,30 +19,25 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "Ratios.h"
+
 using namespace Brennic::Core;
 
 namespace {
 
 constexpr int moduleCount = 44;
-constexpr int repetitions = 21;
 
 struct Scene
 {
-    const char* name;
     int threads;
     std::size_t megabytes;
 };
 
-const Scene small{"1 thread, 50 MB", 1, 50};
-const Scene busy{"64 threads, 50 MB", 64, 50};
-const Scene smallInLargeMemory{"1 thread, 1 GB", 1, 1024};
-const Scene busyInLargeMemory{"64 threads, 1 GB", 64, 1024};
-
-double nowInMilliseconds()
+double nowInSeconds()
 {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
 int countModules()
@@ -101,13 +93,13 @@ void startThreads(int count)
     Kernel& kernel = Kernel::Instance();
     kernel.SetLogFilePath(boost::nowide::widen((directory / "crash.log").u8string()).c_str());
     kernel.SetSendCrashDumpHandler([result](const wchar_t*) {
-        const double time = nowInMilliseconds() - start;
+        const double time = nowInSeconds() - start;
         return write(result, &time, sizeof time) == sizeof time;
     });
     kernel.Initialize();
     kernel.ProfilerWaypoint(L"Before the crash");
     volatile int* volatile nothing = nullptr;
-    start = nowInMilliseconds();
+    start = nowInSeconds();
     *nothing = 1; // NOLINT(clang-analyzer-core.NullDereference): that is the point
     std::abort();
 }
@@ -135,38 +127,45 @@ double measureOnce(const Scene& scene)
     return time;
 }
 
-double measure(const Scene& scene)
+template <typename Function>
+void add(const char* name, Function function)
 {
-    std::vector<double> times;
-    for (int i = 0; i != repetitions; ++i)
-        times.push_back(measureOnce(scene));
-    std::sort(times.begin(), times.end());
-    const double median = times[repetitions / 2];
-    std::printf("%-20s %d modules   %6.2f ms   (%.2f to %.2f)\n", scene.name, moduleCount, median,
-                times.front(), times.back());
-    std::fflush(stdout);
-    return median;
+    benchmark::RegisterBenchmark(name, function)
+        ->UseManualTime()
+        ->Iterations(3)
+        ->Unit(benchmark::kMillisecond);
 }
 
-void compare(const char* what, double value, double target)
+void addCrash(const char* name, const Scene& scene)
 {
-    std::printf("%-50s %6.2f   at most %.2f   %s\n", what, value, target,
-                value <= target ? "kept" : "MISSED");
+    add(name, [scene](benchmark::State& state) {
+        for (auto iteration : state)
+            state.SetIterationTime(measureOnce(scene));
+    });
+}
+
+void addLimit(const char* name, double seconds)
+{
+    add(name, [seconds](benchmark::State& state) {
+        for (auto iteration : state)
+            state.SetIterationTime(seconds);
+    });
 }
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
-    std::printf("From the fault to report and dump, median of %d crashes\n", repetitions);
-    const double smallTime = measure(small);
-    const double busyTime = measure(busy);
-    const double smallInLargeTime = measure(smallInLargeMemory);
-    const double busyInLargeTime = measure(busyInLargeMemory);
-    std::printf("\n");
-    compare("1 thread, milliseconds", smallTime, 5);
-    compare("64 threads, milliseconds", busyTime, 10);
-    compare("1 thread, 1 GB / 50 MB", smallInLargeTime / smallTime, 1.5);
-    compare("64 threads, 1 GB / 50 MB", busyInLargeTime / busyTime, 1.5);
-    return 0;
+    addCrash("crash/50 MB/1 thread", {1, 50});
+    addCrash("crash/50 MB/64 threads", {64, 50});
+    addCrash("crash/1 GB/1 thread", {1, 1024});
+    addCrash("crash/1 GB/64 threads", {64, 1024});
+    addLimit("5 ms", 5e-3);
+    addLimit("10 ms", 10e-3);
+    return runWithRatios(
+        argc, argv,
+        {{{"1 thread, 50 MB / 5 ms", "crash/50 MB/1 thread", "5 ms", 1.0, ""},
+          {"64 threads, 50 MB / 10 ms", "crash/50 MB/64 threads", "10 ms", 1.0, ""},
+          {"1 thread, 1 GB / 50 MB", "crash/1 GB/1 thread", "crash/50 MB/1 thread", 1.5, ""},
+          {"64 threads, 1 GB / 50 MB", "crash/1 GB/64 threads", "crash/50 MB/64 threads", 1.5, ""}}});
 }

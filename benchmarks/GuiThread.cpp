@@ -8,6 +8,8 @@
 int runBesideGuiThread(int argc, char** argv, const std::function<int()>& benchmarks)
 {
     QCoreApplication application(argc, argv);
+    // KJob locks the event loop while there are jobs, which ends with the last of them otherwise.
+    QCoreApplication::setQuitLockEnabled(false);
     int result = 1;
     std::thread thread([&] {
         result = benchmarks();

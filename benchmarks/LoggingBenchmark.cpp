@@ -88,10 +88,10 @@ int main(int argc, char** argv)
         return 1;
     const int result = runWithRatios(
         argc, argv,
-        {{"Log at a disabled level / macro on a held logger", "logDisabled", "macroDisabled", 1.5, ""},
-         {"Log into a file / macro, debugger line apart", "logIntoFile", "macroIntoFile", 1.5,
-          "debuggerLine"},
-         {"Log into a file / macro, debugger line included", "logIntoFile", "macroIntoFile", 0, ""}});
+        {{{"Log at a disabled level / macro on a held logger", "logDisabled", "macroDisabled", 1.5, ""},
+          {"Log into a file / macro, debugger line apart", "logIntoFile", "macroIntoFile", 1.5,
+           "debuggerLine"},
+          {"Log into a file / macro, debugger line included", "logIntoFile", "macroIntoFile", 0, ""}}});
     std::filesystem::remove_all(directory);
     return result;
 }

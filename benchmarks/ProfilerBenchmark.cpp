@@ -83,8 +83,8 @@ int main(int argc, char** argv)
 {
     const int result = runWithRatios(
         argc, argv,
-        {{"waypoint without a source / clock_gettime", "waypoint", "clockRead", 5.0, ""},
-         {"report of 100,000 waypoints / write_xml of its tree", "report", "writerAlone", 1.3, ""}});
+        {{{"waypoint without a source / clock_gettime", "waypoint", "clockRead", 5.0, ""},
+          {"report of 100,000 waypoints / write_xml of its tree", "report", "writerAlone", 1.3, ""}}});
     std::filesystem::remove(reportPath());
     return result;
 }

@@ -65,6 +65,6 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     smoother(); // made before anything is measured
     return runWithRatios(argc, argv,
-                         {{"smoothing on a task queue / tbb::parallel_for", "smoothOnTaskQueue",
-                           "smoothOnParallelFor", 1.05, ""}});
+                         {{{"smoothing on a task queue / tbb::parallel_for", "smoothOnTaskQueue",
+                            "smoothOnParallelFor", 1.05, ""}}});
 }

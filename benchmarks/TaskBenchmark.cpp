@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -22,6 +21,7 @@
 
 #include "GuiThread.h"
 #include "Ratios.h"
+#include "peers/QueuedCalls.h"
 
 using namespace Brennic::Core;
 
@@ -102,56 +102,6 @@ void concurrentRun1(benchmark::State& state)
     });
 }
 BENCHMARK(concurrentRun1)->Apply(asManualTime);
-
-/// Objects in threads of their own, each told of every callable by a queued call; the first runs it.
-class QueuedCalls
-{
-public:
-    explicit QueuedCalls(int workers)
-    {
-        for (int i = 0; i < workers; ++i) {
-            m_threads.push_back(std::make_unique<QThread>());
-            m_objects.push_back(std::make_unique<QObject>());
-            m_objects.back()->moveToThread(m_threads.back().get());
-            m_threads.back()->start();
-        }
-    }
-    ~QueuedCalls()
-    {
-        for (const std::unique_ptr<QThread>& thread : m_threads) {
-            thread->quit();
-            thread->wait();
-        }
-    }
-    QueuedCalls(const QueuedCalls&) = delete;
-    QueuedCalls& operator=(const QueuedCalls&) = delete;
-
-    template <typename Function>
-    void run(const Function& function)
-    {
-        const auto isTaken = std::make_shared<std::atomic<bool>>(false);
-        for (const std::unique_ptr<QObject>& object : m_objects)
-            QMetaObject::invokeMethod(
-                object.get(),
-                [isTaken, function] {
-                    if (!isTaken->exchange(true))
-                        function();
-                },
-                Qt::QueuedConnection);
-    }
-
-    /// Returns once every worker has looked at everything.
-    void finish()
-    {
-        for (const std::unique_ptr<QObject>& object : m_objects)
-            QMetaObject::invokeMethod(
-                object.get(), [] {}, Qt::BlockingQueuedConnection);
-    }
-
-private:
-    std::vector<std::unique_ptr<QThread>> m_threads;
-    std::vector<std::unique_ptr<QObject>> m_objects;
-};
 
 void queuedCalls(benchmark::State& state, int workers)
 {
@@ -254,15 +204,15 @@ int main(int argc, char** argv)
     return runBesideGuiThread(argc, argv, [&] {
         return runWithRatios(
             argc, argv,
-            {{"dispatch, 1 worker / QtConcurrent::run, 1 thread", "dispatch1", "concurrentRun1", 1.0, ""},
-             {"dispatch, 8 workers / 2.5 us", "dispatch8", "limit8", 1.0, ""},
-             {"dispatch, 8 workers / queued call to each", "dispatch8", "queuedCalls8", 0.125, ""},
-             {"dispatch, 16 workers / 6 us", "dispatch16", "limit16", 1.0, ""},
-             {"dispatch, 16 workers / queued call to each", "dispatch16", "queuedCalls16", 0.125, ""},
-             {"dispatchSync / blocking queued call", "dispatchSyncToIdleWorker", "blockingQueuedCall", 1.1,
-              ""},
-             {"GUI backlog of 80,000 / of 20,000", "drain80000", "drain20000", 1.5, ""},
-             {"GUI backlog of 320,000 / of 20,000", "drain320000", "drain20000", 1.5, ""},
-             {"GUI backlog of 20,000 / of 320,000", "drain20000", "drain320000", 1.5, ""}});
+            {{{"dispatch, 1 worker / QtConcurrent::run, 1 thread", "dispatch1", "concurrentRun1", 1.0, ""},
+              {"dispatch, 8 workers / 2.5 µs", "dispatch8", "limit8", 1.0, ""},
+              {"dispatch, 8 workers / queued call to each", "dispatch8", "queuedCalls8", 0.125, ""},
+              {"dispatch, 16 workers / 6 µs", "dispatch16", "limit16", 1.0, ""},
+              {"dispatch, 16 workers / queued call to each", "dispatch16", "queuedCalls16", 0.125, ""},
+              {"dispatchSync / blocking queued call", "dispatchSyncToIdleWorker", "blockingQueuedCall", 1.1,
+               ""},
+              {"GUI backlog of 80,000 / of 20,000", "drain80000", "drain20000", 1.5, ""},
+              {"GUI backlog of 320,000 / of 20,000", "drain320000", "drain20000", 1.5, ""},
+              {"GUI backlog of 20,000 / of 320,000", "drain20000", "drain320000", 1.5, ""}}});
     });
 }

@@ -1,12 +1,36 @@
 #!/usr/bin/env bash
 # tools/bench.sh [BENCHMARK ARGS]: installs what is missing, builds, and runs the benchmarks, ours beside their
-# peers in one run. Numbers count only on a machine that does nothing else.
+# peers in one run. Without arguments the tables of docs/performance.md and its pictures are written anew.
+# Numbers count only on a machine that does nothing else.
 . "$(dirname "$0")/common.sh"
 
-tools/setup.sh
+tools/setup.sh libspdlog-dev qtbase5-dev libkf5threadweaver-dev libkf5coreaddons-dev
+# One process holds one Qt, and KDE's libraries are made with Qt 5: what has them as peers is built with it too.
+with_qt6=(logging profiler task progress smoothing logging_peers task_peers progress_peers crash)
+with_qt5=(task_peers progress_peers)
+
 configure_preset release
-build_preset release
-for benchmark in build/release/bin/*_benchmark; do
-  say "$(basename "$benchmark")"
-  "$benchmark" "$@"
-done
+build_preset release --target benchmark_report "${with_qt6[@]/%/_benchmark}"
+configure_preset release-qt5
+build_preset release-qt5 --target "${with_qt5[@]/%/_benchmark}"
+
+results=build/bench
+rm -rf "$results"
+mkdir -p "$results"
+sync # what the builds have left to be written would be measured too
+
+# run PRESET NAME [BENCHMARK ARGS]
+run() {
+  local preset=$1 name=$2
+  shift 2
+  say "$name, build/$preset"
+  "build/$preset/bin/${name}_benchmark" --benchmark_out="$results/$preset-$name.json" "$@"
+}
+
+for name in "${with_qt6[@]}"; do run release "$name" "$@"; done
+for name in "${with_qt5[@]}"; do run release-qt5 "$name" "$@"; done
+
+[ $# -eq 0 ] || exit 0
+say "Writing docs/performance.md and docs/images"
+mkdir -p docs/images
+build/release/bin/benchmark_report docs/performance.md docs/images "$results"/*.json

@@ -1,0 +1,180 @@
+/// \file
+/// The same tiny callables on a queue of the library and on what else runs callables, with the same number of
+/// workers. Every one of them has shown that so many of its callables run at the same time before it is measured.
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include <QSemaphore>
+
+#include "GuiThread.h"
+#include "Ratios.h"
+#include "peers/KernelQueue.h"
+#include "peers/QtConcurrentRun.h"
+#include "peers/QtThreadPool.h"
+#include "peers/QueuedCalls.h"
+#include "peers/TbbArena.h"
+#ifdef BRN_HAS_THREADWEAVER
+#include "peers/ThreadWeaverQueue.h"
+#endif
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr int callables = 20'000;
+constexpr int workersOfProducers = 4;
+
+// Lives on: the callable that releases it may not have left it when the waiting thread goes on.
+QSemaphore& allDone()
+{
+    static QSemaphore semaphore;
+    return semaphore;
+}
+
+/// Whether \p workers callables run at the same time. Starts all threads.
+template <typename Peer>
+bool occupyAllWorkers(Peer& peer, int workers)
+{
+    constexpr int patienceInMilliseconds = 10'000;
+    struct Gate
+    {
+        QSemaphore arrived;
+        QSemaphore opened;
+    };
+    const auto gate = std::make_shared<Gate>();
+    for (int i = 0; i < workers; ++i)
+        peer.run([gate] {
+            gate->arrived.release();
+            gate->opened.acquire();
+        });
+    const bool haveAllArrived = gate->arrived.tryAcquire(workers, patienceInMilliseconds);
+    gate->opened.release(workers);
+    return haveAllArrived;
+}
+
+template <typename Peer>
+std::unique_ptr<Peer> makePeer(benchmark::State& state, int workers)
+{
+    auto peer = std::make_unique<Peer>(workers);
+    if (!occupyAllWorkers(*peer, workers))
+        state.SkipWithError("not all of its workers run at the same time");
+    return peer;
+}
+
+template <typename Peer>
+void runMany(Peer& peer, int count, std::atomic<int>& left)
+{
+    for (int i = 0; i < count; ++i)
+        peer.run([&left] {
+            if (--left == 0)
+                allDone().release();
+        });
+}
+
+/// From the first callable handed over until the last has run, per callable.
+template <typename Peer>
+void dispatch(benchmark::State& state, int workers)
+{
+    const auto peer = makePeer<Peer>(state, workers);
+    for (auto iteration : state) {
+        std::atomic<int> left{callables};
+        const auto start = Clock::now();
+        runMany(*peer, callables, left);
+        allDone().acquire();
+        state.SetIterationTime(Seconds(Clock::now() - start).count() / callables);
+    }
+}
+
+/// The same from several threads at once, which are there before the clock starts.
+template <typename Peer>
+void produce(benchmark::State& state, int producers)
+{
+    const auto peer = makePeer<Peer>(state, workersOfProducers);
+    const int share = callables / producers;
+    for (auto iteration : state) {
+        std::atomic<int> left{share * producers};
+        QSemaphore start;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < producers; ++i)
+            threads.emplace_back([&] {
+                start.acquire();
+                runMany(*peer, share, left);
+            });
+        const auto begin = Clock::now();
+        start.release(producers);
+        allDone().acquire();
+        state.SetIterationTime(Seconds(Clock::now() - begin).count() / (share * producers));
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+}
+
+/// One callable, from the call until the waiting thread goes on, after a rest in which idle workers go to sleep.
+template <typename Peer>
+void wait(benchmark::State& state, int workers, std::chrono::microseconds rest)
+{
+    const auto peer = makePeer<Peer>(state, workers);
+    for (auto iteration : state) {
+        if (rest.count() != 0)
+            std::this_thread::sleep_for(rest);
+        const auto start = Clock::now();
+        peer->run([] { allDone().release(); });
+        allDone().acquire();
+        state.SetIterationTime(Seconds(Clock::now() - start).count());
+    }
+}
+
+template <typename Function>
+void add(const std::string& name, int iterations, Function function)
+{
+    benchmark::RegisterBenchmark(name.c_str(), function)
+        ->UseManualTime()
+        ->Iterations(iterations)
+        ->Unit(benchmark::kMicrosecond);
+}
+
+std::string counted(int count, const char* what)
+{
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+template <typename Peer>
+void addPeer()
+{
+    const std::string library = std::string("/") + Peer::name + '/';
+    for (const int count : {1, 2, 4, 8, 16}) {
+        add("dispatch" + library + counted(count, "worker"), 5,
+            [count](benchmark::State& state) { dispatch<Peer>(state, count); });
+        add("producers" + library + counted(count, "producer"), 5,
+            [count](benchmark::State& state) { produce<Peer>(state, count); });
+    }
+    for (const int workers : {1, 8}) {
+        add("latency" + library + "in a row, " + counted(workers, "worker"), 2000,
+            [workers](benchmark::State& state) { wait<Peer>(state, workers, {}); });
+        add("latency" + library + "after 2 ms, " + counted(workers, "worker"), 100,
+            [workers](benchmark::State& state) { wait<Peer>(state, workers, std::chrono::milliseconds(2)); });
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    addPeer<KernelQueue>();
+    addPeer<QtThreadPool>();
+    addPeer<QtConcurrentRun>();
+    addPeer<TbbArena>();
+#ifdef BRN_HAS_THREADWEAVER
+    addPeer<ThreadWeaverQueue>();
+#endif
+    addPeer<QueuedCalls>();
+    return runBesideGuiThread(argc, argv, [&] { return runWithRatios(argc, argv, {}); });
+}

@@ -1,0 +1,26 @@
+#pragma once
+/// \file
+/// The plainest way to report progress: one queued call to an object of the GUI thread for each update.
+
+#include <QCoreApplication>
+#include <QMetaObject>
+
+#include "peers/ProgressReceiver.h"
+
+class QueuedProgress
+{
+public:
+    static constexpr const char* name = "queued call";
+
+    explicit QueuedProgress(ProgressReceiver& receiver) : m_receiver(receiver) {}
+
+    void update(int value)
+    {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [&receiver = m_receiver, value] { receiver.hear(value); },
+            Qt::QueuedConnection);
+    }
+
+private:
+    ProgressReceiver& m_receiver;
+};
