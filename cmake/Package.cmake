@@ -30,7 +30,7 @@ configure_package_config_file(
 )
 write_basic_package_version_file(
   "${generated_dir}/brn_mesh_kernel-config-version.cmake"
-  COMPATIBILITY SameMinorVersion
+  COMPATIBILITY SameMajorVersion
 )
 install(
   FILES "${generated_dir}/brn_mesh_kernel-config.cmake" "${generated_dir}/brn_mesh_kernel-config-version.cmake"
