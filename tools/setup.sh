@@ -11,7 +11,7 @@ packages=(
   # the sample host
   libopenmesh-dev libcli11-dev glmark2-data
   # tests and benchmarks
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev libbenchmark-dev pkg-config
   # readers of crash dumps
   lldb-14 llvm-14
   # static checks
