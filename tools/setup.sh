@@ -15,7 +15,7 @@ packages=(
   # readers of crash dumps
   lldb-14 llvm-14
   # static checks
-  clang clang-tidy clang-format
+  clang clang-tidy clang-format abigail-tools
   "$@"
 )
 
