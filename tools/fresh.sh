@@ -96,6 +96,10 @@ check_packages() {
     cmake --build /root/host
     c++ -std=c++17 -fPIC examples/quick_start/main.cpp -o /root/host/pkg_config_host \
       $(pkg-config --cflags --libs brn_mesh_kernel)
+    for library in /usr/lib/*/libbrn_mesh_*.so.?; do
+      readelf --sections "$(readelf --notes "$library" |
+        sed -n "s,.*Build ID: \(..\),/usr/lib/debug/.build-id/\1/,p").debug" | grep -q debug_info
+    done
     for host in package_host pkg_config_host; do
       mkdir /root/$host
       cd /root/$host
