@@ -100,7 +100,6 @@ if(TARGET brn_waypoints)
   brn_debian_binaries(
     tools brn-mesh-tools
     SECTION devel
-    DEPENDS "${kernel_package} ${this_version}"
     SUMMARY "Programs for the reports of mesh processing"
     DESCRIPTION "brn_waypoints reads the waypoint reports that programs leave, shows them" "and compares them."
   )
