@@ -5,13 +5,13 @@ set -euo pipefail
 
 packages=(
   # build
-  g++ cmake ninja-build ccache
+  g++ cmake ninja-build ccache pkg-config
   # the libraries
   qt6-base-dev liblog4cplus-dev libtbb-dev libboost-dev
   # the sample host
   libopenmesh-dev libcli11-dev glmark2-data
   # tests and benchmarks
-  libgtest-dev libgmock-dev libbenchmark-dev pkg-config
+  libgtest-dev libgmock-dev libbenchmark-dev
   # readers of crash dumps
   lldb-14 llvm-14
   # static checks
