@@ -2,7 +2,7 @@
 # records them. What was linked against the record must run with the library: new functions are none of its business.
 #
 #   RECORD_DIR    where the records are
-#   COMMON_LIBRARY, KERNEL_LIBRARY  the shared libraries, with debug information
+#   COMMON_LIBRARY, KERNEL_LIBRARY, WIDGETS_LIBRARY  the shared libraries, with debug information; the last where it is built
 #   HEADERS       a folder of the public headers alone
 #   ABIDW, ABIDIFF  the programs of libabigail
 # Neither places in the sources nor the machine's folders are part of the interface.
@@ -18,12 +18,16 @@ function(write_types library file)
   file(WRITE "${file}" "${types}")
 endfunction()
 
-foreach(library IN LISTS COMMON_LIBRARY KERNEL_LIBRARY)
+foreach(library IN LISTS COMMON_LIBRARY KERNEL_LIBRARY WIDGETS_LIBRARY)
   cmake_path(GET library STEM name)
   string(REGEX REPLACE "^lib" "" name "${name}")
   set(record "${RECORD_DIR}/${name}.types.xml")
   if(RECORD)
     write_types("${library}" "${record}")
+    continue()
+  endif()
+  if(NOT EXISTS "${record}")
+    message(SEND_ERROR "${record} is missing: build the target record_abi.")
     continue()
   endif()
   set(current "${CMAKE_CURRENT_BINARY_DIR}/${name}.types.xml")
