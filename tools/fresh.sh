@@ -29,7 +29,7 @@ work=$(mktemp -d "${TMPDIR:-/tmp}/brn_fresh.XXXXXX")
 clean_up() {
   local place
   for place in "$work"/*/proc "$work"/*/root/.cache/ccache; do
-    if mountpoint -q "$place"; then umount "$place"; fi
+    if mountpoint -q "$place"; then umount --lazy "$place"; fi
   done
   rm -rf --one-file-system "$work"
 }
