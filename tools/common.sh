@@ -1,4 +1,5 @@
 # Shared by the scripts beside it; sourced, not run.
+# shellcheck shell=bash
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

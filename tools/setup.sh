@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   # build
-  g++ cmake ninja-build ccache
+  g++ cmake ninja-build ccache pkg-config
   # the libraries
   qt6-base-dev liblog4cplus-dev libtbb-dev libboost-dev
   # the sample host
@@ -17,7 +17,7 @@ packages=(
   # readers of crash dumps
   lldb-14 llvm-14
   # static checks
-  clang clang-tidy clang-format
+  clang clang-tidy clang-format abigail-tools
   "$@"
 )
 

@@ -15,6 +15,7 @@
 #include <csignal>
 #include <ucontext.h>
 
+/// Where and why a thread was interrupted.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the name under which WinUtil.h declares it
 struct _EXCEPTION_POINTERS
 {

@@ -21,11 +21,11 @@ namespace Brennic::Objects::Util {
 /// The version texts of a product and of the file (module) that runs.
 struct VersionInfo
 {
-    std::wstring companyName;
-    std::wstring fileDescription;
-    std::wstring fileVersion;
-    std::wstring productDescription;
-    std::wstring productVersion;
+    std::wstring companyName;        ///< who makes the product
+    std::wstring fileDescription;    ///< what the file is
+    std::wstring fileVersion;        ///< version of the file, as text
+    std::wstring productDescription; ///< what the product is
+    std::wstring productVersion;     ///< version of the product, as text
 };
 
 /// Registers the version texts of the process, from which \ref QueryVersionInfo answers.

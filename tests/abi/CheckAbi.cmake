@@ -1,7 +1,7 @@
 # Compares the exported names and the virtual slots of the libraries with what is recorded; with RECORD=ON records them.
 #
 #   RECORD_DIR    where the records are
-#   COMMON_LIBRARY, KERNEL_LIBRARY  the shared libraries
+#   COMMON_LIBRARY, KERNEL_LIBRARY, WIDGETS_LIBRARY  the shared libraries; the last where it is built
 #   LIST_EXPORTS  the command that lists the names that a library exports
 #   CLASSES       what the compiler has written down about the classes of the public headers
 
@@ -56,7 +56,7 @@ function(check file text)
   endif()
 endfunction()
 
-foreach(library IN LISTS COMMON_LIBRARY KERNEL_LIBRARY)
+foreach(library IN LISTS COMMON_LIBRARY KERNEL_LIBRARY WIDGETS_LIBRARY)
   cmake_path(GET library STEM name)
   string(REGEX REPLACE "^lib" "" name "${name}")
   exported_names("${library}" names)

@@ -36,7 +36,7 @@ foreach(page IN LISTS pages)
   endwhile()
 
   file(READ "${page}" text)
-  string(REGEX MATCHALL "`(src|tests|docs|tools|examples|benchmarks|cmake|\\.ci)/[A-Za-z0-9_./-]*`" named "${text}")
+  string(REGEX MATCHALL "`(src|tests|docs|tools|examples|benchmarks|cmake|abi|\\.ci)/[A-Za-z0-9_./-]*`" named "${text}")
   string(REPLACE "](" "@link(" text "${text}") # a bracket in a list would join its elements
   string(REGEX MATCHALL "@link\\([A-Za-z0-9_./-]+\\)" linked "${text}")
   foreach(path IN LISTS named)

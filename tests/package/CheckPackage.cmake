@@ -1,5 +1,5 @@
 # Makes the package of the build, puts it in another place, builds a host against it there and runs it. The package is the zip
-# where there is one, else what the build installs.
+# where there is one, else what the build installs. With PKG_CONFIG a second host is built without CMake.
 foreach(name IN ITEMS BUILD_DIR SOURCE_DIR WORK_DIR GENERATOR CXX_COMPILER)
   if(NOT ${name})
     message(FATAL_ERROR "${name} is not set")
@@ -21,7 +21,13 @@ if(ZIP_NAME)
   file(ARCHIVE_EXTRACT INPUT "${WORK_DIR}/${ZIP_NAME}.zip" DESTINATION "${WORK_DIR}")
   file(RENAME "${WORK_DIR}/${ZIP_NAME}" "${package_dir}")
 else()
-  run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first")
+  run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first" --component runtime)
+  file(GLOB_RECURSE installed RELATIVE "${WORK_DIR}/first" "${WORK_DIR}/first/*")
+  list(FILTER installed EXCLUDE REGEX "^lib/([^/]+/)?lib[a-z_]+\\.so\\.[0-9.]+$")
+  if(installed)
+    message(FATAL_ERROR "more than libraries is installed for programs that are built already: ${installed}")
+  endif()
+  run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first" --component development)
   file(RENAME "${WORK_DIR}/first" "${package_dir}")
 endif()
 if(TOOLCHAIN_FILE) # which looks for packages nowhere else, and takes its compiler itself
@@ -39,9 +45,28 @@ run(
   -DCMAKE_BUILD_TYPE=Debug "-DQUICK_START_SOURCE=${SOURCE_DIR}/examples/quick_start/main.cpp"
 )
 run("${CMAKE_COMMAND}" --build "${WORK_DIR}/host")
-run("${CMAKE_COMMAND}" -E chdir "${WORK_DIR}" ${EMULATOR} "${host}")
-foreach(file IN ITEMS host.log host.xml)
-  if(NOT EXISTS "${WORK_DIR}/${file}")
-    message(FATAL_ERROR "the host wrote no ${file}")
-  endif()
-endforeach()
+
+# run_host(<command> ...)
+function(run_host)
+  file(REMOVE "${WORK_DIR}/host.log" "${WORK_DIR}/host.xml")
+  run("${CMAKE_COMMAND}" -E chdir "${WORK_DIR}" ${ARGN})
+  foreach(file IN ITEMS host.log host.xml)
+    if(NOT EXISTS "${WORK_DIR}/${file}")
+      message(FATAL_ERROR "the host wrote no ${file}: ${ARGN}")
+    endif()
+  endforeach()
+endfunction()
+run_host(${EMULATOR} "${host}")
+
+if(PKG_CONFIG)
+  file(GLOB_RECURSE entry "${package_dir}/brn_mesh_kernel.pc")
+  cmake_path(GET entry PARENT_PATH pkgconfig_dir)
+  cmake_path(GET pkgconfig_dir PARENT_PATH library_dir)
+  file(
+    WRITE "${WORK_DIR}/build.sh"
+    "flags=$(PKG_CONFIG_PATH='${pkgconfig_dir}' '${PKG_CONFIG}' --cflags --libs 'brn_mesh_kernel >= 1.0')\n"
+    "eval \"'${CXX_COMPILER}' -std=c++17 -fPIC '${SOURCE_DIR}/examples/quick_start/main.cpp' -o pkg_config_host $flags\"\n"
+  )
+  run("${CMAKE_COMMAND}" -E chdir "${WORK_DIR}" sh -e build.sh)
+  run_host("${CMAKE_COMMAND}" -E env "LD_LIBRARY_PATH=${library_dir}" "${WORK_DIR}/pkg_config_host")
+endif()

@@ -27,6 +27,7 @@
 
 namespace Brennic::Core {
 
+/// Gives the thread that makes it a stack for the crash handler, as long as it lives.
 class BRN_MESH_KERNEL_EXPORT CrashStack
 {
 public:

@@ -19,6 +19,7 @@
 
 namespace Brennic::Core {
 
+/// Counts frames and memory for the profiler.
 class IProfilerSource
 {
 public:
@@ -32,9 +33,18 @@ public:
     virtual std::int64_t FrameCount() = 0;
 
 protected:
+    /// An interface has no state of its own.
+    /// Thread: any.
     IProfilerSource() = default;
+
+    /// Copies nothing.
+    /// Thread: any.
     IProfilerSource(const IProfilerSource&) = default;
+
+    /// Copies nothing.
+    /// Thread: any.
     IProfilerSource& operator=(const IProfilerSource&) = default;
+
     ~IProfilerSource() = default; // not virtual: nobody deletes a source through this interface
 };
 

@@ -11,6 +11,7 @@
 
 namespace Brennic::Core {
 
+/// The importance of a record; the numbers are those of log4cplus.
 enum EKvsLogLevel : std::int32_t
 {
     Trace = 0,

@@ -10,6 +10,7 @@
 
 namespace Brennic::Core {
 
+/// What became of an operation.
 enum EKvsStatus : std::int32_t
 {
     /// The operation was carried out.

@@ -13,12 +13,24 @@
 
 namespace Brennic::Core {
 
+/// Something that is started and stopped.
 class BRN_MESH_KERNEL_EXPORT IService
 {
 public:
+    /// An interface has no state of its own.
+    /// Thread: any.
     IService() = default;
+
+    /// Copies nothing.
+    /// Thread: any.
     IService(const IService&) = default;
+
+    /// Copies nothing.
+    /// Thread: any.
     IService& operator=(const IService&) = default;
+
+    /// Does not stop the service.
+    /// Thread: any.
     virtual ~IService();
 
     /// Starts the service.

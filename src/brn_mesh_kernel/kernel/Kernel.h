@@ -30,6 +30,7 @@ namespace Brennic::Core {
 class ILogger;
 class IProfilerSource;
 
+/// The run-time services of the process, behind one door.
 class BRN_MESH_KERNEL_EXPORT Kernel : public IService
 {
 public:

@@ -5,6 +5,8 @@
 
 #include <brn_mesh_kernel/library/Platform.h>
 
+/// \def BRN_MESH_KERNEL_EXPORT
+/// Stands before what `brn_mesh_kernel` exports.
 #if defined(BRN_MESH_KERNEL_BUILDING)
 #define BRN_MESH_KERNEL_EXPORT BRN_SYMBOL_EXPORT
 #else

@@ -21,12 +21,24 @@
 
 namespace Brennic::Core {
 
+/// What a host logs through.
 class BRN_MESH_KERNEL_EXPORT ILogger
 {
 public:
+    /// An interface has no state of its own.
+    /// Thread: any.
     ILogger() = default;
+
+    /// Copies nothing.
+    /// Thread: any.
     ILogger(const ILogger&) = default;
+
+    /// Copies nothing.
+    /// Thread: any.
     ILogger& operator=(const ILogger&) = default;
+
+    /// Ends a logger; the kernel does this with its own ones.
+    /// Thread: any.
     virtual ~ILogger();
 
     /// Tells whether a record of this level would be written. Ask before building arguments that cost.
@@ -36,6 +48,7 @@ public:
     /// Writes a record that carries its place in the source, for layouts that print it (`%l`, `%F`, `%L`,
     /// `%M`).
     ///
+    /// \param level the importance of the record.
     /// \param file source file, narrow, as `__FILE__` gives it; may be null.
     /// \param line line in \p file.
     /// \param function narrow, as `__func__` gives it; may be null.

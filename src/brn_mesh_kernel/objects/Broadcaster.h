@@ -36,6 +36,7 @@
 
 namespace Brennic::Core {
 
+/// Calls the observers of type \p T that are added to it.
 template <typename T>
 class Broadcaster
 {
@@ -61,8 +62,10 @@ public:
     /// Adds a shared observer; an empty pointer is ignored.
     ///
     /// An observer that is added twice is called twice.
-    /// \param notifyAsynchronously whether it is called in the GUI thread (`true`) or in the broadcasting
-    /// one. Thread: any. Ownership: stays with the caller; the observer is held weakly.
+    /// \param observer what is called from now on.
+    /// \param notifyAsynchronously whether it is called in the GUI thread (`true`) or in the broadcasting one.
+    ///
+    /// Thread: any. Ownership: stays with the caller; the observer is held weakly.
     virtual void addObserver(const std::shared_ptr<T>& observer, bool notifyAsynchronously);
 
     /// Removes every entry of an observer that was added as a plain pointer. A null pointer is ignored.

@@ -11,7 +11,7 @@
 ///     };
 ///     saver.setDelegate(panel, true); // a std::shared_ptr, called in the GUI thread
 ///
-/// A delegate is the one observer of a \ref Broadcaster, whose rules of thread and lifetime hold.
+/// A delegate is the one observer of a `Broadcaster`, whose rules of thread and lifetime hold.
 ///
 /// Threads: every operation may be called from any thread. Setting a delegate removes the old one and then
 /// adds the new one, so what another thread tells at that moment may reach nobody.
@@ -24,6 +24,7 @@
 
 namespace Brennic::Core {
 
+/// Calls the one delegate of type \p T that it has, if any.
 template <typename T>
 class Delegator : protected Broadcaster<T>
 {
@@ -38,6 +39,7 @@ public:
 
     /// Replaces the delegate; an empty pointer leaves none.
     ///
+    /// \param newDelegate what is called from now on; may be empty.
     /// \param notifyAsynchronously whether the delegate is called in the GUI thread (`true`) or in the thread
     ///        that has something to tell, before it goes on.
     /// Thread: any. Ownership: stays with the caller; the delegate is held weakly.

@@ -40,6 +40,7 @@ extern template class BRN_MESH_KERNEL_EXPORT
 
 namespace Brennic::Core {
 
+/// How far a piece of work is, and the work that it consists of.
 class BRN_MESH_KERNEL_EXPORT Progress : public Objects::SharedObject<Progress>,
                                         public Delegator<ProgressReportingProtocol>,
                                         public ProgressReportingProtocol

@@ -26,6 +26,7 @@ namespace Brennic::Core {
 
 class Progress;
 
+/// Hears what a \ref Progress has to tell.
 class BRN_MESH_KERNEL_EXPORT ProgressReportingProtocol
 {
 public:

@@ -8,6 +8,7 @@
 
 namespace Brennic::Core {
 
+/// The service class of a queue.
 enum EQualityOfService : std::int32_t
 {
     /// One worker in the thread that loaded the library, which is taken to be the GUI thread. That thread

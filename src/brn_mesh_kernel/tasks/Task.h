@@ -34,11 +34,13 @@ extern template class BRN_MESH_KERNEL_EXPORT Brennic::Objects::SharedObject<Bren
 
 namespace Brennic::Core {
 
+/// A callable that is run once, and can be waited for.
 class BRN_MESH_KERNEL_EXPORT Task : public QObject, public Objects::SharedObject<Task>
 {
     Q_OBJECT
 
 public:
+    /// Where a task is between being made and having run.
     enum ETaskState : std::int32_t
     {
         /// The callable has not been run since it was assigned.

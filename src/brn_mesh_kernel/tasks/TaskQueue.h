@@ -45,6 +45,7 @@ extern template class BRN_MESH_KERNEL_EXPORT Brennic::Objects::SharedObject<Bren
 
 namespace Brennic::Core {
 
+/// Runs tasks on workers of one service class.
 class BRN_MESH_KERNEL_EXPORT TaskQueue : public QObject, public Objects::SharedObject<TaskQueue>
 {
     Q_OBJECT
