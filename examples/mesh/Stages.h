@@ -9,7 +9,7 @@
 
 #include <brn_mesh_kernel/progress/Progress.h>
 
-struct Options;
+struct RunOptions;
 
 enum class Stage
 {
@@ -29,7 +29,7 @@ class Stages
 {
 public:
     /// Weighs the stages by what they will cost, judged by the size of the file and the options.
-    Stages(const Options& options, std::uintmax_t inputSize);
+    Stages(const RunOptions& options, std::uintmax_t inputSize);
 
     const std::shared_ptr<Brennic::Core::Progress>& root() const { return m_root; }
 
