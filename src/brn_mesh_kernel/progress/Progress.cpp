@@ -14,10 +14,8 @@ struct Progress::ProgressImpl
 {
     std::map<std::shared_ptr<Progress>, int> pendingCounts;
     std::map<std::shared_ptr<Progress>, float> childFractions;
-    tbb::spin_rw_mutex countLock;
-    std::wstring description;
-    int totalUnitCount = -1;
-    int completedUnitCount = 0; // guarded by countLock
+    tbb::spin_rw_mutex countLock; // orders the sets of the completed count
+    std::shared_ptr<ProgressState> state;
 };
 
 namespace {
@@ -34,28 +32,32 @@ int toUnits(float change)
 Progress::Progress(int totalUnitCount, const std::wstring& description)
     : m_impl(std::make_unique<ProgressImpl>())
 {
-    m_impl->totalUnitCount = totalUnitCount;
-    m_impl->description = description;
+    m_impl->state.reset(new ProgressState(totalUnitCount, description)); // its constructor is private
 }
 
-Progress::~Progress() = default;
+Progress::~Progress()
+{
+    m_impl->state->end(this);
+}
 
 void Progress::setTotalUnitCount(int totalUnitCount)
 {
-    m_impl->totalUnitCount = totalUnitCount;
+    m_impl->state->setTotalUnitCount(totalUnitCount);
+    m_impl->state->tell(this);
 }
 
 int Progress::getTotalUnitCount() const
 {
-    return m_impl->totalUnitCount;
+    return m_impl->state->getTotalUnitCount();
 }
 
 void Progress::setCompletedUnitCount(int completedUnitCount)
 {
     {
         const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
-        m_impl->completedUnitCount = completedUnitCount;
+        m_impl->state->setCompletedUnitCount(completedUnitCount);
     }
+    m_impl->state->tell(this);
     if (isComplete())
         delegate(&ProgressReportingProtocol::progressCompleted, this, getDescription());
     else
@@ -65,7 +67,7 @@ void Progress::setCompletedUnitCount(int completedUnitCount)
 int Progress::getCompletedUnitCount()
 {
     const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, false);
-    return m_impl->completedUnitCount;
+    return m_impl->state->getCompletedUnitCount();
 }
 
 // Deliberately not one step: callers that count from several threads order their increments themselves.
@@ -88,17 +90,17 @@ int Progress::operator+=(int unitCount)
 
 float Progress::getFractionCompleted()
 {
-    return static_cast<float>(getCompletedUnitCount()) / static_cast<float>(m_impl->totalUnitCount);
+    return static_cast<float>(getCompletedUnitCount()) / static_cast<float>(getTotalUnitCount());
 }
 
 bool Progress::isIndeterminateProgress() const
 {
-    return m_impl->totalUnitCount <= 0;
+    return getTotalUnitCount() <= 0;
 }
 
 bool Progress::isComplete()
 {
-    return getCompletedUnitCount() >= m_impl->totalUnitCount;
+    return getCompletedUnitCount() >= getTotalUnitCount();
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the caller's pointer may be the child's only owner.
@@ -112,18 +114,26 @@ void Progress::addChildWithPendingCount(std::shared_ptr<Progress> child, int pen
     int pendingSum = 0;
     for (const auto& [part, unitCount] : m_impl->pendingCounts)
         pendingSum += unitCount;
-    if (m_impl->totalUnitCount < pendingSum)
-        m_impl->totalUnitCount = pendingSum;
+    if (getTotalUnitCount() < pendingSum)
+        m_impl->state->setTotalUnitCount(pendingSum);
+    m_impl->state->addPart(child->getState(), pendingUnitCount);
+    m_impl->state->tell(this);
 }
 
 void Progress::setDescription(const std::wstring& description)
 {
-    m_impl->description = description;
+    m_impl->state->setDescription(description);
+    m_impl->state->tell(this);
 }
 
 std::wstring Progress::getDescription() const
 {
-    return m_impl->description;
+    return m_impl->state->getDescription();
+}
+
+std::shared_ptr<ProgressState> Progress::getState() const
+{
+    return m_impl->state;
 }
 
 void Progress::progressUpdated(Progress* child, float fraction, const std::wstring&)

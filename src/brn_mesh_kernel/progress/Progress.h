@@ -18,6 +18,7 @@
 /// Threads: the completed count may be set and read from any thread. One thread at a time may report to the
 /// same parent, as its list of children has no lock; and nothing else of an object may be changed while
 /// another thread uses it. An increment reads and then writes: two at the same moment can count as one.
+/// Who only looks on, from whatever thread, does so through `getState()`, at any time.
 ///
 /// Lifetime: a progress that gets children must be owned by a `std::shared_ptr`. It owns its children, until
 /// its end; they hold it weakly.
@@ -29,6 +30,7 @@
 #include <brn_mesh_kernel/objects/Delegator.h>
 #include <brn_mesh_kernel/objects/SharedObject.h>
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
+#include <brn_mesh_kernel/progress/ProgressState.h>
 
 extern template class BRN_MESH_KERNEL_EXPORT Brennic::Objects::SharedObject<Brennic::Core::Progress>;
 extern template class BRN_MESH_KERNEL_EXPORT
@@ -51,7 +53,7 @@ public:
     Progress(int totalUnitCount = -1, // NOLINT(google-explicit-constructor)
              const std::wstring& description = std::wstring());
 
-    /// Releases the children; nothing is reported.
+    /// Releases the children; nothing is reported to the delegate, but watchers of the state hear of the end.
     /// Thread: any.
     ~Progress() override;
 
@@ -116,6 +118,11 @@ public:
     /// Returns the description.
     /// Thread: any.
     std::wstring getDescription() const;
+
+    /// Returns what can be read of this object and its children from any thread, also while others change it
+    /// and after its end. Always the same, and never empty.
+    /// Thread: any. Ownership: shared; it does not prolong the life of this object.
+    std::shared_ptr<ProgressState> getState() const;
 
     /// Takes the report of a child: moves the completed count by the change of the child's fraction times its
     /// units, without the part after the decimal point, and reports. The child's description is not used.

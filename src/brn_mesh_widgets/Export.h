@@ -1,0 +1,12 @@
+#pragma once
+/// \file
+/// `BRN_MESH_WIDGETS_EXPORT` marks what `brn_mesh_widgets` exports.
+/// The macro expands to an import in a host and to an export while the library itself is built.
+
+#include <brn_mesh_kernel/library/Platform.h>
+
+#if defined(BRN_MESH_WIDGETS_BUILDING)
+#define BRN_MESH_WIDGETS_EXPORT BRN_SYMBOL_EXPORT
+#else
+#define BRN_MESH_WIDGETS_EXPORT BRN_SYMBOL_IMPORT
+#endif

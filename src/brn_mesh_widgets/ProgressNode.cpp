@@ -1,0 +1,79 @@
+#include <brn_mesh_widgets/ProgressNode.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Brennic::Widgets {
+
+// Watched before it is read: a change between the two is noticed.
+ProgressNode::ProgressNode(std::shared_ptr<Core::ProgressState> state,
+                           const std::shared_ptr<FrameRequest>& request)
+    : m_state(std::move(state)), m_watch(std::make_shared<ProgressWatch>(request))
+{
+    m_state->addWatcher(m_watch);
+    read();
+}
+
+bool ProgressNode::read()
+{
+    const bool hasEnded = m_state->hasEnded(); // first: what is read after the end is final
+    Values values{QString::fromStdWString(m_state->getDescription()), m_state->getTotalUnitCount(),
+                  m_state->getCompletedUnitCount(), hasEnded};
+    const auto shown = [](const Values& all) {
+        return std::tie(all.description, all.totalUnitCount, all.completedUnitCount, all.hasEnded);
+    };
+    if (shown(values) == shown(m_values))
+        return false;
+    m_values = std::move(values);
+    return true;
+}
+
+// A progress among its own parts would have rows without end.
+ProgressNode::Parts ProgressNode::takeNewParts()
+{
+    Parts parts = m_state->getParts(m_knownParts);
+    m_knownParts += parts.size();
+    const auto isAbove = [this](const Core::ProgressState::Part& part) { return isWithin(*part.state); };
+    parts.erase(std::remove_if(parts.begin(), parts.end(), isAbove), parts.end());
+    return parts;
+}
+
+ProgressNode* ProgressNode::append(const Core::ProgressState::Part& part,
+                                   const std::shared_ptr<FrameRequest>& request)
+{
+    auto child = std::make_unique<ProgressNode>(part.state, request);
+    child->m_parent = this;
+    child->m_row = childCount();
+    child->m_pendingUnitCount = part.pendingUnitCount;
+    m_children.push_back(std::move(child));
+    return m_children.back().get();
+}
+
+double ProgressNode::fraction() const
+{
+    if (m_values.totalUnitCount <= 0)
+        return 0.0;
+    return std::clamp(double(m_values.completedUnitCount) / m_values.totalUnitCount, 0.0, 1.0);
+}
+
+ProgressModel::State ProgressNode::state() const
+{
+    const bool isKnown = m_values.totalUnitCount > 0;
+    if (isKnown && m_values.completedUnitCount >= m_values.totalUnitCount)
+        return ProgressModel::Complete;
+    if (m_values.hasEnded)
+        return ProgressModel::Ended;
+    if (!isKnown)
+        return ProgressModel::Indeterminate;
+    return m_values.completedUnitCount > 0 ? ProgressModel::Running : ProgressModel::Waiting;
+}
+
+bool ProgressNode::isWithin(const Core::ProgressState& state) const
+{
+    for (const ProgressNode* node = this; node != nullptr; node = node->m_parent)
+        if (node->m_state.get() == &state)
+            return true;
+    return false;
+}
+
+} // namespace Brennic::Widgets
