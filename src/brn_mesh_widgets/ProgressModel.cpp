@@ -79,8 +79,11 @@ void ProgressModel::ProgressModelImpl::setRoot(const std::shared_ptr<Core::Progr
         return;
     root = std::make_unique<ProgressNode>(progress->getState(), clock->request());
     nodes.push_back(root.get());
-    for (std::size_t i = 0; i < nodes.size(); ++i) // which grows meanwhile
-        append(*nodes[i], nodes[i]->takeNewParts());
+    for (std::size_t i = 0; i < nodes.size(); ++i) { // which grows meanwhile
+        nodes[i]->takeChange(); // before it is read
+        nodes[i]->read();
+        append(*nodes[i], nodes[i]->newParts());
+    }
 }
 
 void ProgressModel::ProgressModelImpl::refresh()
@@ -111,7 +114,7 @@ void ProgressModel::ProgressModelImpl::append(ProgressNode& node, const Progress
 
 void ProgressModel::ProgressModelImpl::appendNewRows(ProgressNode& node)
 {
-    const ProgressNode::Parts parts = node.takeNewParts();
+    const ProgressNode::Parts parts = node.newParts();
     if (parts.empty())
         return;
     const int first = node.childCount();

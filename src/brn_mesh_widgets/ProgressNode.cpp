@@ -1,6 +1,7 @@
 #include <brn_mesh_widgets/ProgressNode.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace Brennic::Widgets {
@@ -28,14 +29,9 @@ bool ProgressNode::read()
     return true;
 }
 
-// A progress among its own parts would have rows without end.
-ProgressNode::Parts ProgressNode::takeNewParts()
+ProgressNode::Parts ProgressNode::newParts() const
 {
-    Parts parts = m_state->getParts(m_knownParts);
-    m_knownParts += parts.size();
-    const auto isAbove = [this](const Core::ProgressState::Part& part) { return isWithin(*part.state); };
-    parts.erase(std::remove_if(parts.begin(), parts.end(), isAbove), parts.end());
-    return parts;
+    return m_state->getParts(m_children.size());
 }
 
 ProgressNode* ProgressNode::append(const Core::ProgressState::Part& part,
@@ -66,14 +62,6 @@ ProgressModel::State ProgressNode::state() const
     if (!isKnown)
         return ProgressModel::Indeterminate;
     return m_values.completedUnitCount > 0 ? ProgressModel::Running : ProgressModel::Waiting;
-}
-
-bool ProgressNode::isWithin(const Core::ProgressState& state) const
-{
-    for (const ProgressNode* node = this; node != nullptr; node = node->m_parent)
-        if (node->m_state.get() == &state)
-            return true;
-    return false;
 }
 
 } // namespace Brennic::Widgets

@@ -32,8 +32,8 @@ public:
     /// Reads the progress; returns whether anything that is shown differs from before.
     bool read();
 
-    /// Returns the parts that have been added since the last call.
-    Parts takeNewParts();
+    /// Returns the parts that have no row yet.
+    Parts newParts() const;
 
     /// Appends a row for \p part, and returns it.
     ProgressNode* append(const Core::ProgressState::Part& part, const std::shared_ptr<FrameRequest>& request);
@@ -59,14 +59,11 @@ private:
         bool hasEnded = false;
     };
 
-    bool isWithin(const Core::ProgressState& state) const;
-
     const std::shared_ptr<Core::ProgressState> m_state;
     const std::shared_ptr<ProgressWatch> m_watch;
     ProgressNode* m_parent = nullptr;
     int m_row = 0;
     int m_pendingUnitCount = 0;
-    std::size_t m_knownParts = 0;
     Values m_values;
     std::vector<std::unique_ptr<ProgressNode>> m_children;
 };
