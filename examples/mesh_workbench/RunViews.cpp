@@ -75,11 +75,10 @@ RunViews::RunViews(QWidget* parent)
     top->addWidget(titled(tr("Waypoints of the last run"), m_chart));
     addWidget(top);
     addWidget(titled(tr("Log"), m_log));
-    for (QSplitter* const splitter : {top, static_cast<QSplitter*>(this)}) {
-        splitter->setChildrenCollapsible(false);
-        splitter->setStretchFactor(0, 1);
-        splitter->setStretchFactor(1, 1);
-    }
+    top->setChildrenCollapsible(false);
+    setChildrenCollapsible(false);
+    top->setSizes({2, 3}); // parts of what there is
+    setSizes({1, 1});
 }
 
 void RunViews::setProgress(const std::shared_ptr<Brennic::Core::Progress>& progress)

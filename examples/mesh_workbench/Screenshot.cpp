@@ -33,7 +33,8 @@ void Screenshot::takeWhenShown()
     if (!m_isRunDone || root.data(ProgressModel::StateRole).toInt() != ProgressModel::Complete)
         return;
     m_isRunDone = false;
-    take();
+    // Behind the layout that the last changes have asked for.
+    QMetaObject::invokeMethod(this, &Screenshot::take, Qt::QueuedConnection);
 }
 
 void Screenshot::take()

@@ -31,8 +31,9 @@ QString figuresOf(const Waypoint& waypoint)
 
 } // namespace
 
-WaypointChart::WaypointChart(QWidget* parent) : QWidget(parent)
+WaypointChart::WaypointChart(QWidget* parent) : QFrame(parent)
 {
+    setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
@@ -78,8 +79,9 @@ QSize WaypointChart::minimumSizeHint() const
             2 * margin + rows * rowHeight()};
 }
 
-void WaypointChart::paintEvent(QPaintEvent* /*event*/)
+void WaypointChart::paintEvent(QPaintEvent* event)
 {
+    QFrame::paintEvent(event);
     QPainter painter(this);
     if (m_waypoints.empty())
         painter.drawText(rect(), Qt::AlignCenter, tr("No run has been completed yet"));

@@ -4,12 +4,12 @@
 
 #include <vector>
 
+#include <QFrame>
 #include <QRect>
-#include <QWidget>
 
 #include "Waypoint.h"
 
-class WaypointChart : public QWidget
+class WaypointChart : public QFrame
 {
     Q_OBJECT
 
