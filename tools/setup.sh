@@ -12,6 +12,8 @@ packages=(
   libopenmesh-dev libcli11-dev glmark2-data
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
+  # a display for the tests of the widgets
+  xvfb xauth
   # readers of crash dumps
   lldb-14 llvm-14
   # static checks

@@ -24,6 +24,11 @@ constexpr int tickMilliseconds = 33;
 constexpr int periodMilliseconds = 2000;
 constexpr int cellMargin = 2;
 
+bool hasProgress(const QModelIndex& index)
+{
+    return index.data(ProgressModel::StateRole).isValid();
+}
+
 bool isIndeterminate(const QModelIndex& index)
 {
     return index.data(ProgressModel::StateRole).toInt() == ProgressModel::Indeterminate;
@@ -136,7 +141,7 @@ bool ProgressDelegate::isAnimating() const
 void ProgressDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                              const QModelIndex& index) const
 {
-    if (!index.data(ProgressModel::StateRole).isValid()) {
+    if (!hasProgress(index)) {
         QStyledItemDelegate::paint(painter, option, index);
         return;
     }
@@ -158,6 +163,8 @@ void ProgressDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
 QSize ProgressDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
     const QSize text = QStyledItemDelegate::sizeHint(option, index);
+    if (!hasProgress(index))
+        return text;
     const int height = option.fontMetrics.height() + 4 * cellMargin;
     return text.expandedTo({option.fontMetrics.averageCharWidth() * 16, height});
 }

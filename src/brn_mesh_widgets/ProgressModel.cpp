@@ -80,7 +80,7 @@ void ProgressModel::ProgressModelImpl::setRoot(const std::shared_ptr<Core::Progr
     root = std::make_unique<ProgressNode>(progress->getState(), clock->request());
     nodes.push_back(root.get());
     for (std::size_t i = 0; i < nodes.size(); ++i) { // which grows meanwhile
-        nodes[i]->takeChange(); // before it is read
+        nodes[i]->takeChange();                      // before it is read
         nodes[i]->read();
         append(*nodes[i], nodes[i]->newParts());
     }

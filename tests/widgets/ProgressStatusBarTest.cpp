@@ -1,0 +1,157 @@
+#include <brn_mesh_widgets/ProgressStatusBar.h>
+
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QLabel>
+#include <QMainWindow>
+#include <QProgressBar>
+#include <QStatusBar>
+
+#include <brn_mesh_widgets/ProgressModel.h>
+
+#include "widgets/WidgetFixture.h"
+
+using namespace Brennic;
+using namespace Brennic::Testing;
+using Core::Progress;
+using Widgets::ProgressModel;
+using Widgets::ProgressStatusBar;
+
+namespace {
+
+class ProgressStatusBarTest : public WidgetFixture
+{
+protected:
+    ProgressStatusBarTest()
+    {
+        window.statusBar()->addPermanentWidget(widget);
+        window.resize(600, 200);
+        label = widget->findChild<QLabel*>();
+        bar = widget->findChild<QProgressBar*>();
+    }
+
+    QMainWindow window;
+    ProgressStatusBar* widget = new ProgressStatusBar; // the window's
+    QLabel* label = nullptr;
+    QProgressBar* bar = nullptr;
+};
+
+} // namespace
+
+TEST_F(ProgressStatusBarTest, nothingIsShownWithoutAProgress)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    EXPECT_FALSE(label->isVisible());
+    EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, theDescriptionAndTheFractionOfTheRootAreShown)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto tree = std::make_shared<Progress>(0, L"Import");
+    const auto reading = std::make_shared<Progress>(4, L"Reading");
+    tree->addChildWithPendingCount(reading, 100);
+    widget->setProgress(tree);
+    EXPECT_TRUE(label->isVisible());
+    EXPECT_EQ(label->text(), "Import");
+    EXPECT_EQ(bar->text(), "0%");
+    std::thread([&] { reading->setCompletedUnitCount(1); }).join();
+    EXPECT_TRUE(serveUntil([&] { return bar->text() == "25%"; }));
+    EXPECT_TRUE(bar->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, theBarIsBusyWhileTheTotalIsNotKnown)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(0, L"Searching");
+    widget->setProgress(progress);
+    EXPECT_EQ(bar->minimum(), bar->maximum());
+    const QImage first = bar->grab().toImage();
+    EXPECT_TRUE(serveUntil([&] { return bar->grab().toImage() != first; }));
+    progress->setTotalUnitCount(10);
+    EXPECT_TRUE(serveUntil([&] { return bar->maximum() > bar->minimum(); }));
+}
+
+TEST_F(ProgressStatusBarTest, theEndIsToldInPlaceOfTheBar)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(2, L"Smoothing");
+    widget->setProgress(progress);
+    progress->setCompletedUnitCount(2);
+    EXPECT_TRUE(serveUntil([&] { return label->text() == "Smoothing: complete"; }));
+    EXPECT_TRUE(label->isVisible());
+    EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, whatGoesBeforeItIsCompleteHasEnded)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    auto progress = std::make_shared<Progress>(2, L"Smoothing");
+    widget->setProgress(progress);
+    std::thread([&] { progress.reset(); }).join();
+    EXPECT_TRUE(serveUntil([&] { return label->text() == "Smoothing: ended"; }));
+    EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, theEndHidesWhatIsShownIfThatIsWanted)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(2, L"Smoothing");
+    widget->setAtEnd(ProgressStatusBar::HideAtEnd);
+    EXPECT_EQ(widget->atEnd(), ProgressStatusBar::HideAtEnd);
+    widget->setProgress(progress);
+    EXPECT_TRUE(label->isVisible());
+    progress->setCompletedUnitCount(2);
+    EXPECT_TRUE(serveUntil([&] { return !label->isVisible() && !bar->isVisible(); }));
+    widget->setAtEnd(ProgressStatusBar::ShowStateAtEnd);
+    EXPECT_TRUE(label->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, theNextProgressTakesThePlaceOfTheLast)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto first = std::make_shared<Progress>(2, L"Reading");
+    const auto second = std::make_shared<Progress>(2, L"Writing");
+    first->setCompletedUnitCount(2);
+    widget->setProgress(first);
+    EXPECT_EQ(label->text(), "Reading: complete");
+    widget->setProgress(second);
+    EXPECT_EQ(label->text(), "Writing");
+    EXPECT_TRUE(bar->isVisible());
+    widget->setProgress(nullptr);
+    EXPECT_FALSE(label->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, aModelThatAViewShowsIsShownToo)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(4, L"Smoothing");
+    auto model = std::make_unique<ProgressModel>();
+    widget->setModel(model.get());
+    EXPECT_FALSE(label->isVisible());
+    model->setProgress(progress);
+    EXPECT_EQ(label->text(), "Smoothing");
+    EXPECT_TRUE(label->isVisible());
+    model.reset();
+    EXPECT_FALSE(label->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, aDescriptionIsNoMarkup)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(4, L"<b>a&b</b>");
+    widget->setProgress(progress);
+    EXPECT_EQ(label->text(), "<b>a&b</b>");
+    EXPECT_EQ(label->textFormat(), Qt::PlainText);
+}
+
+TEST_F(ProgressStatusBarTest, aWidgetWithoutAWindowOpensNone)
+{
+    ProgressStatusBar alone;
+    alone.setProgress(std::make_shared<Progress>(4, L"Smoothing"));
+    EXPECT_FALSE(alone.isVisible());
+}
