@@ -77,8 +77,8 @@ RunViews::RunViews(QWidget* parent)
     addWidget(titled(tr("Log"), m_log));
     top->setChildrenCollapsible(false);
     setChildrenCollapsible(false);
-    top->setSizes({2, 3}); // parts of what there is
-    setSizes({1, 1});
+    top->setSizes({400, 540});
+    setSizes({260, 220});
 }
 
 void RunViews::setProgress(const std::shared_ptr<Brennic::Core::Progress>& progress)
