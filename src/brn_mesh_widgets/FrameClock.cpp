@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <QPointer>
+
 namespace Brennic::Widgets {
 
 FrameClock::FrameClock(QObject* parent) : QObject(parent), m_request(std::make_shared<FrameRequest>(this))
@@ -25,11 +27,14 @@ bool FrameClock::event(QEvent* event)
     return true;
 }
 
+// The time counts from the frame's end, so that slow views leave the event loop its share.
 void FrameClock::begin()
 {
-    m_sinceFrame.start();
+    const QPointer<FrameClock> self(this); // a slot may destroy the model
     m_request->accept();
     Q_EMIT frame();
+    if (self)
+        m_sinceFrame.start();
 }
 
 } // namespace Brennic::Widgets
