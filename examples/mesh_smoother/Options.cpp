@@ -1,113 +1,28 @@
 #include "Options.h"
 
-#include <iostream>
-#include <map>
-#include <system_error>
+#include <vector>
 
 #include <CLI/CLI.hpp>
-#include <QThread>
 
 #include "Crash.h"
-#include "MeshFormat.h"
 
 namespace {
-
-const std::map<std::string, Brennic::Core::EKvsLogLevel> logLevels = {
-    {"trace", Brennic::Core::Trace}, {"debug", Brennic::Core::Debug}, {"info", Brennic::Core::Info},
-    {"warn", Brennic::Core::Warn},   {"error", Brennic::Core::Error}, {"fatal", Brennic::Core::Fatal},
-    {"off", Brennic::Core::Off}};
-
-constexpr int maxIterations = 1'000'000;
-constexpr int maxSubdivisions = 8; // 65,536 triangles for each one
-constexpr int maxThreads = 256;
-
-std::string requireMeshFileName(const std::string& name)
-{
-    return isMeshFileName(std::filesystem::u8path(name))
-               ? ""
-               : name + " ends in none of .obj, .ply, .stl and .off";
-}
 
 std::string joined(const std::vector<std::string>& words)
 {
     return CLI::detail::join(words, ", ");
 }
 
-CLI::Option* addPath(CLI::App& app, const std::string& name, std::filesystem::path& path,
-                     const std::string& text)
-{
-    return app.add_option_function<std::string>(
-        name, [&path](const std::string& utf8) { path = std::filesystem::u8path(utf8); }, text);
-}
-
 void declare(CLI::App& app, Options& options)
 {
     app.set_version_flag("--version", "mesh_smoother " MESH_SMOOTHER_VERSION);
-    addPath(app, "INPUT", options.input, "Triangle mesh to smooth: .obj, .ply, .stl or .off")->required();
-    addPath(app, "--output", options.output,
-            "Where to save it [INPUT's name with _smoothed, in this directory]")
-        ->check(requireMeshFileName)
-        ->type_name("FILE");
-    app.add_option("--iterations", options.iterations, "How often to smooth")
-        ->check(CLI::Range(0, maxIterations))
-        ->type_name("N")
-        ->capture_default_str();
-    app.add_option("--subdivide", options.subdivisions,
-                   "How often to split each triangle into four first (Loop)")
-        ->check(CLI::Range(0, maxSubdivisions))
-        ->type_name("N")
-        ->capture_default_str();
-    app.add_option("--threads", options.threads, "How many threads smooth [all cores]")
-        ->check(CLI::Range(1, maxThreads))
-        ->type_name("N");
-    addPath(app, "--log", options.log, "Log file [beside the output]")->type_name("FILE");
-    app.add_option_function<std::string>(
-           "--log-level", [&options](const std::string& name) { options.logLevel = logLevels.at(name); },
-           "trace, debug, info, warn, error, fatal or off [info]")
-        ->transform(CLI::IsMember(logLevels, CLI::ignore_case).description(""))
-        ->type_name("NAME");
-    app.add_option("--log-pattern", options.logPattern, "log4cplus layout pattern of log lines")
-        ->type_name("PATTERN");
+    declareMeshOptions(app, options)->required();
+    declareLogOptions(app, options);
     app.add_option("--crash", options.crash,
                    "Crash on purpose in the middle of smoothing: " + joined(crashKinds()))
         ->check(CLI::IsMember(crashKinds()).description(""))
         ->type_name("KIND");
-    addPath(app, "--report", options.report, "XML report of the run [beside the output]")->type_name("FILE");
-}
-
-std::filesystem::path besideOutput(const Options& options, const std::string& ending)
-{
-    return options.output.parent_path() / (options.output.stem() += ending);
-}
-
-bool isSameFile(const std::filesystem::path& first, const std::filesystem::path& second)
-{
-    std::error_code error;
-    return std::filesystem::weakly_canonical(first, error) ==
-           std::filesystem::weakly_canonical(second, error);
-}
-
-// The output may replace the input; any other pair would destroy one of the two.
-void requireDifferentFiles(const Options& options)
-{
-    if (isSameFile(options.log, options.input) || isSameFile(options.log, options.output))
-        throw CLI::ValidationError("--log", "the log cannot be the mesh's file");
-    if (isSameFile(options.report, options.input) || isSameFile(options.report, options.output))
-        throw CLI::ValidationError("--report", "the report cannot be the mesh's file");
-    if (isSameFile(options.report, options.log))
-        throw CLI::ValidationError("--report", "the report cannot be the log's file");
-}
-
-void fillInDefaults(Options& options)
-{
-    if (options.output.empty()) {
-        options.output = options.input.stem() += "_smoothed";
-        options.output += options.input.extension();
-    }
-    if (options.log.empty())
-        options.log = besideOutput(options, ".log");
-    if (options.report.empty())
-        options.report = besideOutput(options, "_report.xml");
+    declareReportOption(app, options);
 }
 
 } // namespace
@@ -117,15 +32,14 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
     CLI::App app("Smooths a triangle mesh (Taubin: it does not shrink) and reports how long each stage took.",
                  "mesh_smoother");
     Options options;
-    options.threads = QThread::idealThreadCount();
     declare(app, options);
     try {
         app.parse(argc, argv);
-        fillInDefaults(options);
-        requireDifferentFiles(options);
+        completeRunOptions(options);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? exitDone : exitWrongUsage;
         return std::nullopt;
     }
+    options.midway = [kind = options.crash] { crashOnPurpose(kind); };
     return options;
 }

@@ -2,24 +2,14 @@
 /// \file
 /// The command line.
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
-#include <brn_mesh_kernel/kernel/EKvsLogLevel.h>
+#include "RunOptions.h"
 
-struct Options
+struct Options : RunOptions
 {
-    std::filesystem::path input;
-    std::filesystem::path output;
-    std::filesystem::path log;
-    std::filesystem::path report;
-    int iterations = 10;
-    int subdivisions = 0;
-    int threads = 1; ///< set to the number of cores by \ref parseCommandLine
-    Brennic::Core::EKvsLogLevel logLevel = Brennic::Core::Info;
-    std::string logPattern; ///< empty: the kernel's own
-    std::string crash;      ///< how to crash in the middle of smoothing; empty: not at all
+    std::string crash; ///< how to crash in the middle of smoothing; empty: not at all
 };
 
 enum ExitCode

@@ -71,6 +71,13 @@ TEST(Stages, theRootIsNamedAfterTheStageThatHasBegun)
     EXPECT_EQ(stages.root()->getDescription(), L"Smooth");
 }
 
+TEST(Stages, aRootWithANameOfItsOwnKeepsIt)
+{
+    Stages stages(someOptions(1, 0), 1000, L"bunny.obj");
+    stages.begin(Stage::Smooth);
+    EXPECT_EQ(stages.root()->getDescription(), L"bunny.obj");
+}
+
 TEST(Stages, aStageWithoutPartsIsDone)
 {
     Stages stages(someOptions(0, 0), 1000);

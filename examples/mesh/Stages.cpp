@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-#include "Options.h"
+#include "RunOptions.h"
 
 using Brennic::Core::Progress;
 
@@ -23,7 +23,7 @@ std::size_t index(Stage stage)
 }
 
 // In nanoseconds, as measured on one machine; only their proportions count.
-Costs estimateCosts(const Options& options, std::uintmax_t inputSize)
+Costs estimateCosts(const RunOptions& options, std::uintmax_t inputSize)
 {
     constexpr double bytesPerTriangle = 34; // of a text file
     const double triangles =
@@ -52,7 +52,8 @@ const wchar_t* stageName(Stage stage)
     return names.at(index(stage));
 }
 
-Stages::Stages(const Options& options, std::uintmax_t inputSize) : m_root(std::make_shared<Progress>(0))
+Stages::Stages(const RunOptions& options, std::uintmax_t inputSize, const std::wstring& name)
+    : m_isNamedAfterStage(name.empty()), m_root(std::make_shared<Progress>(0, name))
 {
     const Costs costs = estimateCosts(options, inputSize);
     const double sum = std::max(std::accumulate(costs.begin(), costs.end(), 0.0), 1.0);
@@ -71,7 +72,8 @@ bool Stages::has(Stage stage) const
 
 void Stages::begin(Stage stage)
 {
-    m_root->setDescription(stageName(stage));
+    if (m_isNamedAfterStage)
+        m_root->setDescription(stageName(stage));
     report(stage, 0, 1);
 }
 

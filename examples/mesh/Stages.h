@@ -9,7 +9,7 @@
 
 #include <brn_mesh_kernel/progress/Progress.h>
 
-struct Options;
+struct RunOptions;
 
 enum class Stage
 {
@@ -29,19 +29,21 @@ class Stages
 {
 public:
     /// Weighs the stages by what they will cost, judged by the size of the file and the options.
-    Stages(const Options& options, std::uintmax_t inputSize);
+    /// \param name the root's description; if it is empty, the stage that has begun gives it.
+    Stages(const RunOptions& options, std::uintmax_t inputSize, const std::wstring& name = {});
 
     const std::shared_ptr<Brennic::Core::Progress>& root() const { return m_root; }
 
     /// Whether the run has this stage at all.
     bool has(Stage stage) const;
 
-    /// Makes it the stage that the root's description names.
+    /// Reports that nothing of the stage is done yet, and names the root after it if it has no name of its own.
     void begin(Stage stage);
     /// Reports that \p done of \p total parts of the stage are done.
     void report(Stage stage, std::size_t done, std::size_t total);
 
 private:
+    const bool m_isNamedAfterStage;
     std::shared_ptr<Brennic::Core::Progress> m_root;
     std::array<std::shared_ptr<Brennic::Core::Progress>, allStages.size()> m_stages;
 };

@@ -5,7 +5,6 @@
 #include <OpenMesh/Tools/Subdivider/Uniform/LoopT.hh>
 #include <boost/nowide/convert.hpp>
 
-#include "Crash.h"
 #include "MeshFile.h"
 #include "TaubinSmoother.h"
 
@@ -24,7 +23,7 @@ std::wstring sizeOf(const Mesh& mesh)
 
 } // namespace
 
-Pipeline::Pipeline(const Options& options, Stages& stages, const BlockLoop& loop, StageDone stageDone)
+Pipeline::Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& loop, StageDone stageDone)
     : m_options(options), m_stages(stages), m_loop(loop), m_stageDone(std::move(stageDone))
 {
 }
@@ -69,8 +68,8 @@ void Pipeline::smooth()
     TaubinSmoother smoother(m_mesh);
     for (int i = 0; i < m_options.iterations; ++i) {
         stopIfInterrupted();
-        if (i == m_options.iterations / 2)
-            crashOnPurpose(m_options.crash);
+        if (i == m_options.iterations / 2 && m_options.midway)
+            m_options.midway();
         smoother.iterate(m_loop);
         ++m_iterationsDone;
         m_stages.report(Stage::Smooth, static_cast<std::size_t>(i) + 1,

@@ -8,7 +8,7 @@
 
 #include "BlockLoop.h"
 #include "Mesh.h"
-#include "Options.h"
+#include "RunOptions.h"
 #include "Stages.h"
 
 /// Thrown by a pipeline that was asked to stop.
@@ -25,7 +25,7 @@ public:
         std::function<void(Stage stage, const std::wstring& message, const std::wstring& warning)>;
 
     /// \param loop runs the blocks of vertices; borrowed, as are the stages.
-    Pipeline(const Options& options, Stages& stages, const BlockLoop& loop, StageDone stageDone);
+    Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& loop, StageDone stageDone);
 
     /// Does all of it. Throws what the stages throw, and `Interrupted`; in both cases no output is left.
     void run();
@@ -43,7 +43,7 @@ private:
     void save();
     void stopIfInterrupted() const;
 
-    const Options& m_options;
+    const RunOptions& m_options;
     Stages& m_stages;
     const BlockLoop& m_loop;
     StageDone m_stageDone;

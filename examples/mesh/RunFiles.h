@@ -1,0 +1,13 @@
+#pragma once
+/// \file
+/// Looks at the files of a run before it begins.
+
+#include <cstdint>
+#include <filesystem>
+
+/// Throws `std::runtime_error` with one sentence if a file of this name can surely not be written: better before
+/// the work than after it.
+void requireWritablePlace(const std::filesystem::path& file);
+
+/// The size of a file in bytes; 0 where it cannot be told.
+std::uintmax_t sizeOrZero(const std::filesystem::path& file);

@@ -1,0 +1,60 @@
+#include "RunToolBar.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QSpinBox>
+#include <QStyle>
+
+namespace {
+
+QSpinBox* addNumber(QToolBar& bar, const QString& name, int value, int most)
+{
+    bar.addWidget(new QLabel(QStringLiteral("  %1: ").arg(name)));
+    auto* const box = new QSpinBox;
+    box->setRange(0, most);
+    box->setValue(value);
+    bar.addWidget(box);
+    return box;
+}
+
+} // namespace
+
+RunToolBar::RunToolBar(const RunOptions& options, QWidget* parent)
+    : QToolBar(tr("Run"), parent),
+      m_open(addAction(style()->standardIcon(QStyle::SP_DialogOpenButton), tr("&Open…"))),
+      m_smooth(addAction(style()->standardIcon(QStyle::SP_MediaPlay), tr("&Smooth"))),
+      m_cancel(addAction(style()->standardIcon(QStyle::SP_MediaStop), tr("&Cancel")))
+{
+    setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    setMovable(false);
+    m_open->setShortcut(QKeySequence::Open);
+    m_open->setToolTip(tr("Open a mesh and smooth it"));
+    m_smooth->setShortcut(Qt::Key_F5);
+    m_smooth->setToolTip(tr("Smooth the mesh once more, from its file"));
+    m_cancel->setShortcut(Qt::Key_Escape);
+    m_cancel->setToolTip(tr("End the run before its next step; nothing is saved"));
+    addSeparator();
+    m_iterations = addNumber(*this, tr("Iterations"), options.iterations, maxIterations);
+    m_subdivisions = addNumber(*this, tr("Subdivisions"), options.subdivisions, maxSubdivisions);
+    connect(m_open, &QAction::triggered, this, &RunToolBar::openRequested);
+    connect(m_smooth, &QAction::triggered, this, &RunToolBar::smoothRequested);
+    connect(m_cancel, &QAction::triggered, this, &RunToolBar::cancelRequested);
+    setState(false, false);
+}
+
+void RunToolBar::apply(RunOptions& options) const
+{
+    options.iterations = m_iterations->value();
+    options.subdivisions = m_subdivisions->value();
+}
+
+void RunToolBar::setState(bool hasMesh, bool isRunning)
+{
+    m_open->setEnabled(!isRunning);
+    m_smooth->setEnabled(hasMesh && !isRunning);
+    m_cancel->setEnabled(isRunning);
+    m_iterations->setEnabled(!isRunning);
+    m_subdivisions->setEnabled(!isRunning);
+}
+
+#include "moc_RunToolBar.cpp"

@@ -1,0 +1,95 @@
+#include "RunViews.h"
+
+#include <QFontDatabase>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include <brn_mesh_widgets/ProgressDelegate.h>
+#include <brn_mesh_widgets/ProgressModel.h>
+
+#include "WaypointChart.h"
+
+using Brennic::Widgets::ProgressDelegate;
+using Brennic::Widgets::ProgressModel;
+
+namespace {
+
+constexpr int mostLogLines = 5000;
+
+QWidget* titled(const QString& title, QWidget* view)
+{
+    auto* const pane = new QWidget;
+    auto* const layout = new QVBoxLayout(pane);
+    auto* const label = new QLabel(title);
+    QFont font = label->font();
+    font.setBold(true);
+    label->setFont(font);
+    layout->setContentsMargins(6, 6, 6, 6);
+    layout->addWidget(label);
+    layout->addWidget(view, 1);
+    return pane;
+}
+
+QTreeView* makeTree(ProgressModel* model)
+{
+    auto* const tree = new QTreeView;
+    tree->setObjectName(QStringLiteral("progressTree"));
+    tree->setModel(model);
+    tree->setItemDelegateForColumn(ProgressModel::ProgressColumn, new ProgressDelegate(tree));
+    tree->setUniformRowHeights(true);
+    tree->hideColumn(ProgressModel::PendingUnitsColumn);
+    QHeaderView* const header = tree->header();
+    header->setStretchLastSection(false);
+    header->setSectionResizeMode(ProgressModel::DescriptionColumn, QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(ProgressModel::ProgressColumn, QHeaderView::Stretch);
+    header->setSectionResizeMode(ProgressModel::StateColumn, QHeaderView::ResizeToContents);
+    return tree;
+}
+
+QPlainTextEdit* makeLog()
+{
+    auto* const log = new QPlainTextEdit;
+    log->setObjectName(QStringLiteral("log"));
+    log->setReadOnly(true);
+    log->setUndoRedoEnabled(false);
+    log->setMaximumBlockCount(mostLogLines);
+    log->setLineWrapMode(QPlainTextEdit::NoWrap);
+    log->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    return log;
+}
+
+} // namespace
+
+RunViews::RunViews(QWidget* parent)
+    : QSplitter(Qt::Vertical, parent),
+      m_model(new ProgressModel(this)),
+      m_tree(makeTree(m_model)),
+      m_chart(new WaypointChart),
+      m_log(makeLog())
+{
+    auto* const top = new QSplitter(Qt::Horizontal);
+    top->addWidget(titled(tr("Progress"), m_tree));
+    top->addWidget(titled(tr("Waypoints of the last run"), m_chart));
+    addWidget(top);
+    addWidget(titled(tr("Log"), m_log));
+    top->setChildrenCollapsible(false);
+    setChildrenCollapsible(false);
+    top->setSizes({400, 540});
+    setSizes({260, 220});
+}
+
+void RunViews::setProgress(const std::shared_ptr<Brennic::Core::Progress>& progress)
+{
+    m_model->setProgress(progress);
+    m_tree->expandAll();
+}
+
+void RunViews::appendLog(const QString& lines)
+{
+    m_log->appendPlainText(lines);
+}
+
+#include "moc_RunViews.cpp"

@@ -1,0 +1,48 @@
+#include "Screenshot.h"
+
+#include <utility>
+
+#include <QImageWriter>
+#include <QPixmap>
+
+#include <brn_mesh_widgets/ProgressModel.h>
+
+#include "MainWindow.h"
+#include "RunViews.h"
+
+using Brennic::Widgets::ProgressModel;
+
+Screenshot::Screenshot(MainWindow& window, std::filesystem::path file)
+    : m_window(window), m_file(std::move(file))
+{
+    connect(&window, &MainWindow::runEnded, this,
+            [this](SmoothingRun::Outcome outcome, const QString& error) {
+                m_isRunDone = outcome == SmoothingRun::Outcome::Done;
+                if (m_isRunDone)
+                    takeWhenShown();
+                else
+                    Q_EMIT finished(error.isEmpty() ? tr("the run was cancelled") : error);
+            });
+    connect(window.views().progressModel(), &ProgressModel::refreshed, this, &Screenshot::takeWhenShown);
+}
+
+// The tree shows the last reports a moment after they were made.
+void Screenshot::takeWhenShown()
+{
+    const QModelIndex root = m_window.views().progressModel()->rootIndex();
+    if (!m_isRunDone || root.data(ProgressModel::StateRole).toInt() != ProgressModel::Complete)
+        return;
+    m_isRunDone = false;
+    // Behind the layout that the last changes have asked for.
+    QMetaObject::invokeMethod(this, &Screenshot::take, Qt::QueuedConnection);
+}
+
+void Screenshot::take()
+{
+    QImageWriter writer(QString::fromStdString(m_file.u8string()), "png");
+    const bool isSaved = writer.write(m_window.grab().toImage());
+    const QString name = QString::fromStdString(m_file.u8string());
+    Q_EMIT finished(isSaved ? QString() : tr("cannot save %1: %2").arg(name, writer.errorString()));
+}
+
+#include "moc_Screenshot.cpp"

@@ -1,0 +1,101 @@
+/// \file
+/// A window stays responsive, whatever is reported to it.
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <memory>
+
+#include <QEventLoop>
+#include <QTimer>
+
+#include <brn_mesh_kernel/kernel/Kernel.h>
+#include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/progress/Progress.h>
+#include <brn_mesh_kernel/tasks/Dispatch.h>
+
+#include "EventLag.h"
+#include "MeshWorkbenchFixture.h"
+#include "support/Sanitizers.h"
+
+using namespace Brennic::Core;
+using Brennic::Testing::serveUntil;
+using Brennic::Widgets::ProgressModel;
+
+namespace {
+
+constexpr int reportCount = 1'000'000;
+constexpr int reportsPerLogLine = 1000;
+constexpr double boundInMilliseconds = 50;
+
+// Four parts of one whole, counted in turn.
+class Flood
+{
+public:
+    Flood()
+    {
+        for (auto& part : m_parts) {
+            part = std::make_shared<Progress>(reportsPerPart, L"Part");
+            m_root->addChildWithPendingCount(part, reportsPerPart);
+        }
+    }
+
+    const std::shared_ptr<Progress>& root() const { return m_root; }
+
+    // In a worker thread.
+    void run()
+    {
+        for (int i = 0; i < reportCount; ++i) {
+            ++*m_parts[static_cast<std::size_t>(i) % m_parts.size()];
+            if (i % reportsPerLogLine == 0)
+                Kernel::Instance().Logger()->Log(Info, L"report %d", i);
+        }
+    }
+
+private:
+    static constexpr int reportsPerPart = reportCount / 4;
+
+    std::shared_ptr<Progress> m_root = std::make_shared<Progress>(0, L"Flood");
+    std::array<std::shared_ptr<Progress>, 4> m_parts;
+};
+
+// Serves events until the flood has come in to the last drop; returns whether it has within two minutes.
+bool serveFlood(Flood& flood)
+{
+    QEventLoop loop;
+    bool isOver = false;
+    QTimer::singleShot(std::chrono::minutes(2), &loop, &QEventLoop::quit);
+    dispatchAsync(
+        [&] {
+            flood.run();
+            dispatchAsync( // behind all that the reports have queued there
+                [&] {
+                    isOver = true;
+                    loop.quit();
+                },
+                eQOS_GUI);
+        },
+        eQOS_Normal);
+    loop.exec();
+    return isOver;
+}
+
+} // namespace
+
+TEST_F(MeshWorkbenchTest, anEventIsAnsweredWithin50MillisecondsWhileAMillionReportsArrive)
+{
+    Flood flood;
+    window->views().setProgress(flood.root());
+    EventLag lag;
+    ASSERT_TRUE(serveFlood(flood));
+    lag.stop();
+    std::cout << "longest of " << lag.count() << " responses: " << lag.longest().count() << " ms\n";
+    RecordProperty("longestResponseInMilliseconds", std::to_string(lag.longest().count()));
+    EXPECT_GT(lag.count(), 100);
+    const QModelIndex part = model().index(3, 0, model().rootIndex());
+    EXPECT_TRUE(serveUntil([&] { return state(part) == ProgressModel::Complete; }));
+    EXPECT_TRUE(serveUntil([&] { return logText().find("report 999000") != std::string::npos; }));
+    if (Brennic::Testing::isSanitized)
+        GTEST_SKIP() << "all has arrived; a sanitizer slows every thread down, so the time is not judged";
+    EXPECT_LT(lag.longest().count(), boundInMilliseconds);
+}
