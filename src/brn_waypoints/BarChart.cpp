@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <numeric>
 
 #include <QHash>
@@ -85,6 +84,18 @@ void writeBar(QXmlStreamWriter& out, const QString& kind, double top, double len
 
 } // namespace
 
+double BarChart::Group::longest() const
+{
+    return std::max_element(seconds.begin(), seconds.end())->value_or(0);
+}
+
+void BarChart::Group::add(const Group& other)
+{
+    for (std::size_t report = 0; report < seconds.size(); ++report)
+        if (other.seconds[report])
+            seconds[report] = seconds[report].value_or(0) + *other.seconds[report];
+}
+
 BarChart::BarChart(const std::vector<Summary>& summaries) : m_reportCount(summaries.size())
 {
     for (std::size_t report = 0; report < summaries.size(); ++report)
@@ -101,8 +112,8 @@ void BarChart::addTimes(const Summary& summary, std::size_t report)
     for (const SummaryRow& row : summary.rows()) {
         const std::size_t place = places.value(row.name, m_groups.size());
         if (place == m_groups.size())
-            m_groups.push_back({row.name, std::vector<double>(m_reportCount, 0)});
-        m_groups[place].seconds[report] += row.seconds;
+            m_groups.push_back({row.name, std::vector<std::optional<double>>(m_reportCount)});
+        m_groups[place].seconds[report] = row.seconds;
     }
 }
 
@@ -110,7 +121,7 @@ void BarChart::foldSmallest()
 {
     std::vector<double> times;
     for (const Group& group : m_groups)
-        times.push_back(*std::max_element(group.seconds.begin(), group.seconds.end()));
+        times.push_back(group.longest());
     std::vector<std::size_t> order(m_groups.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(),
@@ -120,10 +131,9 @@ void BarChart::foldSmallest()
     for (std::size_t i = 0; i < maxGroups; ++i)
         kept.push_back(m_groups[order[i]]);
     Group others{QString::number(m_groups.size() - maxGroups) + QLatin1String(" others"),
-                 std::vector<double>(m_reportCount, 0)};
+                 std::vector<std::optional<double>>(m_reportCount)};
     for (std::size_t i = maxGroups; i < order.size(); ++i)
-        std::transform(others.seconds.begin(), others.seconds.end(), m_groups[order[i]].seconds.begin(),
-                       others.seconds.begin(), std::plus<>());
+        others.add(m_groups[order[i]]);
     kept.push_back(std::move(others));
     m_groups = std::move(kept);
 }
@@ -132,7 +142,7 @@ double BarChart::longest() const
 {
     double longest = 0;
     for (const Group& group : m_groups)
-        longest = std::max(longest, *std::max_element(group.seconds.begin(), group.seconds.end()));
+        longest = std::max(longest, group.longest());
     return longest > 0 ? longest : 1;
 }
 
@@ -184,7 +194,9 @@ void BarChart::writeGroup(QXmlStreamWriter& out, const Group& group, double top,
     const double middle = top + (static_cast<double>(m_reportCount) - 1) * barPitch / 2;
     writeText(out, "name", labelRoom - 10, middle + textBaseline, label(group.name));
     for (std::size_t report = 0; report < m_reportCount; ++report) {
-        const double seconds = group.seconds[report];
+        if (!group.seconds[report])
+            continue;
+        const double seconds = *group.seconds[report];
         const double y = top + static_cast<double>(report) * barPitch;
         const double length = std::max(seconds, 0.0) * pixelsPerSecond;
         const QString text = secondsText(seconds) + QLatin1String(" s");

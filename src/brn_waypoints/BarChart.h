@@ -2,6 +2,7 @@
 /// \file
 /// The time that each name took in each report, as bars in SVG.
 
+#include <optional>
 #include <vector>
 
 #include <QString>
@@ -30,7 +31,10 @@ private:
     struct Group
     {
         QString name;
-        std::vector<double> seconds; ///< of each report
+        std::vector<std::optional<double>> seconds; ///< of each report that has the name
+
+        double longest() const;
+        void add(const Group& other);
     };
 
     void addTimes(const Summary& summary, std::size_t report);

@@ -26,7 +26,7 @@ p { margin: 0 0 8px; color: var(--faint); }
 ul { display: flex; flex-wrap: wrap; gap: 4px 20px; list-style: none; margin: 0 0 12px; padding: 0; }
 li { overflow-wrap: anywhere; }
 .legend { width: 12px; height: 12px; margin-right: 7px; }
-.chart { width: 100%; height: auto; }
+.scroll svg { width: 100%; min-width: 640px; }
 svg text { font: 12px system-ui, sans-serif; fill: var(--text); }
 svg .name { text-anchor: end; }
 svg .tick { text-anchor: middle; fill: var(--faint); }
