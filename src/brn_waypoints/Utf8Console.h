@@ -1,0 +1,19 @@
+#pragma once
+/// \file
+/// Has a console take UTF-8 while it lives, as all text of the program is.
+
+namespace Brennic::Waypoints {
+
+class Utf8Console
+{
+public:
+    Utf8Console();
+    ~Utf8Console();
+    Utf8Console(const Utf8Console&) = delete;
+    Utf8Console& operator=(const Utf8Console&) = delete;
+
+private:
+    unsigned m_formerCodePage = 0; // 0: nothing to put back
+};
+
+} // namespace Brennic::Waypoints

@@ -1,0 +1,9 @@
+#include <brn_waypoints/Utf8Console.h>
+
+namespace Brennic::Waypoints {
+
+// Terminals take it as it is.
+Utf8Console::Utf8Console() = default;
+Utf8Console::~Utf8Console() = default;
+
+} // namespace Brennic::Waypoints
