@@ -32,7 +32,7 @@ configure_package_config_file(
 )
 write_basic_package_version_file(
   "${widgets_generated_dir}/brn_mesh_widgets-config-version.cmake"
-  COMPATIBILITY SameMinorVersion
+  COMPATIBILITY SameMajorVersion
 )
 install(
   FILES "${widgets_generated_dir}/brn_mesh_widgets-config.cmake"

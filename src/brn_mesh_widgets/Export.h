@@ -5,6 +5,8 @@
 
 #include <brn_mesh_kernel/library/Platform.h>
 
+/// \def BRN_MESH_WIDGETS_EXPORT
+/// Stands before what `brn_mesh_widgets` exports.
 #if defined(BRN_MESH_WIDGETS_BUILDING)
 #define BRN_MESH_WIDGETS_EXPORT BRN_SYMBOL_EXPORT
 #else

@@ -21,6 +21,7 @@
 
 namespace Brennic::Widgets {
 
+/// Draws the progress of a row as a bar.
 class BRN_MESH_WIDGETS_EXPORT ProgressDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

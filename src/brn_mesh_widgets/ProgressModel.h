@@ -16,7 +16,7 @@
 /// per frame of 16 ms at most, however many reports there were.
 ///
 /// Lifetime: the model does not own the progress and keeps none alive: it shares their states. Rows of a tree
-/// that has gone stay as they were last, until the next \ref setProgress.
+/// that has gone stay as they were last, until the next `setProgress`.
 
 #include <memory>
 
@@ -27,11 +27,13 @@
 
 namespace Brennic::Widgets {
 
+/// The rows of a tree of progress.
 class BRN_MESH_WIDGETS_EXPORT ProgressModel : public QAbstractItemModel
 {
     Q_OBJECT
 
 public:
+    /// The columns, from left to right.
     enum Column
     {
         DescriptionColumn,
@@ -54,6 +56,7 @@ public:
     };
     Q_ENUM(Role)
 
+    /// Where a progress is.
     enum State
     {
         Waiting,       ///< nothing is completed yet
@@ -86,6 +89,7 @@ public:
     /// Thread: GUI thread.
     static QString stateText(State state);
 
+    /// @{
     /// The functions of every item model.
     /// Thread: GUI thread.
     QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;
@@ -95,6 +99,7 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
     QHash<int, QByteArray> roleNames() const override;
+    /// @}
 
     using QObject::parent;
 

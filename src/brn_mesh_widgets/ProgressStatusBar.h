@@ -25,6 +25,7 @@ namespace Brennic::Widgets {
 
 class ProgressModel;
 
+/// One line about a progress, with a bar.
 class BRN_MESH_WIDGETS_EXPORT ProgressStatusBar : public QWidget
 {
     Q_OBJECT

@@ -28,6 +28,7 @@ namespace Brennic::Core {
 class Progress;
 class ProgressReportingProtocol;
 
+/// The state of a progress, which may be read when the progress has gone.
 class ProgressState // exported by function: what only a progress may call stays inside
 {
 public:
