@@ -2,11 +2,10 @@
 /// \file
 /// What the program needs to know of its terminal, and of the user's wish to stop.
 
-#include <cstddef>
 #include <functional>
 #include <memory>
 
-/// Has the terminal take UTF-8 and the sequences that move its cursor, while it lives.
+/// Has the terminal take UTF-8 while it lives, as all text of the program is.
 class TerminalOutput
 {
 public:
@@ -19,12 +18,6 @@ private:
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };
-
-/// Whether the standard output is shown to somebody.
-bool isOutputATerminal();
-
-/// The width of that terminal in characters at this moment; 80 where it does not tell.
-std::size_t terminalWidth();
 
 /// Ends the process as if the signal had not been caught, so that whoever started it sees that.
 [[noreturn]] void endInterrupted();

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -35,26 +34,13 @@ void watch(int signal)
 
 } // namespace
 
-// Terminals take both as they are.
+// Terminals take it as it is.
 class TerminalOutput::Impl
 {
 };
 
 TerminalOutput::TerminalOutput() = default;
 TerminalOutput::~TerminalOutput() = default;
-
-bool isOutputATerminal()
-{
-    return ::isatty(STDOUT_FILENO) == 1;
-}
-
-std::size_t terminalWidth()
-{
-    constexpr std::size_t usualWidth = 80;
-    winsize size = {};
-    const bool isKnown = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return isKnown ? size.ws_col : usualWidth;
-}
 
 void endInterrupted()
 {

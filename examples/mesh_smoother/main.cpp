@@ -15,6 +15,7 @@
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/progress/ConsoleProgress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 
@@ -22,9 +23,9 @@
 #include "Options.h"
 #include "Pipeline.h"
 #include "ProcessSource.h"
-#include "ProgressDisplay.h"
 #include "ReportTable.h"
 #include "RunFiles.h"
+#include "StageTimes.h"
 #include "Terminal.h"
 
 namespace {
@@ -32,16 +33,14 @@ namespace {
 using namespace Brennic::Core;
 
 // In the main thread, which is the one for waypoints and for output.
-void finishStage(Stage stage, const std::wstring& message, const std::wstring& warning,
-                 ProgressDisplay& display)
+void finishStage(Stage stage, const std::wstring& message, const std::wstring& warning)
 {
-    display.clearLine();
+    const ConsoleProgress::Pause pause;
     Kernel::Instance().Logger()->Log(Info, L"%s", message.c_str());
     if (!warning.empty())
         Kernel::Instance().Logger()->Log(Warn, L"%s", warning.c_str());
     Kernel::Instance().ProfilerWaypoint(stageName(stage));
     std::cout.flush();
-    display.stageDone(boost::nowide::narrow(stageName(stage)));
 }
 
 // Runs the event loop until the pipeline is done; throws what the pipeline has thrown.
@@ -66,18 +65,23 @@ void runToTheEnd(Pipeline& pipeline)
 void smoothMesh(const Options& options)
 {
     Stages stages(options, sizeOrZero(options.input));
-    const auto display = std::make_shared<ProgressDisplay>();
-    stages.root()->setDelegate(display, true);
+    ConsoleProgress line(stages.root());
+    StageTimes times;
     const BlockLoop loop = makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, options.threads));
+    const auto stageDone = [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
+        finishStage(stage, message, warning);
+        if (!line.isLive())
+            times.stageDone(boost::nowide::narrow(stageName(stage)));
+    };
     Pipeline pipeline(options, stages, loop,
-                      [&display](Stage stage, const std::wstring& message, const std::wstring& warning) {
-                          dispatchSync([&] { finishStage(stage, message, warning, *display); }, eQOS_GUI);
+                      [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
+                          dispatchSync([&] { stageDone(stage, message, warning); }, eQOS_GUI);
                       });
     ProcessSource source(pipeline);
     const KernelSession session(options, source);
     const InterruptWatch watch([&pipeline] { pipeline.interrupt(); });
     runToTheEnd(pipeline);
-    display->finish();
+    line.finish();
 }
 
 void printResults(const Options& options)

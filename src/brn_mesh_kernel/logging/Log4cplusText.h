@@ -21,6 +21,7 @@
 #include <log4cplus/tstring.h>
 
 #include <brn_mesh_common/ValidUnicode.h>
+#include <brn_mesh_kernel/library/LiveLine.h>
 
 namespace Brennic::Core {
 
@@ -99,7 +100,22 @@ using RollingFileAppender =
     std::conditional_t<haveFilesWideNames && std::is_same_v<log4cplus::tchar, wchar_t>, WideFileAppender,
                        log4cplus::RollingFileAppender>;
 
-using ConsoleAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>, log4cplus::ConsoleAppender,
-                                           Utf8ConsoleAppender>;
+using PlainConsoleAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>,
+                                                log4cplus::ConsoleAppender, Utf8ConsoleAppender>;
+
+/// Writes records where a terminal's live line may be, which is taken away first.
+class ConsoleAppender : public PlainConsoleAppender
+{
+public:
+    using PlainConsoleAppender::PlainConsoleAppender;
+    ~ConsoleAppender() override { destructorImpl(); }
+
+protected:
+    void append(const log4cplus::spi::InternalLoggingEvent& event) override
+    {
+        const LiveLine::Hidden hidden;
+        PlainConsoleAppender::append(event);
+    }
+};
 
 } // namespace Brennic::Core

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "Terminal.h"
+#include <brn_mesh_kernel/progress/Terminal.h>
+
+using namespace Brennic::Core;
 
 // A console's own behaviour needs one, and somebody at its keyboard.
 TEST(Terminal, theNullDeviceIsNoneAndHasTheUsualWidth)

@@ -1,20 +1,25 @@
 #pragma once
 /// \file
-/// The text of the live line.
+/// Internal, not installed. The text of the line in which a terminal shows a progress.
 
 #include <chrono>
+#include <cstddef>
 #include <string>
+
+namespace Brennic::Core {
 
 struct RunState
 {
-    std::string stage;
+    std::string stage;   ///< UTF-8
     double fraction = 0; ///< of the whole run, 0 to 1
     std::chrono::duration<double> elapsed{0};
 };
 
-/// One line of at most \p width characters, such as
+/// One line of at most \p width columns, such as
 ///
 ///     Smooth     [############--------]  61 %  0:07 elapsed  0:04 left
 ///
 /// What does not fit is left out: first the bar, then the times, then the percentage.
 std::string progressLine(const RunState& state, std::size_t width);
+
+} // namespace Brennic::Core

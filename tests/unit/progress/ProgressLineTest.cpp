@@ -1,6 +1,11 @@
-#include "ProgressLine.h"
+#include <brn_mesh_kernel/progress/ProgressLine.h>
+
+#include <limits>
 
 #include <gtest/gtest.h>
+
+using Brennic::Core::progressLine;
+using Brennic::Core::RunState;
 
 namespace {
 
@@ -43,4 +48,25 @@ TEST(ProgressLine, fractionsOutsideTheRangeAreCutOff)
 {
     EXPECT_EQ(progressLine(state(1.5, 1), 16), "Smooth     100 %");
     EXPECT_EQ(progressLine(state(-1, 1), 16), "Smooth       0 %");
+}
+
+TEST(ProgressLine, whatIsNoNumberIsNothingDone)
+{
+    EXPECT_EQ(progressLine(state(std::numeric_limits<double>::quiet_NaN(), 1), 16), "Smooth       0 %");
+    EXPECT_EQ(progressLine(state(std::numeric_limits<double>::infinity(), 1), 16), "Smooth     100 %");
+}
+
+TEST(ProgressLine, widthIsCountedInColumns)
+{
+    RunState wide = state(0.5, 7);
+    wide.stage = "\xE7\xB6\xB2\xE6\xA0\xBC"; // two wide characters
+    EXPECT_EQ(progressLine(wide, 20), "\xE7\xB6\xB2\xE6\xA0\xBC        50 %");
+    EXPECT_EQ(progressLine(wide, 3), "\xE7\xB6\xB2");
+}
+
+TEST(ProgressLine, aDescriptionOfSeveralLinesIsShownInOne)
+{
+    RunState lines = state(0.5, 7);
+    lines.stage = "one\ntwo\x1b[2J";
+    EXPECT_EQ(progressLine(lines, 20), "one two [2J  50 %");
 }

@@ -1,0 +1,52 @@
+#include <brn_mesh_kernel/library/LiveLine.h>
+
+#include <iostream>
+
+namespace Brennic::Core {
+
+namespace {
+
+constexpr const char* toLineStartAndErase = "\r\x1b[K";
+
+} // namespace
+
+LiveLine& LiveLine::instance()
+{
+    static LiveLine& line = *new LiveLine; // never destroyed: records are logged late
+    return line;
+}
+
+// Says that there is a line before it looks for hiders, as they come before they look for a line: one of the two
+// sees the other.
+void LiveLine::draw(const std::string& text)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const bool wasShown = m_isShown.exchange(true);
+    if (m_hiders != 0) {
+        m_isShown = wasShown;
+        return;
+    }
+    std::cout << toLineStartAndErase << text << std::flush;
+}
+
+void LiveLine::clear()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_isShown)
+        std::cout << toLineStartAndErase << std::flush;
+    m_isShown = false;
+}
+
+void LiveLine::hide()
+{
+    ++m_hiders;
+    if (m_isShown)
+        clear();
+}
+
+void LiveLine::release()
+{
+    --m_hiders;
+}
+
+} // namespace Brennic::Core

@@ -1,0 +1,93 @@
+#include <brn_mesh_kernel/progress/ProgressLine.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include <QString>
+
+#include <brn_mesh_kernel/progress/DisplayWidth.h>
+
+namespace Brennic::Core {
+
+namespace {
+
+constexpr std::size_t stageWidth = 10;
+constexpr std::size_t smallestBar = 10;
+constexpr std::size_t largestBar = 60;
+
+std::size_t columns(const QString& text)
+{
+    return static_cast<std::size_t>(displayWidth(text));
+}
+
+// A description of several lines would be more than the line that is erased again.
+QString oneLine(QString text)
+{
+    for (QChar& character : text)
+        if (character.category() == QChar::Other_Control)
+            character = QLatin1Char(' ');
+    return text;
+}
+
+QString padded(const QString& text, std::size_t width)
+{
+    const std::size_t missing = width - std::min(columns(text), width);
+    return text + QString(static_cast<int>(missing), QLatin1Char(' '));
+}
+
+std::string minutesAndSeconds(std::chrono::duration<double> time)
+{
+    const auto seconds = static_cast<long>(std::lround(time.count()));
+    const std::string rest = std::to_string(seconds % 60);
+    return std::to_string(seconds / 60) + (rest.size() < 2 ? ":0" : ":") + rest;
+}
+
+std::string times(const RunState& state)
+{
+    constexpr double enoughToJudge = 0.01;
+    std::string elapsed = "  " + minutesAndSeconds(state.elapsed) + " elapsed";
+    if (state.fraction < enoughToJudge)
+        return elapsed;
+    return elapsed + "  " + minutesAndSeconds(state.elapsed * (1 - state.fraction) / state.fraction) +
+           " left";
+}
+
+std::string percentage(double fraction)
+{
+    const std::string number = std::to_string(static_cast<int>(fraction * 100));
+    return std::string(4 - std::min<std::size_t>(number.size(), 4), ' ') + number + " %";
+}
+
+std::string bar(double fraction, std::size_t width)
+{
+    const auto done = static_cast<std::size_t>(fraction * static_cast<double>(width));
+    return "[" + std::string(done, '#') + std::string(width - done, '-') + "]";
+}
+
+} // namespace
+
+std::string progressLine(const RunState& state, std::size_t width)
+{
+    const double fraction = std::isnan(state.fraction) ? 0 : std::clamp(state.fraction, 0.0, 1.0);
+    const QString stage = padded(oneLine(QString::fromStdString(state.stage)), stageWidth);
+    const std::string percent = percentage(fraction);
+    const std::string time = times({state.stage, fraction, state.elapsed});
+    std::size_t taken = columns(stage);
+    if (taken > width)
+        return cutToWidth(stage, static_cast<int>(width)).toStdString();
+    std::string line = stage.toStdString();
+    const auto addIfItFits = [&](const std::string& part) {
+        if (taken + part.size() > width)
+            return;
+        line += part;
+        taken += part.size();
+    };
+    const std::size_t fixed = taken + 3 + percent.size() + time.size();
+    if (fixed + smallestBar <= width)
+        addIfItFits(' ' + bar(fraction, std::min(width - fixed, largestBar)));
+    addIfItFits(percent);
+    addIfItFits(time);
+    return line;
+}
+
+} // namespace Brennic::Core
