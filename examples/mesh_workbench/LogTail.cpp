@@ -68,4 +68,4 @@ bool LogTail::readPiece()
     return true;
 }
 
-#include "moc_LogTail.cpp"
+#include "moc_LogTail.cpp" // NOLINT(bugprone-suspicious-include)

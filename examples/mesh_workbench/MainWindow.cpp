@@ -224,4 +224,4 @@ void MainWindow::updateState()
     setWindowTitle(m_hasMesh ? mesh + QStringLiteral(" - ") + program : program);
 }
 
-#include "moc_MainWindow.cpp"
+#include "moc_MainWindow.cpp" // NOLINT(bugprone-suspicious-include)

@@ -45,4 +45,4 @@ void Screenshot::take()
     Q_EMIT finished(isSaved ? QString() : tr("cannot save %1: %2").arg(name, writer.errorString()));
 }
 
-#include "moc_Screenshot.cpp"
+#include "moc_Screenshot.cpp" // NOLINT(bugprone-suspicious-include)
