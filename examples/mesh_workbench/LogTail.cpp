@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int interval = 100; // milliseconds
-constexpr qint64 pieceSize = 32 * 1024;
+constexpr qint64 pieceSize = 32'768;
 
 QByteArray read(const QString& path, qint64 position)
 {

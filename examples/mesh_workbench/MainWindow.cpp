@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QStatusBar>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <boost/nowide/convert.hpp>
 
@@ -212,8 +213,7 @@ void MainWindow::finishShowing(SmoothingRun::Outcome outcome, const QString& err
 {
     m_logTail->catchUp();
     updateState();
-    QMetaObject::invokeMethod(
-        this, [this, outcome, error] { Q_EMIT runEnded(outcome, error); }, Qt::QueuedConnection);
+    QTimer::singleShot(0, this, [this, outcome, error] { Q_EMIT runEnded(outcome, error); });
 }
 
 void MainWindow::updateState()

@@ -4,6 +4,7 @@
 
 #include <QImageWriter>
 #include <QPixmap>
+#include <QTimer>
 
 #include <brn_mesh_widgets/ProgressModel.h>
 
@@ -34,7 +35,7 @@ void Screenshot::takeWhenShown()
         return;
     m_isRunDone = false;
     // Behind the layout that the last changes have asked for.
-    QMetaObject::invokeMethod(this, &Screenshot::take, Qt::QueuedConnection);
+    QTimer::singleShot(0, this, &Screenshot::take);
 }
 
 void Screenshot::take()
