@@ -8,7 +8,6 @@
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QStatusBar>
-#include <QTimer>
 #include <QVBoxLayout>
 #include <boost/nowide/convert.hpp>
 
@@ -68,6 +67,8 @@ MainWindow::MainWindow(RunOptions options, RunSource& source)
     connect(m_toolBar, &RunToolBar::openRequested, this, &MainWindow::askForMesh);
     connect(m_toolBar, &RunToolBar::smoothRequested, this, &MainWindow::smooth);
     connect(m_toolBar, &RunToolBar::cancelRequested, this, &MainWindow::cancel);
+    m_end.setSingleShot(true);
+    connect(&m_end, &QTimer::timeout, this, [this] { Q_EMIT runEnded(m_outcome, m_error); });
     resize(usualSize);
     updateState();
 }
@@ -213,7 +214,9 @@ void MainWindow::finishShowing(SmoothingRun::Outcome outcome, const QString& err
 {
     m_logTail->catchUp();
     updateState();
-    QTimer::singleShot(0, this, [this, outcome, error] { Q_EMIT runEnded(outcome, error); });
+    m_outcome = outcome;
+    m_error = error;
+    m_end.start(0);
 }
 
 void MainWindow::updateState()

@@ -4,7 +4,6 @@
 
 #include <QImageWriter>
 #include <QPixmap>
-#include <QTimer>
 
 #include <brn_mesh_widgets/ProgressModel.h>
 
@@ -16,6 +15,8 @@ using Brennic::Widgets::ProgressModel;
 Screenshot::Screenshot(MainWindow& window, std::filesystem::path file)
     : m_window(window), m_file(std::move(file))
 {
+    m_layoutDone.setSingleShot(true);
+    connect(&m_layoutDone, &QTimer::timeout, this, &Screenshot::take);
     connect(&window, &MainWindow::runEnded, this,
             [this](SmoothingRun::Outcome outcome, const QString& error) {
                 m_isRunDone = outcome == SmoothingRun::Outcome::Done;
@@ -35,7 +36,7 @@ void Screenshot::takeWhenShown()
         return;
     m_isRunDone = false;
     // Behind the layout that the last changes have asked for.
-    QTimer::singleShot(0, this, &Screenshot::take);
+    m_layoutDone.start(0);
 }
 
 void Screenshot::take()
