@@ -6,7 +6,7 @@
 namespace {
 
 constexpr int interval = 100; // milliseconds
-constexpr qint64 pieceSize = 32 * 1024;
+constexpr qint64 pieceSize = 32'768;
 
 QByteArray read(const QString& path, qint64 position)
 {
@@ -68,4 +68,4 @@ bool LogTail::readPiece()
     return true;
 }
 
-#include "moc_LogTail.cpp"
+#include "moc_LogTail.cpp" // NOLINT(bugprone-suspicious-include)

@@ -67,6 +67,8 @@ MainWindow::MainWindow(RunOptions options, RunSource& source)
     connect(m_toolBar, &RunToolBar::openRequested, this, &MainWindow::askForMesh);
     connect(m_toolBar, &RunToolBar::smoothRequested, this, &MainWindow::smooth);
     connect(m_toolBar, &RunToolBar::cancelRequested, this, &MainWindow::cancel);
+    m_end.setSingleShot(true);
+    connect(&m_end, &QTimer::timeout, this, [this] { Q_EMIT runEnded(m_outcome, m_error); });
     resize(usualSize);
     updateState();
 }
@@ -212,8 +214,9 @@ void MainWindow::finishShowing(SmoothingRun::Outcome outcome, const QString& err
 {
     m_logTail->catchUp();
     updateState();
-    QMetaObject::invokeMethod(
-        this, [this, outcome, error] { Q_EMIT runEnded(outcome, error); }, Qt::QueuedConnection);
+    m_outcome = outcome;
+    m_error = error;
+    m_end.start(0);
 }
 
 void MainWindow::updateState()
@@ -224,4 +227,4 @@ void MainWindow::updateState()
     setWindowTitle(m_hasMesh ? mesh + QStringLiteral(" - ") + program : program);
 }
 
-#include "moc_MainWindow.cpp"
+#include "moc_MainWindow.cpp" // NOLINT(bugprone-suspicious-include)

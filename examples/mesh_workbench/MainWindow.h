@@ -8,6 +8,7 @@
 #include <memory>
 
 #include <QMainWindow>
+#include <QTimer>
 
 #include "RunOptions.h"
 #include "SmoothingRun.h"
@@ -67,5 +68,8 @@ private:
     RunToolBar* m_toolBar;
     RunViews* m_views;
     bool m_hasMesh = false; // one that could be loaded; the options name it
+    QTimer m_end;           // from which the end of a run, which follows, is told
+    SmoothingRun::Outcome m_outcome = SmoothingRun::Outcome::Failed;
+    QString m_error;
     std::unique_ptr<SmoothingRun> m_run;
 };

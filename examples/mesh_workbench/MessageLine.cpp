@@ -40,4 +40,4 @@ void MessageLine::say(Kind kind, const QString& sentence)
     setVisible(!sentence.isEmpty());
 }
 
-#include "moc_MessageLine.cpp"
+#include "moc_MessageLine.cpp" // NOLINT(bugprone-suspicious-include)

@@ -57,4 +57,4 @@ void RunToolBar::setState(bool hasMesh, bool isRunning)
     m_subdivisions->setEnabled(!isRunning);
 }
 
-#include "moc_RunToolBar.cpp"
+#include "moc_RunToolBar.cpp" // NOLINT(bugprone-suspicious-include)

@@ -92,4 +92,4 @@ void RunViews::appendLog(const QString& lines)
     m_log->appendPlainText(lines);
 }
 
-#include "moc_RunViews.cpp"
+#include "moc_RunViews.cpp" // NOLINT(bugprone-suspicious-include)

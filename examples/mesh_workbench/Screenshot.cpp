@@ -15,6 +15,8 @@ using Brennic::Widgets::ProgressModel;
 Screenshot::Screenshot(MainWindow& window, std::filesystem::path file)
     : m_window(window), m_file(std::move(file))
 {
+    m_layoutDone.setSingleShot(true);
+    connect(&m_layoutDone, &QTimer::timeout, this, &Screenshot::take);
     connect(&window, &MainWindow::runEnded, this,
             [this](SmoothingRun::Outcome outcome, const QString& error) {
                 m_isRunDone = outcome == SmoothingRun::Outcome::Done;
@@ -34,7 +36,7 @@ void Screenshot::takeWhenShown()
         return;
     m_isRunDone = false;
     // Behind the layout that the last changes have asked for.
-    QMetaObject::invokeMethod(this, &Screenshot::take, Qt::QueuedConnection);
+    m_layoutDone.start(0);
 }
 
 void Screenshot::take()
@@ -45,4 +47,4 @@ void Screenshot::take()
     Q_EMIT finished(isSaved ? QString() : tr("cannot save %1: %2").arg(name, writer.errorString()));
 }
 
-#include "moc_Screenshot.cpp"
+#include "moc_Screenshot.cpp" // NOLINT(bugprone-suspicious-include)

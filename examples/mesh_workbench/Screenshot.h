@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include <QObject>
+#include <QTimer>
 
 class MainWindow;
 
@@ -27,4 +28,5 @@ private:
     MainWindow& m_window;
     const std::filesystem::path m_file;
     bool m_isRunDone = false;
+    QTimer m_layoutDone;
 };

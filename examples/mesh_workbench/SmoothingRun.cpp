@@ -75,4 +75,4 @@ void SmoothingRun::end(Outcome outcome, const QString& error)
     Q_EMIT ended(outcome, error);
 }
 
-#include "moc_SmoothingRun.cpp"
+#include "moc_SmoothingRun.cpp" // NOLINT(bugprone-suspicious-include)

@@ -122,4 +122,4 @@ QRect WaypointChart::barArea() const
     return {left, margin, std::max(1, right - left), height() - 2 * margin};
 }
 
-#include "moc_WaypointChart.cpp"
+#include "moc_WaypointChart.cpp" // NOLINT(bugprone-suspicious-include)
