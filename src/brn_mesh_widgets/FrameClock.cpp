@@ -39,4 +39,4 @@ void FrameClock::begin()
 
 } // namespace Brennic::Widgets
 
-#include "moc_FrameClock.cpp"
+#include "moc_FrameClock.cpp" // NOLINT(bugprone-suspicious-include)

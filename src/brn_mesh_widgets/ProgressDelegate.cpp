@@ -171,4 +171,4 @@ QSize ProgressDelegate::sizeHint(const QStyleOptionViewItem& option, const QMode
 
 } // namespace Brennic::Widgets
 
-#include "moc_ProgressDelegate.cpp"
+#include "moc_ProgressDelegate.cpp" // NOLINT(bugprone-suspicious-include)

@@ -258,4 +258,4 @@ QHash<int, QByteArray> ProgressModel::roleNames() const
 
 } // namespace Brennic::Widgets
 
-#include "moc_ProgressModel.cpp"
+#include "moc_ProgressModel.cpp" // NOLINT(bugprone-suspicious-include)

@@ -122,4 +122,4 @@ ProgressStatusBar::AtEnd ProgressStatusBar::atEnd() const
 
 } // namespace Brennic::Widgets
 
-#include "moc_ProgressStatusBar.cpp"
+#include "moc_ProgressStatusBar.cpp" // NOLINT(bugprone-suspicious-include)
