@@ -2,6 +2,8 @@
 /// \file
 /// Has a console take UTF-8 while it lives, as all text of the program is.
 
+#include <memory>
+
 namespace Brennic::Waypoints {
 
 class Utf8Console
@@ -13,7 +15,8 @@ public:
     Utf8Console& operator=(const Utf8Console&) = delete;
 
 private:
-    unsigned m_formerCodePage = 0; // 0: nothing to put back
+    class Impl;
+    std::unique_ptr<Impl> m_impl; // empty: nothing to put back
 };
 
 } // namespace Brennic::Waypoints

@@ -7,6 +7,7 @@
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_common/minidump/DumpPath_win.h>
+#include <brn_mesh_common/minidump/ShallowWait_win.h>
 
 #include <windows.h>
 
@@ -58,7 +59,7 @@ public:
         ResetEvent(m_answered);
         SetEvent(m_asked);
         // A thread that does not come back stays busy: there is no second dump.
-        const bool isInTime = WaitForSingleObject(m_answered, timeForDump) == WAIT_OBJECT_0;
+        const bool isInTime = waitWithLittleStack(m_answered, timeForDump);
         const bool isWritten = isInTime && m_isWritten;
         m_isBusy = !isInTime;
         return isWritten;

@@ -22,19 +22,30 @@ public:
     static SignalAction byDefault() { return SignalAction(nullptr, 0); }
     static SignalAction calling(Handler handler) { return SignalAction(handler, SA_SIGINFO); }
 
-    void applyTo(int signal) const { systemCall(SYS_rt_sigaction, signal, this, nullptr, sizeof(m_mask)); }
+    void applyTo(int signal) const
+    {
+        systemCall(SYS_rt_sigaction, signal, &m_record, nullptr, sizeof(m_record.mask));
+    }
 
 private:
     static constexpr std::uint64_t hasRestorer =
         0x04000000; // SA_RESTORER, which the C library keeps to itself
 
-    SignalAction(Handler handler, std::uint64_t flags) : m_handler(handler), m_flags(flags | hasRestorer) {}
+    // The kernel's.
+    struct Record
+    {
+        Handler handler;
+        std::uint64_t flags;
+        void (*restorer)();
+        std::uint64_t mask;
+    };
 
-    // The kernel's record.
-    Handler m_handler;
-    std::uint64_t m_flags;
-    void (*m_restorer)() = brnReturnFromSignal;
-    std::uint64_t m_mask = 0;
+    SignalAction(Handler handler, std::uint64_t flags)
+        : m_record{handler, flags | hasRestorer, brnReturnFromSignal, 0}
+    {
+    }
+
+    Record m_record;
 };
 
 } // namespace Brennic::Minidump

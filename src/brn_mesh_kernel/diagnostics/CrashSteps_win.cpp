@@ -31,6 +31,7 @@ void allocateOnce()
 
 void callHandlerOnce()
 {
+    CrashSteps::instance().endWithThisThread();
     const CrashSettings& settings = keepCrashSettings();
     try {
         settings.sendCrashDump(settings.dumpFilePath.c_str());
@@ -93,13 +94,17 @@ void CrashSteps::callHandler(bool hasStack)
     const bool isHeapUsable = m_handlerThread.run(allocateOnce, timeForHeap);
     if (!isHeapUsable)
         m_watchThread.run(exitAfterAWhile, 0);
-    FlsSetValue(m_endOfThread, this);
     if (hasStack)
         callHandlerOnce();
     else if (isHeapUsable)
         m_handlerThread.run(callHandlerOnce, INFINITE);
     else
         m_reportThread.run(callHandlerOnce, timeForHandlerWithoutHeap);
+}
+
+void CrashSteps::endWithThisThread()
+{
+    FlsSetValue(m_endOfThread, this);
 }
 
 bool CrashSteps::isOnOwnThread() const

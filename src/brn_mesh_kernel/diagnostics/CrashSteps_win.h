@@ -21,6 +21,9 @@ public:
     ///        on another one.
     void run(_EXCEPTION_POINTERS* exception, bool hasStack);
 
+    /// Lets the process end when the calling thread does, which is about to call the handler.
+    void endWithThisThread();
+
     /// Whether the calling thread is one of those that take the steps.
     bool isOnOwnThread() const;
     /// For one of those threads that has crashed: goes on with the next step, and stops this one.

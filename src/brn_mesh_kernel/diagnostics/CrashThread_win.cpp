@@ -1,5 +1,7 @@
 #include <brn_mesh_kernel/diagnostics/CrashThread_win.h>
 
+#include <brn_mesh_common/minidump/ShallowWait_win.h>
+
 namespace Brennic::Core {
 
 void CrashThread::start()
@@ -18,7 +20,7 @@ bool CrashThread::run(Work work, DWORD milliseconds)
     m_work = work;
     m_isDone = false;
     SetEvent(m_asked);
-    m_isLost = WaitForSingleObject(m_answered, milliseconds) != WAIT_OBJECT_0 || !m_isDone;
+    m_isLost = !Minidump::waitWithLittleStack(m_answered, milliseconds) || !m_isDone;
     return !m_isLost;
 }
 
