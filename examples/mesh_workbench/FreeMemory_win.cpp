@@ -1,0 +1,3 @@
+#include "FreeMemory.h"
+
+void joinFreeBlocksAtOnce() {}
