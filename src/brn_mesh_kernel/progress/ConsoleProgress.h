@@ -15,9 +15,9 @@
 /// terminal, nothing is ever printed.
 ///
 /// Records that the kernel logs, in whatever thread, never mix with the line. Whoever prints to the standard output
-/// otherwise keeps it away meanwhile by a \ref Pause.
+/// otherwise keeps it away meanwhile by a `Pause`.
 ///
-/// Threads: made, used and destroyed in the GUI thread, while there is an application object. A \ref Pause belongs to any.
+/// Threads: made, used and destroyed in the GUI thread, while there is an application object. A `Pause` belongs to any.
 ///
 /// Lifetime: shares the progress until its own end, at which the line is erased and the terminal as it was. A terminal
 /// has one line: of several objects each draws over the other.
@@ -30,6 +30,7 @@ namespace Brennic::Core {
 
 class Progress;
 
+/// The live line of a terminal.
 class BRN_MESH_KERNEL_EXPORT ConsoleProgress
 {
 public:
