@@ -11,7 +11,7 @@ namespace {
 
 const ProgressNode& nodeOf(const QModelIndex& index)
 {
-    return *static_cast<const ProgressNode*>(index.constInternalPointer());
+    return *static_cast<const ProgressNode*>(index.internalPointer());
 }
 
 // Rounded down: what is not complete does not say so.

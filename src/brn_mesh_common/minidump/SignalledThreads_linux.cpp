@@ -15,7 +15,7 @@ namespace {
 // Threads wait in their handlers no longer than a dump may take, should it never tell them to go on.
 constexpr std::int64_t longestWait = 6000;
 
-constexpr std::int64_t timeForPlaces = 100;
+constexpr std::int64_t timeForPlaces = 1000;
 
 // Where the handlers write. Static: an answer may come late, after the object is gone.
 std::atomic<ThreadList*> g_threads{nullptr};
