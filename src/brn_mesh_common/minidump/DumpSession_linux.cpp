@@ -14,9 +14,8 @@ namespace {
 constexpr std::int64_t timeForDump = 5000;
 constexpr std::int64_t timeForHelper = 3000;
 constexpr std::int64_t timeForLastHelper = 1000;
-constexpr std::int64_t timeToStopThreads = 500;
 // They have to run for it, and one of idle priority gets no time for long while others work.
-constexpr std::int64_t timeForAnswers = 1500;
+constexpr std::int64_t timeToStopThreads = 1500;
 
 // A write past the limit for file sizes sends a signal, besides failing.
 class BlockedFileSizeSignal
@@ -67,7 +66,7 @@ bool DumpSession::writeWithSignalledThreads()
         return false;
     keepCallingThreadOnly();
     SignalledThreads threads(m_workspace.snapshot.process, m_workspace.snapshot.threads);
-    threads.stop(Deadline(timeForAnswers));
+    threads.stop(Deadline(timeToStopThreads));
     if (runHelper(Threads::Known, Extent::Full) == HelperEnd::NotStarted)
         write();
     return m_isWritten;
