@@ -36,15 +36,29 @@ class SpinningMutex
 public:
     void lock()
     {
-        for (int i = 0; i < 100; ++i)
-            if (m_mutex.try_lock())
-                return;
-        m_mutex.lock();
+        if (!tryFor(tries))
+            m_mutex.lock();
+        m_isTaken.store(true, std::memory_order_relaxed);
     }
-    void unlock() { m_mutex.unlock(); }
+    void unlock()
+    {
+        m_isTaken.store(false, std::memory_order_relaxed);
+        m_mutex.unlock();
+    }
 
 private:
+    static constexpr int tries = 200;
+
+    bool tryFor(int count)
+    {
+        while (count-- > 0)
+            if (!m_isTaken.load(std::memory_order_relaxed) && m_mutex.try_lock())
+                return true;
+        return false;
+    }
+
     std::mutex m_mutex;
+    std::atomic<bool> m_isTaken{false}; // a hint, so that those who try leave the mutex alone
 };
 
 struct TaskPlatform

@@ -171,6 +171,7 @@ public:
     {
         const Lock lock(m_mutex);
         m_workers.push_back(&worker);
+        ++m_workerCount;
     }
 
     /// For one whose thread will not enter its event loop (again).
@@ -180,6 +181,7 @@ public:
         worker.m_hasStarted = false;
         update(worker);
         m_workers.erase(std::remove(m_workers.begin(), m_workers.end(), &worker), m_workers.end());
+        m_workerCount = static_cast<int>(m_workers.size());
     }
 
     /// Appends \p job, which is empty then. Refuses it while every worker waits, unless \p evenIfAllWait.
@@ -333,8 +335,8 @@ private:
 
     static constexpr unsigned longestQuiet = 50; // ticks
 
-    bool doAllWait() const { return m_waitingCount == static_cast<int>(m_workers.size()); }
-    bool isWatchNeeded() const { return m_notifiedCount > 0 && !m_idle.empty() && m_jobs.count() > 0; }
+    bool doAllWait() const { return m_waitingCount == m_workerCount; }
+    bool isWatchNeeded() const { return m_notifiedCount > 0 && m_idleCount > 0 && m_jobs.count() > 0; }
 
     template <typename Function>
     Notifications change(Worker& worker, Function function)
@@ -358,9 +360,9 @@ private:
     {
         if (m_jobs.count() == 0 || !Platform::isOpen())
             return out;
-        if (m_notifiedCount == 0 && !m_idle.empty())
+        if (m_notifiedCount == 0 && m_idleCount > 0)
             notify(*m_idle.back(), out);
-        if (m_idle.empty() && m_deliverableCount > 0)
+        if (m_idleCount == 0 && m_deliverableCount > 0)
             for (Worker* worker : m_workers)
                 if (worker->m_isDeliverable)
                     notify(*worker, out);
@@ -403,18 +405,23 @@ private:
             m_notifiedCount += change;
         if (state == State::Waiting)
             m_waitingCount += change;
+        if (state == State::Idle)
+            m_idleCount += change;
     }
 
-    mutable typename Platform::Mutex m_mutex; // guards all that follows
-    Jobs m_jobs;
-    std::vector<Worker*> m_workers;
-    std::vector<Worker*> m_idle; // who became idle last is at the end, and is notified first
+    // Guards all that follows. What most sections touch lies in the cache line of the mutex, or next to it.
+    alignas(64) mutable typename Platform::Mutex m_mutex;
+    int m_workerCount = 0;
+    int m_idleCount = 0;
     int m_notifiedCount = 0;
     int m_waitingCount = 0;
     int m_deliverableCount = 0;
+    bool m_isWatched = false;
+    Jobs m_jobs;
+    std::vector<Worker*> m_workers;
+    std::vector<Worker*> m_idle; // who became idle last is at the end, and is notified first
     unsigned m_ticks = 0;
     unsigned m_quietTicks = 0;
-    bool m_isWatched = false;
 };
 
 } // namespace Brennic::Core

@@ -23,8 +23,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds turnTime{1};
 
 // The GUI thread is to be back at its timers, input and painting within a frame of 16 ms. A pass through its posted
-// events is marked after the first of these times that it spends in jobs, and is a flood after the second. The event
-// of a flood runs jobs for the third.
+// events is marked after the first of these times, and is a flood once it has spent the second in jobs. The event of a
+// flood runs jobs for the third.
 constexpr std::chrono::milliseconds unmarkedTime{2};
 constexpr std::chrono::milliseconds passTime{12};
 constexpr std::chrono::milliseconds floodTime{8};
@@ -224,6 +224,7 @@ void TaskWorker::discardEvents()
 void TaskWorker::resume()
 {
     if (m_core->qos == eQOS_GUI) {
+        beginPass();
         postFlood();
         return;
     }
@@ -281,16 +282,15 @@ void TaskWorker::serve()
 void TaskWorker::serveGui(JobNumber number)
 {
     const bool isFlood = number == everyJob;
-    if (isFlood || number == noJob) { // it has come with a new pass
-        m_isPassMarked = false;
-        m_passTime = {};
-    }
+    if (isFlood || number == noJob)
+        beginPass();
     if (isFlood)
         m_isFlooded = false; // before the look at what is pending: who adds a job now posts an event for it
     else if (m_isFlooded)
         return;
     TaskJob job;
     Clock::time_point begin = Clock::now();
+    markPass(begin);
     for (int jobs = 0; jobs < mostInFlood && WorkerThreads::areEventsDelivered(); ++jobs) {
         const std::size_t pendingCount = m_core->scheduler.take(job, number);
         if (!job)
@@ -301,22 +301,33 @@ void TaskWorker::serveGui(JobNumber number)
             postFlood();
         job.run();
         job = TaskJob();
+        if (!m_isPassMarked && !isFlood)
+            continue;
         const Clock::time_point end = Clock::now();
         m_passTime += end - std::exchange(begin, end);
-        markPass();
         if (isFlood && m_passTime > floodTime)
             return;
     }
 }
 
-// A pass delivers what was posted before it began. So an event that is posted in the middle of one arrives when the
-// thread has been at its timers and its input again.
-void TaskWorker::markPass()
+void TaskWorker::beginPass()
 {
-    if (m_isPassMarked || m_passTime < unmarkedTime)
+    m_isPassMarked = false;
+    m_passBegan = {};
+    m_passTime = {};
+}
+
+// A pass delivers what was posted before it began. So an event that is posted in the middle of one arrives when the
+// thread has been at its timers and its input again. It is spared as long as the last pass cannot have taken long.
+void TaskWorker::markPass(Clock::time_point now)
+{
+    if (m_isPassMarked)
+        return;
+    if (m_passBegan == Clock::time_point())
+        m_passBegan = now;
+    if (now - m_passBegan < unmarkedTime)
         return;
     m_isPassMarked = true;
-    m_passTime = {};
     postGuiEvent(noJob);
 }
 

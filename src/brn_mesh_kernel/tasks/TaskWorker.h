@@ -95,7 +95,8 @@ private:
     bool mayGoOn();
     void serve();
     void serveGui(JobNumber number);
-    void markPass();
+    void beginPass();
+    void markPass(std::chrono::steady_clock::time_point now);
     void postFlood();
     void postGuiEvent(JobNumber number);
 
@@ -113,8 +114,9 @@ private:
     // Of the GUI worker.
     std::atomic<int> m_guiPosts{0};
     std::atomic<bool> m_isFlooded{false}; // an event is on its way that runs whatever is pending
-    // The GUI thread's: how long this pass through its posted events has run jobs since it was marked, and whether an
+    // The GUI thread's, of this pass through its posted events: since when, how long it has run jobs, and whether an
     // event is on its way that will only arrive in the next pass.
+    std::chrono::steady_clock::time_point m_passBegan;
     std::chrono::steady_clock::duration m_passTime{0};
     bool m_isPassMarked = false;
 };
