@@ -70,7 +70,7 @@ public:
         const bool result = ConsoleReporter::ReportContext(context);
         benchmark::AddCustomContext("qt", qVersion());
         benchmark::AddCustomContext("compiler", BRN_COMPILER);
-        int count = 10; // so that they are sorted as they stand
+        int count = 100; // so that they are sorted as they stand
         for (const Ratio& ratio : m_comparison.ratios)
             benchmark::AddCustomContext("ratio " + std::to_string(count++), asText(ratio));
         for (const Figure& figure : m_comparison.figures)

@@ -146,11 +146,12 @@ Ratio addGrowth(const std::string& what, int workers, int many, Placement placem
 
 /// The growth of queued calls to one thread stands below ours: it tells what the machine has to do with it.
 template <typename Ours, typename QueuedCall>
-void compareGrowth(Comparison& comparison, const std::string& what, int workers, int many, double target)
+void compareGrowth(Comparison& comparison, const std::string& where, int workers, int many, double target)
 {
     for (const Placement placement : placements()) {
-        comparison.ratios.push_back(addGrowth<Ours>(what, workers, many, placement, target));
-        comparison.ratios.push_back(addGrowth<QueuedCall>(what + " of queued calls", 1, many, placement, 0));
+        comparison.ratios.push_back(addGrowth<Ours>("growth, " + where, workers, many, placement, target));
+        comparison.ratios.push_back(
+            addGrowth<QueuedCall>(std::string("growth, ") + QueuedCall::name, 1, many, placement, 0));
     }
 }
 
@@ -160,7 +161,7 @@ void compareGuiBacklogs(Comparison& comparison)
     for (const Placement placement : placements())
         for (const int count : {shortBurst, longBurst}) {
             const std::string whole = std::string("backlog of the GUI thread, ") + nameOf(placement);
-            comparison.ratios.push_back({whole + ", " + grouped(count) + " / " + GuiQueuedCall::name,
+            comparison.ratios.push_back({whole + ", " + grouped(count) + " / queued call",
                                          addBacklog<KernelGui>(whole, 1, count, placement),
                                          addBacklog<GuiQueuedCall>(whole, 1, count, placement), 1.0, ""});
         }
@@ -212,9 +213,9 @@ Comparison comparison()
     compareBursts<KernelGui, GuiQueuedCall>(all, "dispatchAsync to the GUI thread", 1, 1);
     compareWaiting(all);
     compareGuiBacklogs(all);
-    compareGrowth<KernelQueue, ObjectInThread>(all, "growth, " + counted(workersOfBacklog, "worker"),
-                                               workersOfBacklog, 1'000'000, 1.5);
-    compareGrowth<KernelGui, GuiQueuedCall>(all, "growth, GUI thread", 1, 320'000, 1.1);
+    compareGrowth<KernelQueue, ObjectInThread>(all, counted(workersOfBacklog, "worker"), workersOfBacklog,
+                                               1'000'000, 1.5);
+    compareGrowth<KernelGui, GuiQueuedCall>(all, "GUI thread", 1, 320'000, 1.1);
     return all;
 }
 

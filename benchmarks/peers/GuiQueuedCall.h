@@ -8,7 +8,7 @@
 class GuiQueuedCall
 {
 public:
-    static constexpr const char* name = "queued call";
+    static constexpr const char* name = "queued call to the GUI thread";
 
     explicit GuiQueuedCall(int) {}
 
