@@ -271,11 +271,12 @@ void TaskWorker::serve()
     const Clock::time_point end = Clock::now() + turnTime;
     for (TaskJob job; turn.take(job);) {
         callIgnoringQtHandlers([](void* argument) { static_cast<TaskJob*>(argument)->run(); }, &job);
-        // Once the process ends, objects with static storage are being destroyed, perhaps some that releasing the job
-        // needs. So the thread may be held before it does that.
+        // Objects with static storage are being destroyed now, perhaps also some that releasing the job needs.
+        if (WorkerThreads::haveEnded())
+            WorkerThreads::hold(*this);
+        job = TaskJob();
         if (!mayGoOn() || Clock::now() > end)
             return;
-        job = TaskJob();
     }
 }
 
