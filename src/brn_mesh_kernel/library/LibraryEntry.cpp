@@ -27,9 +27,9 @@ void detachEarlyAtExit()
 
 void libraryAttached()
 {
+    WorkerThreads::watchApplication();
     GlobalQueues::initGlobalQueues();
     detachAtExit();
-    WorkerThreads::watchApplication();
     qAddPreRoutine(&detachEarlyAtExit);
 }
 

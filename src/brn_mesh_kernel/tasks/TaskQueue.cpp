@@ -34,14 +34,7 @@ std::shared_ptr<Task> taskOf(const TaskJob& job)
 TaskQueue::TaskQueue(EQualityOfService qos, int maxConcurrency, const std::shared_ptr<TaskFamily>& family)
     : m_core(std::make_shared<TaskQueueCore>(qos, family))
 {
-    for (int i = workerCount(qos, maxConcurrency); i > 0; --i) {
-        auto* const worker = new TaskWorker(m_core); // deletes itself after it has retired
-        if (qos != eQOS_GUI && !WorkerThreads::start(*worker)) {
-            WorkerThreads::retire(*worker);
-            return; // the system has no threads left
-        }
-        m_core->workers.push_back(worker);
-    }
+    WorkerThreads::makeWorkers(m_core, workerCount(qos, maxConcurrency));
 }
 
 TaskQueue::~TaskQueue()
@@ -49,8 +42,7 @@ TaskQueue::~TaskQueue()
     const QueueScheduler::Jobs released = m_core->scheduler.takeAll(true);
     // Not on a signal of the queue: a worker may be deleted in its thread before this returns, in the middle of the
     // signal's list of receivers.
-    for (TaskWorker* worker : m_core->workers)
-        WorkerThreads::retire(*worker);
+    WorkerThreads::retireWorkers(*m_core);
 }
 
 std::shared_ptr<TaskQueue> TaskQueue::createQueue(EQualityOfService qos, int maxConcurrency)
@@ -90,7 +82,7 @@ EQualityOfService TaskQueue::getQOS() const
 
 int TaskQueue::getMaxConcurrency() const
 {
-    return static_cast<int>(m_core->workers.size());
+    return m_core->scheduler.workerCount();
 }
 
 bool TaskQueue::isArrivalObserved() const
@@ -106,7 +98,7 @@ void TaskQueue::connectNotify(const QMetaMethod& signal)
 
 bool TaskQueue::isGuiThread() const
 {
-    return m_core->qos == eQOS_GUI && QThread::currentThread() == m_core->workers.front()->thread();
+    return m_core->qos == eQOS_GUI && QThread::currentThread() == m_core->guiWorker->thread();
 }
 
 bool TaskQueue::isFamilyOf(const TaskWorker& worker) const

@@ -25,7 +25,7 @@ bool TaskQueueCore::add(TaskJob& job, bool evenIfAllWait)
 {
     if (qos == eQOS_GUI) {
         const auto [number, pendingCount] = scheduler.append(job);
-        workers.front()->postJob(number, pendingCount);
+        guiWorker->postJob(number, pendingCount);
         return true;
     }
     post(scheduler.add(job, evenIfAllWait));

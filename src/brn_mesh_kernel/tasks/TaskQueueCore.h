@@ -99,8 +99,9 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
     const EQualityOfService qos;
     const std::shared_ptr<TaskFamily> family;
     bool isOverflow = false;
-    std::vector<TaskWorker*>
-        workers; // fixed once the queue is made; only valid as long as the queue is there
+    std::vector<TaskWorker*> workers; // this and the next are guarded by the mutex of WorkerThreads
+    bool isQueueGone = false;
+    TaskWorker* guiWorker = nullptr; // of the GUI queue, as long as that is there
     QueueScheduler scheduler;
     /// Whether somebody has connected to the queue's signal.
     std::atomic<bool> isArrivalObserved{false};

@@ -171,7 +171,20 @@ public:
     {
         const Lock lock(m_mutex);
         m_workers.push_back(&worker);
-        ++m_workerCount;
+        m_workerCount = std::max(m_workerCount, static_cast<int>(m_workers.size()));
+    }
+
+    /// Says how many workers there are or will be: jobs are kept for those that have yet to be added.
+    void setWorkerCount(int count)
+    {
+        const Lock lock(m_mutex);
+        m_workerCount = count;
+    }
+
+    int workerCount() const
+    {
+        const Lock lock(m_mutex);
+        return m_workerCount;
     }
 
     /// For one whose thread will not enter its event loop (again).
@@ -181,7 +194,6 @@ public:
         worker.m_hasStarted = false;
         update(worker);
         m_workers.erase(std::remove(m_workers.begin(), m_workers.end(), &worker), m_workers.end());
-        m_workerCount = static_cast<int>(m_workers.size());
     }
 
     /// Appends \p job, which is empty then. Refuses it while every worker waits, unless \p evenIfAllWait.

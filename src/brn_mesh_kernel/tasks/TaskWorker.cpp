@@ -113,6 +113,7 @@ TaskWorker::TaskWorker(std::shared_ptr<TaskQueueCore> core) : m_core(std::move(c
 {
     const int number = WorkerThreads::add(*this, m_core->qos);
     if (m_core->qos == eQOS_GUI) {
+        m_core->guiWorker = this;
         QThread::currentThread()->setPriority(QThread::HighestPriority);
         return;
     }
@@ -142,8 +143,7 @@ TaskWorker* TaskWorker::current()
 bool TaskWorker::startThread()
 {
     thread()->start(threadPriority(m_core->qos));
-    m_hasThread = thread()->isRunning();
-    return m_hasThread;
+    return thread()->isRunning();
 }
 
 void TaskWorker::enterThread()
@@ -175,14 +175,13 @@ void TaskWorker::leaveThread()
     delete this;
 }
 
-bool TaskWorker::retire()
+void TaskWorker::retire()
 {
     m_hasRetired = true;
     if (m_core->qos == eQOS_GUI)
         deleteLater();
-    else if (m_hasThread)
+    else
         thread()->quit(); // an event would be dropped while there is no application object; this is not
-    return m_hasThread || m_core->qos == eQOS_GUI;
 }
 
 void TaskWorker::postEvent()
@@ -208,15 +207,13 @@ void TaskWorker::postFlood()
 
 void TaskWorker::postGuiEvent(JobNumber number)
 {
-    ++m_guiPosts; // before the look: whoever ends the delivery waits for those who have seen that it goes on
-    if (WorkerThreads::areEventsDelivered())
+    if (const WorkerThreads::ApplicationUse use; use)
         QCoreApplication::postEvent(this, new WorkerEvent(*this, number));
-    --m_guiPosts;
 }
 
 void TaskWorker::discardEvents()
 {
-    while (isBeingPosted() || m_guiPosts != 0)
+    while (isBeingPosted())
         std::this_thread::yield();
     QCoreApplication::removePostedEvents(this, workerEventType());
 }
@@ -228,21 +225,19 @@ void TaskWorker::resume()
         postFlood();
         return;
     }
-    if (!m_hasThread && !m_hasRetired && !startThread())
-        m_core->scheduler.removeWorker(*this); // the others do without it
     m_core->post(m_core->scheduler.resume());
 }
 
 bool TaskWorker::isAtRest() const
 {
     const bool expectsEvent = m_core->scheduler.hasEvent(*this) && !m_core->scheduler.isBusy(*this);
-    return !m_hasThread || m_isHeld || m_hasRetired || (m_isServing && !expectsEvent);
+    return m_core->qos == eQOS_GUI || m_isHeld || (m_isServing && !expectsEvent);
 }
 
 bool TaskWorker::isStartingOrEnding() const
 {
     const bool isEnding = m_hasRetired && !m_core->scheduler.isBusy(*this);
-    return m_hasThread && !m_isHeld && (!m_isServing || isEnding);
+    return m_core->qos != eQOS_GUI && !m_isHeld && (!m_isServing || isEnding);
 }
 
 bool TaskWorker::event(QEvent* event)

@@ -52,8 +52,8 @@ public:
     /// Starts the thread; false if the system has none. Thread: any.
     bool startThread();
 
-    /// Lets the worker end, now that its queue has gone; false if it has no thread to delete it. Thread: any.
-    bool retire();
+    /// Lets the worker end, now that its queue has gone. Thread: any.
+    void retire();
     bool hasRetired() const { return m_hasRetired; }
 
     /// Posts the event that the scheduler has decided on. Thread: any.
@@ -65,7 +65,7 @@ public:
     /// Takes back the events that have not been delivered: no application object is there to deliver them. Thread: any.
     void discardEvents();
 
-    /// Starts and posts what is needed now that there is an application object. Thread: any.
+    /// Posts what is needed now that there is an application object. Thread: any.
     void resume();
 
     /// Whether the thread is held. Thread: the worker's.
@@ -102,7 +102,6 @@ private:
 
     const std::shared_ptr<TaskQueueCore> m_core;
     std::string m_threadName;
-    bool m_hasThread = false; // guarded by the mutex of WorkerThreads
     std::atomic<bool> m_hasRetired{false};
     std::atomic<bool> m_isServing{
         false}; // the event loop has begun: before, Qt is still making what that needs
@@ -112,7 +111,6 @@ private:
     std::unique_ptr<CrashStack> m_crashStack;
 
     // Of the GUI worker.
-    std::atomic<int> m_guiPosts{0};
     std::atomic<bool> m_isFlooded{false}; // an event is on its way that runs whatever is pending
     // The GUI thread's, of this pass through its posted events: since when, how long it has run jobs, and whether an
     // event is on its way that will only arrive in the next pass.

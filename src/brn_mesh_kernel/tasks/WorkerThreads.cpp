@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include <QCoreApplication>
@@ -32,13 +33,21 @@ struct Entry
     int number;
 };
 
+struct LaterWorkers
+{
+    std::shared_ptr<TaskQueueCore> core;
+    int count;
+};
+
 struct State
 {
     std::atomic<Phase> phase{Phase::BeforeApplication}; // changed under mutex
     std::atomic<const QThread*> applicationThread{nullptr};
     std::mutex mutex;
     std::condition_variable changed;
+    std::atomic<int> applicationUses{0};
     std::vector<Entry> entries;            // guarded by mutex
+    std::vector<LaterWorkers> later;       // guarded by mutex
     std::vector<QThread*> finishedThreads; // guarded by mutex
 };
 
@@ -117,11 +126,28 @@ void deleteFinishedThreads()
         delete thread; // waits for the thread's last steps
 }
 
+void makeWorkersNow(const std::shared_ptr<TaskQueueCore>& core, int count)
+{
+    for (int made = 0; made < count; ++made) {
+        auto* const worker = new TaskWorker(core); // deletes itself after it has retired
+        Lock lock(state().mutex);
+        if (core->qos != eQOS_GUI && !worker->startThread()) {
+            lock.unlock();
+            const std::unique_ptr<QThread> thread(worker->thread());
+            delete worker;
+            core->scheduler.setWorkerCount(made);
+            return;
+        }
+        core->workers.push_back(worker);
+    }
+}
+
 // The application object is about to go.
 void leaveApplication()
 {
     enter(Phase::AfterApplication);
     wakeWaiters();
+    waitUntil([] { return state().applicationUses == 0; });
     {
         // They would be delivered by an application object whose destructor has begun.
         const Lock lock(state().mutex);
@@ -131,14 +157,31 @@ void leaveApplication()
     waitUntil(&areAllAtRest);
 }
 
+void retireLocked(TaskQueueCore& core)
+{
+    for (TaskWorker* worker : core.workers)
+        worker->retire();
+    core.workers.clear();
+    state().changed.notify_all();
+}
+
 void enterApplication()
 {
     if (!enter(Phase::Application))
         return;
     qAddPostRoutine(&leaveApplication); // Qt forgets it once it has been called
-    const Lock lock(state().mutex);
+    Lock lock(state().mutex);
     for (const Entry& entry : state().entries)
         entry.worker->resume();
+    const std::vector<LaterWorkers> later = std::exchange(state().later, {});
+    lock.unlock();
+    for (const LaterWorkers& workers : later) {
+        makeWorkersNow(workers.core, workers.count);
+        lock.lock();
+        if (workers.core->isQueueGone)
+            retireLocked(*workers.core);
+        lock.unlock();
+    }
 }
 
 } // namespace
@@ -201,23 +244,42 @@ std::size_t count()
     return state().entries.size();
 }
 
-bool start(TaskWorker& worker)
+ApplicationUse::ApplicationUse()
 {
-    const Lock lock(state().mutex);
-    const bool isSafe = areEventsDelivered() || QThread::currentThread() == state().applicationThread;
-    return !isSafe || worker.startThread();
+    ++state().applicationUses; // before the look: leaveApplication() waits for those who have seen the object
+    m_isThere = areEventsDelivered();
 }
 
-void retire(TaskWorker& worker)
+ApplicationUse::~ApplicationUse()
 {
-    Lock lock(state().mutex); // the worker's thread takes it before it deletes the worker
-    const bool deletesItself = worker.retire();
-    state().changed.notify_all();
-    lock.unlock();
-    if (deletesItself)
+    --state().applicationUses;
+}
+
+void makeWorkers(const std::shared_ptr<TaskQueueCore>& core, int count)
+{
+    core->scheduler.setWorkerCount(count);
+    const ApplicationUse use;
+    if (use || QThread::currentThread() == state().applicationThread) {
+        makeWorkersNow(core, count);
         return;
-    const std::unique_ptr<QThread> thread(worker.thread());
-    delete &worker;
+    }
+    const Lock lock(state().mutex);
+    state().later.push_back({core, count});
+}
+
+void retireWorkers(TaskQueueCore& core)
+{
+    LaterWorkers dropped{};
+    const Lock lock(state().mutex);
+    core.isQueueGone = true;
+    std::vector<LaterWorkers>& later = state().later;
+    const auto found = std::find_if(later.begin(), later.end(),
+                                    [&core](const LaterWorkers& each) { return each.core.get() == &core; });
+    if (found != later.end()) {
+        dropped = std::move(*found);
+        later.erase(found);
+    }
+    retireLocked(core);
 }
 
 void hold(TaskWorker& worker)

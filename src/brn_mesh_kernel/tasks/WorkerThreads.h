@@ -10,6 +10,7 @@
 /// while the process ends.
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 #include <brn_mesh_kernel/tasks/EQualityOfService.h>
@@ -19,6 +20,7 @@ class QThread;
 namespace Brennic::Core {
 
 class TaskWorker;
+struct TaskQueueCore;
 
 namespace WorkerThreads {
 
@@ -38,18 +40,35 @@ bool isGuiThreadOutOfReach();
 /// calling thread is the one that has yet to make it.
 bool areOutOfReach();
 
+/// Keeps the application object as long as it lives, if there is one: the destructor of that waits. For whoever is
+/// about to touch it, as Qt does when an object is moved to another thread.
+class ApplicationUse
+{
+public:
+    ApplicationUse();
+    ~ApplicationUse();
+    ApplicationUse(const ApplicationUse&) = delete;
+    ApplicationUse& operator=(const ApplicationUse&) = delete;
+
+    /// Whether there is one.
+    explicit operator bool() const { return m_isThere; }
+
+private:
+    bool m_isThere;
+};
+
+/// Makes the workers of a queue and starts their threads. In another thread than the one which makes the application
+/// object, and without one, that is left to the next: Qt's part of it would race with the constructor.
+/// The scheduler knows how many there are or will be: fewer if the system has no threads for more.
+void makeWorkers(const std::shared_ptr<TaskQueueCore>& core, int count);
+
+/// Lets the workers of a queue end, which is being destroyed. They delete themselves.
+void retireWorkers(TaskQueueCore& core);
+
 /// Lists a worker, under the lowest number that no other of its class has. \return its number, from 1.
 int add(TaskWorker& worker, EQualityOfService qos);
 void remove(const TaskWorker& worker);
 std::size_t count();
-
-/// Starts the worker's thread; without an application object only in the thread that makes it. Otherwise the start
-/// waits for the next one: Qt's part of it would race with the constructor of the application object.
-/// \return false if the system has no thread for it.
-bool start(TaskWorker& worker);
-
-/// Lets a worker end, now that its queue has gone. It deletes itself.
-void retire(TaskWorker& worker);
 
 /// Blocks the worker's thread while there is no application object, until the worker's queue has gone; and for ever
 /// once the library has ended.
