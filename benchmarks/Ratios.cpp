@@ -1,5 +1,7 @@
 #include "Ratios.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <sstream>
@@ -10,7 +12,37 @@
 
 namespace {
 
-using Times = std::map<std::string, double>;
+// The repetitions of each benchmark, in seconds.
+using Times = std::map<std::string, std::vector<double>>;
+
+// Beyond this the machine's other work has decided, and no verdict is given.
+constexpr double spreadThatTellsNothing = 0.5;
+
+struct Summary
+{
+    double median = 0;
+    double spread = 0; // half the distance of the quartiles, as a part of the median
+};
+
+// With the two values beside it where the quantile lies between them.
+double quantile(const std::vector<double>& sorted, double part)
+{
+    const double position = part * static_cast<double>(sorted.size() - 1);
+    const auto below = static_cast<std::size_t>(position);
+    const std::size_t above = std::min(below + 1, sorted.size() - 1);
+    return sorted[below] + (sorted[above] - sorted[below]) * (position - static_cast<double>(below));
+}
+
+Summary summaryOf(const Times& times, const std::string& name)
+{
+    const auto found = times.find(name);
+    if (found == times.end() || found->second.empty())
+        return {};
+    std::vector<double> sorted = found->second;
+    std::sort(sorted.begin(), sorted.end());
+    const double median = quantile(sorted, 0.5);
+    return {median, (quantile(sorted, 0.75) - quantile(sorted, 0.25)) / 2 / median};
+}
 
 // What benchmarks/report reads: names and limits, of which it makes the ratios from the times in the same file.
 std::string asText(const Ratio& ratio)
@@ -27,7 +59,7 @@ std::string asText(const Figure& figure)
     return text.str();
 }
 
-// Keeps the medians, and prints them with their variation. The file, which is begun after the console, tells more.
+// Keeps the times, and prints their medians and variation. The file, which is begun after the console, tells more.
 class CollectingReporter : public benchmark::ConsoleReporter
 {
 public:
@@ -52,15 +84,15 @@ public:
         for (const Run& run : runs) {
             if (run.error_occurred || run.aggregate_name == "median" || run.aggregate_name == "cv")
                 shown.push_back(run);
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-                medianSeconds[run.run_name.function_name] =
-                    run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
+                times[run.run_name.function_name].push_back(run.GetAdjustedRealTime() /
+                                                            benchmark::GetTimeUnitMultiplier(run.time_unit));
         }
         if (!shown.empty())
             ConsoleReporter::ReportRuns(shown);
     }
 
-    Times medianSeconds;
+    Times times;
 
 private:
     const Comparison& m_comparison;
@@ -71,25 +103,35 @@ const char* verdict(double value, double target)
     return value <= target ? "reached" : "MISSED";
 }
 
-void print(const Ratio& ratio, Times& times)
+void print(const Ratio& ratio, const Times& times)
 {
-    const double peer = times[ratio.peer];
-    const double ours = times[ratio.ours] - times[ratio.apart];
-    if (peer <= 0 || ours <= 0)
+    const Summary ours = summaryOf(times, ratio.ours);
+    const Summary peer = summaryOf(times, ratio.peer);
+    const double time = ours.median - summaryOf(times, ratio.apart).median;
+    if (peer.median <= 0 || time <= 0)
         return; // left out by a filter
-    const double value = ours / peer;
-    if (ratio.target == 0) {
-        std::printf("%-50s %8.2f  (for information)\n", ratio.what.c_str(), value);
-        return;
-    }
-    std::printf("%-50s %8.2f  (target %5.2f)  %s\n", ratio.what.c_str(), value, ratio.target,
-                verdict(value, ratio.target));
+    const double value = time / peer.median;
+    const double spread = ours.spread + peer.spread;
+    std::printf("%-72s %6.2f  ", ratio.what.c_str(), value);
+    if (ratio.target == 0)
+        std::printf("(spread %3.0f %%)  for information\n", spread * 100);
+    else
+        std::printf("(spread %3.0f %%, target %5.2f)  %s\n", spread * 100, ratio.target,
+                    spread > spreadThatTellsNothing ? "tells nothing" : verdict(value, ratio.target));
 }
 
+// Plain numbers are counts of something: a hundredth is a thread that was woken now and then.
 void print(const Figure& figure)
 {
-    std::printf("%-50s %8.0f  (limit %6.0f %s)  %s\n", figure.what.c_str(), figure.value, figure.limit,
-                figure.unit.c_str(), verdict(figure.value, figure.limit));
+    const int digits = figure.unit.empty() ? 1 : 0;
+    const double scale = std::pow(10, digits);
+    const double value = std::round(figure.value * scale) / scale;
+    std::printf("%-72s %6.*f  ", figure.what.c_str(), digits, value);
+    if (figure.limit == 0)
+        std::printf("%s  for information\n", figure.unit.c_str());
+    else
+        std::printf("(limit %.*f%s%s)  %s\n", digits, figure.limit, figure.unit.empty() ? "" : " ",
+                    figure.unit.c_str(), verdict(value, figure.limit));
 }
 
 } // namespace
@@ -98,8 +140,7 @@ int runWithRatios(int argc, char** argv, const Comparison& comparison)
 {
     std::string repetitions = "--benchmark_repetitions=7";
     std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    std::string aggregates = "--benchmark_display_aggregates_only=true";
-    std::vector<char*> arguments = {argv[0], repetitions.data(), interleaving.data(), aggregates.data()};
+    std::vector<char*> arguments = {argv[0], repetitions.data(), interleaving.data()};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
@@ -110,7 +151,7 @@ int runWithRatios(int argc, char** argv, const Comparison& comparison)
     if (!comparison.ratios.empty())
         std::printf("\nRatios of the medians\n");
     for (const Ratio& ratio : comparison.ratios)
-        print(ratio, reporter.medianSeconds);
+        print(ratio, reporter.times);
     for (const Figure& figure : comparison.figures)
         print(figure);
     return 0;

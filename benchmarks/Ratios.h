@@ -20,8 +20,8 @@ struct Figure
 {
     std::string what;
     double value;
-    double limit; ///< the value is to be at most this
-    std::string unit;
+    double limit;     ///< the value is to be at most this; 0 for information only
+    std::string unit; ///< empty for a plain number, which may be a fraction
 };
 
 struct Comparison
@@ -30,6 +30,7 @@ struct Comparison
     std::vector<Figure> figures = {};
 };
 
-/// Runs the benchmarks, each several times and in turn with the others, and prints the ratios of the medians. A file
-/// that is asked for with `--benchmark_out` holds the ratios' names and targets, and the figures, in its context.
+/// Runs the benchmarks, each several times and in turn with the others, and prints the ratios of the medians. A ratio
+/// whose two sides together spread by more than half is said to tell nothing. A file that is asked for with
+/// `--benchmark_out` holds the ratios' names and targets, and the figures, in its context.
 int runWithRatios(int argc, char** argv, const Comparison& comparison);

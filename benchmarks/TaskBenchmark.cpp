@@ -1,218 +1,230 @@
 /// \file
-/// What dispatching a callable costs, beside what Qt offers for the same. All submitting from one thread.
+/// What handing a callable to the library costs, beside what Qt offers for the same, with the threads left to the
+/// scheduler and pinned; and what stays the same however many callables are pending.
 
-#include <atomic>
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
-#include <QCoreApplication>
-#include <QSemaphore>
-#include <QThread>
-#include <QThreadPool>
-#include <QtConcurrent>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
 
-#include <brn_mesh_kernel/tasks/Dispatch.h>
-#include <brn_mesh_kernel/tasks/Task.h>
-#include <brn_mesh_kernel/tasks/TaskQueue.h>
-
+#include "Bursts.h"
 #include "GuiThread.h"
+#include "Placement.h"
 #include "Ratios.h"
-#include "peers/QueuedCalls.h"
-
-using namespace Brennic::Core;
+#include "peers/GuiQueuedCall.h"
+#include "peers/KernelDispatch.h"
+#include "peers/KernelQueue.h"
+#include "peers/ObjectInThread.h"
+#include "peers/QtThreadPool.h"
 
 namespace {
 
-constexpr int manyTasks = 100'000;
-constexpr int fewTasks = 10'000; // a queued call to each of 16 workers takes long, and 150 bytes each
+using KernelGlobalQueue = KernelDispatch<Brennic::Core::eQOS_Normal>;
+using KernelGui = KernelDispatch<Brennic::Core::eQOS_GUI>;
 
-/// Measures the time of \p work, which deals with \p count callables, per callable.
-template <typename Work>
-void measurePerCallable(benchmark::State& state, int count, Work work)
+constexpr int shortBurst = 20'000;
+constexpr int longBurst = 200'000;
+constexpr int workersOfProducers = 4;
+constexpr int workersOfBacklog = 4;
+
+/// Puts the calling thread and the workers where they belong. The workers are there, and have run something, when the
+/// measurement begins.
+template <typename Peer>
+std::unique_ptr<Peer> makePeer(benchmark::State& state, int workers, Placement placement)
 {
-    for (auto iteration : state) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-        state.SetIterationTime(time.count() / count);
+    placeProducer(placement);
+    auto peer = std::make_unique<Peer>(workers);
+    const HeldWorkers held(*peer, workers, [placement] { placeWorker(placement); });
+    if (!held.areAllHeld())
+        state.SkipWithError("not all of its workers run at the same time");
+    return peer;
+}
+
+/// Adds a benchmark under a name of which nothing else is asked than that no other has it.
+template <typename Function>
+std::string add(std::string name, int iterations, Function function)
+{
+    benchmark::RegisterBenchmark(name.c_str(), function)
+        ->UseManualTime()
+        ->Iterations(iterations)
+        ->Unit(benchmark::kMicrosecond);
+    return name;
+}
+
+// A short measurement is repeated, so that all take about as long.
+int iterationsFor(int count)
+{
+    return std::max(1, longBurst / count / 2);
+}
+
+template <typename Peer>
+std::string addBurst(const std::string& what, int workers, int producers, int count, Placement placement)
+{
+    return add(what + " by " + Peer::name, iterationsFor(count), [=](benchmark::State& state) {
+        const auto peer = makePeer<Peer>(state, workers, placement);
+        for (auto iteration : state)
+            state.SetIterationTime(producers == 1 ? timeOfBurst(*peer, count)
+                                                  : timeOfBurst(*peer, count, producers));
+    });
+}
+
+template <typename Peer>
+std::string addBacklog(const std::string& what, int workers, int count, Placement placement)
+{
+    return add(what + ", " + std::to_string(count) + " pending, by " + Peer::name, iterationsFor(count),
+               [=](benchmark::State& state) {
+                   const auto peer = makePeer<Peer>(state, workers, placement);
+                   for (auto iteration : state)
+                       state.SetIterationTime(timeOfBacklog(*peer, workers, count));
+               });
+}
+
+/// One callable after the other, each from the call until the calling thread goes on.
+template <typename Peer>
+std::string addCalls(const std::string& what, int workers, std::chrono::milliseconds rest,
+                     Placement placement)
+{
+    const int iterations = rest.count() == 0 ? 2000 : 100;
+    return add(what + " by " + Peer::name, iterations, [=](benchmark::State& state) {
+        const auto peer = makePeer<Peer>(state, workers, placement);
+        for (auto iteration : state) {
+            if (rest.count() != 0)
+                std::this_thread::sleep_for(rest);
+            const auto start = Clock::now();
+            peer->runAndWait([] {});
+            state.SetIterationTime(Seconds(Clock::now() - start).count());
+        }
+    });
+}
+
+// With a comma before each three digits.
+std::string grouped(int number)
+{
+    std::string text = std::to_string(number);
+    for (int i = static_cast<int>(text.size()) - 3; i > 0; i -= 3)
+        text.insert(static_cast<std::size_t>(i), 1, ',');
+    return text;
+}
+
+std::string counted(int count, const char* what)
+{
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+/// Bursts of both lengths, in all placements.
+template <typename Ours, typename Peer>
+void compareBursts(Comparison& comparison, const std::string& what, int workers, int producers)
+{
+    for (const Placement placement : placements())
+        for (const int count : {shortBurst, longBurst}) {
+            const std::string whole = what + ", " + grouped(count) + ", " + nameOf(placement);
+            comparison.ratios.push_back(
+                {whole + " / " + Peer::name, addBurst<Ours>(whole, workers, producers, count, placement),
+                 addBurst<Peer>(whole, workers, producers, count, placement), 1.0, ""});
+        }
+}
+
+/// What a callable costs among many that are pending, beside what it costs among few.
+template <typename Peer>
+Ratio addGrowth(const std::string& what, int workers, int many, Placement placement, double target)
+{
+    const std::string whole = what + ", " + nameOf(placement);
+    return {whole + ", " + grouped(many) + " / " + grouped(shortBurst),
+            addBacklog<Peer>(whole, workers, many, placement),
+            addBacklog<Peer>(whole, workers, shortBurst, placement), target, ""};
+}
+
+/// The growth of queued calls to one thread stands below ours: it tells what the machine has to do with it.
+template <typename Ours, typename QueuedCall>
+void compareGrowth(Comparison& comparison, const std::string& what, int workers, int many, double target)
+{
+    for (const Placement placement : placements()) {
+        comparison.ratios.push_back(addGrowth<Ours>(what, workers, many, placement, target));
+        comparison.ratios.push_back(addGrowth<QueuedCall>(what + " of queued calls", 1, many, placement, 0));
     }
 }
 
-void asManualTime(benchmark::internal::Benchmark* benchmark)
+/// Beside queued calls to the same thread, which does nothing else before all are pending.
+void compareGuiBacklogs(Comparison& comparison)
 {
-    benchmark->UseManualTime()->Iterations(1)->Unit(benchmark::kMicrosecond);
+    for (const Placement placement : placements())
+        for (const int count : {shortBurst, longBurst}) {
+            const std::string whole = std::string("backlog of the GUI thread, ") + nameOf(placement);
+            comparison.ratios.push_back({whole + ", " + grouped(count) + " / " + GuiQueuedCall::name,
+                                         addBacklog<KernelGui>(whole, 1, count, placement),
+                                         addBacklog<GuiQueuedCall>(whole, 1, count, placement), 1.0, ""});
+        }
 }
 
-/// What `dispatchAsync` does, to a queue with a number of workers of its own.
-void dispatch(TaskQueue& queue, const std::function<void()>& function)
+void compareWaiting(Comparison& comparison)
 {
-    queue.addTask(std::make_shared<Task>(function));
+    using std::chrono::milliseconds;
+    for (const Placement placement : placements())
+        for (const auto& [when, rest] :
+             {std::pair("in a row", milliseconds(0)), std::pair("after 2 ms", milliseconds(2))}) {
+            const std::string whole = std::string("dispatchSync ") + when + ", " + nameOf(placement);
+            comparison.ratios.push_back(
+                {whole + " / blocking queued call",
+                 addCalls<KernelGlobalQueue>(whole, KernelGlobalQueue::workers(), rest, placement),
+                 addCalls<ObjectInThread>(whole, 1, rest, placement), 1.05, ""});
+        }
 }
 
-void dispatchToWorkers(benchmark::State& state, int workers)
+/// Asks the program that counts: its times are not those of a host.
+std::vector<Figure> countedFigures()
 {
-    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, workers);
-    measurePerCallable(state, manyTasks, [&] {
-        std::atomic<int> left{manyTasks};
-        QSemaphore done;
-        for (int i = 0; i < manyTasks; ++i)
-            dispatch(*queue, [&] {
-                if (--left == 0)
-                    done.release();
-            });
-        done.acquire();
-    });
+    QProcess program;
+    program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    program.start(BRN_TASK_COUNTS, QStringList());
+    program.waitForFinished(-1);
+    if (program.exitStatus() != QProcess::NormalExit || program.exitCode() != 0)
+        std::fprintf(stderr, "%s has failed: nothing is counted\n", BRN_TASK_COUNTS);
+    std::vector<Figure> figures;
+    for (const QString& line : QString::fromUtf8(program.readAllStandardOutput()).split('\n')) {
+        const QStringList parts = line.split('|');
+        if (parts.size() == 4)
+            figures.push_back(
+                {parts[0].toStdString(), parts[1].toDouble(), parts[2].toDouble(), parts[3].toStdString()});
+    }
+    return figures;
 }
 
-void dispatch1(benchmark::State& state)
+Comparison comparison()
 {
-    dispatchToWorkers(state, 1);
+    Comparison all;
+    for (const int workers : {1, 2, 4, 8, 16})
+        compareBursts<KernelQueue, QtThreadPool>(all, counted(workers, "worker"), workers, 1);
+    compareBursts<KernelQueue, QtThreadPool>(all, "4 producers, " + counted(workersOfProducers, "worker"),
+                                             workersOfProducers, 4);
+    const int globalWorkers = KernelGlobalQueue::workers();
+    compareBursts<KernelGlobalQueue, QtThreadPool>(all, "dispatchAsync, " + counted(globalWorkers, "worker"),
+                                                   globalWorkers, 1);
+    compareBursts<KernelGui, GuiQueuedCall>(all, "dispatchAsync to the GUI thread", 1, 1);
+    compareWaiting(all);
+    compareGuiBacklogs(all);
+    compareGrowth<KernelQueue, ObjectInThread>(all, "growth, " + counted(workersOfBacklog, "worker"),
+                                               workersOfBacklog, 1'000'000, 1.5);
+    compareGrowth<KernelGui, GuiQueuedCall>(all, "growth, GUI thread", 1, 320'000, 1.1);
+    return all;
 }
-BENCHMARK(dispatch1)->Apply(asManualTime);
-
-void dispatch8(benchmark::State& state)
-{
-    dispatchToWorkers(state, 8);
-}
-BENCHMARK(dispatch8)->Apply(asManualTime);
-
-void dispatch16(benchmark::State& state)
-{
-    dispatchToWorkers(state, 16);
-}
-BENCHMARK(dispatch16)->Apply(asManualTime);
-
-void concurrentRun1(benchmark::State& state)
-{
-    QThreadPool pool;
-    pool.setMaxThreadCount(1);
-    measurePerCallable(state, manyTasks, [&] {
-        std::atomic<int> left{manyTasks};
-        QSemaphore done;
-        for (int i = 0; i < manyTasks; ++i)
-            static_cast<void>(QtConcurrent::run(&pool, [&] {
-                if (--left == 0)
-                    done.release();
-            }));
-        done.acquire();
-    });
-}
-BENCHMARK(concurrentRun1)->Apply(asManualTime);
-
-void queuedCalls(benchmark::State& state, int workers)
-{
-    QueuedCalls calls(workers);
-    measurePerCallable(state, fewTasks, [&] {
-        std::atomic<int> left{fewTasks};
-        for (int i = 0; i < fewTasks; ++i)
-            calls.run([&] { --left; });
-        calls.finish();
-    });
-}
-
-void queuedCalls8(benchmark::State& state)
-{
-    queuedCalls(state, 8);
-}
-BENCHMARK(queuedCalls8)->Apply(asManualTime);
-
-void queuedCalls16(benchmark::State& state)
-{
-    queuedCalls(state, 16);
-}
-BENCHMARK(queuedCalls16)->Apply(asManualTime);
-
-void limit8(benchmark::State& state)
-{
-    for (auto iteration : state)
-        state.SetIterationTime(2.5e-6);
-}
-BENCHMARK(limit8)->Apply(asManualTime);
-
-void limit16(benchmark::State& state)
-{
-    for (auto iteration : state)
-        state.SetIterationTime(6e-6);
-}
-BENCHMARK(limit16)->Apply(asManualTime);
-
-void dispatchSyncToIdleWorker(benchmark::State& state)
-{
-    for (auto iteration : state)
-        dispatchSync([] {}, eQOS_Normal);
-}
-BENCHMARK(dispatchSyncToIdleWorker)->UseRealTime();
-
-void blockingQueuedCall(benchmark::State& state)
-{
-    QThread thread;
-    QObject object;
-    object.moveToThread(&thread);
-    thread.start();
-    for (auto iteration : state)
-        QMetaObject::invokeMethod(
-            &object, [] {}, Qt::BlockingQueuedConnection);
-    thread.quit();
-    thread.wait();
-}
-BENCHMARK(blockingQueuedCall)->UseRealTime();
-
-/// Lets \p count GUI callables gather while the GUI thread waits, and measures how long it then takes.
-void drainGuiBacklog(benchmark::State& state, int count)
-{
-    for (auto iteration : state)
-        inGuiThread([&] {
-            int left = count;
-            std::thread([&] {
-                for (int i = 0; i < count; ++i)
-                    dispatchAsync([&left] { --left; }, eQOS_GUI);
-            }).join();
-            const auto start = std::chrono::steady_clock::now();
-            while (left > 0)
-                QCoreApplication::processEvents();
-            const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-            state.SetIterationTime(time.count() / count);
-        });
-}
-
-void drain20000(benchmark::State& state)
-{
-    drainGuiBacklog(state, 20'000);
-}
-BENCHMARK(drain20000)->Apply(asManualTime);
-
-void drain80000(benchmark::State& state)
-{
-    drainGuiBacklog(state, 80'000);
-}
-BENCHMARK(drain80000)->Apply(asManualTime);
-
-void drain320000(benchmark::State& state)
-{
-    drainGuiBacklog(state, 320'000);
-}
-BENCHMARK(drain320000)->Apply(asManualTime);
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    Comparison all = comparison(); // before a thread is pinned
     return runBesideGuiThread(argc, argv, [&] {
-        return runWithRatios(
-            argc, argv,
-            {{{"dispatch, 1 worker / QtConcurrent::run, 1 thread", "dispatch1", "concurrentRun1", 1.0, ""},
-              {"dispatch, 8 workers / 2.5 µs", "dispatch8", "limit8", 1.0, ""},
-              {"dispatch, 8 workers / queued call to each", "dispatch8", "queuedCalls8", 0.125, ""},
-              {"dispatch, 16 workers / 6 µs", "dispatch16", "limit16", 1.0, ""},
-              {"dispatch, 16 workers / queued call to each", "dispatch16", "queuedCalls16", 0.125, ""},
-              {"dispatchSync / blocking queued call", "dispatchSyncToIdleWorker", "blockingQueuedCall", 1.1,
-               ""},
-              {"GUI backlog of 80,000 / of 20,000", "drain80000", "drain20000", 1.5, ""},
-              {"GUI backlog of 320,000 / of 20,000", "drain320000", "drain20000", 1.5, ""},
-              {"GUI backlog of 20,000 / of 320,000", "drain20000", "drain320000", 1.5, ""}}});
+        all.figures = countedFigures();
+        return runWithRatios(argc, argv, all);
     });
 }

@@ -2,17 +2,14 @@
 /// The same tiny callables on a queue of the library and on what else runs callables, with the same number of
 /// workers. Every one of them has shown that so many of its callables run at the same time before it is measured.
 
-#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <benchmark/benchmark.h>
 
-#include <QSemaphore>
-
+#include "Bursts.h"
 #include "GuiThread.h"
 #include "Ratios.h"
 #include "peers/KernelQueue.h"
@@ -26,95 +23,33 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using Seconds = std::chrono::duration<double>;
-
 constexpr int callables = 20'000;
 constexpr int workersOfProducers = 4;
-
-// Lives on: the callable that releases it may not have left it when the waiting thread goes on.
-QSemaphore& allDone()
-{
-    static QSemaphore semaphore;
-    return semaphore;
-}
-
-/// Whether \p workers callables run at the same time. Starts all threads.
-template <typename Peer>
-bool occupyAllWorkers(Peer& peer, int workers)
-{
-    constexpr int patienceInMilliseconds = 10'000;
-    struct Gate
-    {
-        QSemaphore arrived;
-        QSemaphore opened;
-    };
-    const auto gate = std::make_shared<Gate>();
-    for (int i = 0; i < workers; ++i)
-        peer.run([gate] {
-            gate->arrived.release();
-            gate->opened.acquire();
-        });
-    const bool haveAllArrived = gate->arrived.tryAcquire(workers, patienceInMilliseconds);
-    gate->opened.release(workers);
-    return haveAllArrived;
-}
 
 template <typename Peer>
 std::unique_ptr<Peer> makePeer(benchmark::State& state, int workers)
 {
     auto peer = std::make_unique<Peer>(workers);
-    if (!occupyAllWorkers(*peer, workers))
+    const HeldWorkers held(*peer, workers, [] {});
+    if (!held.areAllHeld())
         state.SkipWithError("not all of its workers run at the same time");
     return peer;
 }
 
 template <typename Peer>
-void runMany(Peer& peer, int count, std::atomic<int>& left)
-{
-    for (int i = 0; i < count; ++i)
-        peer.run([&left] {
-            if (--left == 0)
-                allDone().release();
-        });
-}
-
-/// From the first callable handed over until the last has run, per callable.
-template <typename Peer>
 void dispatch(benchmark::State& state, int workers)
 {
     const auto peer = makePeer<Peer>(state, workers);
-    for (auto iteration : state) {
-        std::atomic<int> left{callables};
-        const auto start = Clock::now();
-        runMany(*peer, callables, left);
-        allDone().acquire();
-        state.SetIterationTime(Seconds(Clock::now() - start).count() / callables);
-    }
+    for (auto iteration : state)
+        state.SetIterationTime(timeOfBurst(*peer, callables));
 }
 
-/// The same from several threads at once, which are there before the clock starts.
 template <typename Peer>
 void produce(benchmark::State& state, int producers)
 {
     const auto peer = makePeer<Peer>(state, workersOfProducers);
-    const int share = callables / producers;
-    for (auto iteration : state) {
-        std::atomic<int> left{share * producers};
-        QSemaphore start;
-        std::vector<std::thread> threads;
-        for (int i = 0; i < producers; ++i)
-            threads.emplace_back([&] {
-                start.acquire();
-                runMany(*peer, share, left);
-            });
-        const auto begin = Clock::now();
-        start.release(producers);
-        allDone().acquire();
-        state.SetIterationTime(Seconds(Clock::now() - begin).count() / (share * producers));
-        for (std::thread& thread : threads)
-            thread.join();
-    }
+    for (auto iteration : state)
+        state.SetIterationTime(timeOfBurst(*peer, callables, producers));
 }
 
 /// One callable, from the call until the waiting thread goes on, after a rest in which idle workers go to sleep.

@@ -10,10 +10,3 @@ target_sources(
 target_link_libraries(brn_mesh_kernel_objects PRIVATE ${CMAKE_DL_LIBS})
 # Nothing is left to be resolved while the process dies.
 target_link_options(brn_mesh_kernel_objects INTERFACE LINKER:-z,now)
-# No handler is looked for beyond this file, and debuggers go on by the frame pointer.
-set_source_files_properties(
-  diagnostics/OutermostCall_linux.cpp
-  PROPERTIES
-    COMPILE_OPTIONS
-    "-fno-exceptions;-fno-unwind-tables;-fno-asynchronous-unwind-tables;-fno-omit-frame-pointer;-fno-optimize-sibling-calls"
-)

@@ -2,8 +2,8 @@
 
 #include <QCoreApplication>
 
-#include <brn_mesh_kernel/tasks/ApplicationGate.h>
 #include <brn_mesh_kernel/tasks/GlobalQueues.h>
+#include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 namespace Brennic::Core {
 
@@ -29,20 +29,20 @@ void libraryAttached()
 {
     GlobalQueues::initGlobalQueues();
     detachAtExit();
-    ApplicationGate::watch();
+    WorkerThreads::watchApplication();
     qAddPreRoutine(&detachEarlyAtExit);
 }
 
 void libraryDetached()
 {
     GlobalQueues::hideGlobalQueues();
-    ApplicationGate::end();
+    WorkerThreads::end();
 }
 
 void libraryLeftAlone()
 {
     GlobalQueues::hideGlobalQueues();
-    ApplicationGate::endAlone();
+    WorkerThreads::endAlone();
 }
 
 } // namespace Brennic::Core

@@ -7,9 +7,9 @@
 ///     dispatchSync([&] { window.setTitle(title); }, eQOS_GUI); // returns once the GUI thread has run it
 ///
 /// Threads: both functions may be called from any thread, also from inside a task: a task that waits does
-/// not keep others from running. An exception that leaves the callable ends in the worker that runs it,
-/// where it is fatal; a callable for the GUI class that is dispatched in the GUI thread runs at once, so its
-/// exception comes out of the call.
+/// not keep others from running. An exception that leaves the callable reaches the host's
+/// `QCoreApplication::notify` in the thread that runs it, and ends the process where nobody catches it; a callable for
+/// the GUI class that is dispatched in the GUI thread runs at once, so its exception comes out of the call.
 ///
 /// Nothing is copied back: a callable that has a result captures where to put it.
 
@@ -27,6 +27,9 @@ namespace Brennic::Core {
 ///         \p qos is no service class, or once the library ends with the process.
 /// Thread: any. Never blocks, but for `eQOS_GUI` in the GUI thread \p function runs inside the call.
 BRN_MESH_KERNEL_EXPORT bool dispatchAsync(const std::function<void()>& function, EQualityOfService qos);
+
+/// The same, and takes the callable instead of copying it.
+BRN_MESH_KERNEL_EXPORT bool dispatchAsync(std::function<void()>&& function, EQualityOfService qos);
 
 /// The same, and waits until \p function has returned.
 ///

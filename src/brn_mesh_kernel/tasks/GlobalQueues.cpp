@@ -6,6 +6,7 @@
 #include <memory>
 
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/TaskQueueCore.h>
 
 namespace Brennic::Core {
 
@@ -33,7 +34,7 @@ void GlobalQueues::initGlobalQueues()
 {
     clearGlobalQueues();
     for (const EQualityOfService qos : serviceClasses) {
-        std::shared_ptr<TaskQueue> queue(new TaskQueue(qos, -1));
+        std::shared_ptr<TaskQueue> queue(new TaskQueue(qos, -1, std::make_shared<TaskFamily>()));
         table().found[static_cast<std::size_t>(qos)] = queue.get();
         table().queues[qos] = std::move(queue);
     }

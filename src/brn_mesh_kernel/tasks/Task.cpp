@@ -5,9 +5,6 @@
 #include <mutex>
 #include <utility>
 
-#include <QThread>
-
-#include <brn_mesh_kernel/tasks/ApplicationGate.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
 
@@ -36,35 +33,27 @@ public:
     int m_waiters = 0;
 };
 
-// Counts the calling thread as waiting, if it is a worker of the queue with the task that it waits for, or of one
-// that is related to it: a task that has been moved is in another queue than its waiter.
-class Task::PausedWorker
+// Counts the calling thread as waiting, if it is that of a worker of the task's family.
+class Task::WaitingWorker
 {
 public:
-    explicit PausedWorker(std::shared_ptr<TaskQueue> queue) : m_queue(std::move(queue))
+    explicit WaitingWorker(const TaskQueue* queue) : m_worker(TaskWorker::current())
     {
-        if (!m_queue)
-            return;
-        m_queue->pauseWorkerInThread(QThread::currentThread());
-        m_ownQueue = TaskWorker::queueOfCurrentThread();
-        if (m_ownQueue == m_queue || !m_ownQueue || !m_ownQueue->isRelatedTo(*m_queue))
-            m_ownQueue.reset();
+        if (m_worker == nullptr || queue == nullptr || !queue->isFamilyOf(*m_worker))
+            m_worker = nullptr;
         else
-            m_ownQueue->pauseWorkerInThread(QThread::currentThread());
+            TaskQueue::beginWait(*m_worker);
     }
-    ~PausedWorker()
+    ~WaitingWorker()
     {
-        if (m_ownQueue)
-            m_ownQueue->resumeWorkerInThread(QThread::currentThread());
-        if (m_queue)
-            m_queue->resumeWorkerInThread(QThread::currentThread());
+        if (m_worker != nullptr)
+            TaskQueue::endWait(*m_worker);
     }
-    PausedWorker(const PausedWorker&) = delete;
-    PausedWorker& operator=(const PausedWorker&) = delete;
+    WaitingWorker(const WaitingWorker&) = delete;
+    WaitingWorker& operator=(const WaitingWorker&) = delete;
 
 private:
-    std::shared_ptr<TaskQueue> m_queue;
-    std::shared_ptr<TaskQueue> m_ownQueue; // if it is another one
+    TaskWorker* m_worker; // stays as long as its thread does
 };
 
 Task::Task() : m_impl(std::make_unique<TaskImpl>()) {}
@@ -139,12 +128,11 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
     if (m_impl->m_state == eFinished)
         return true;
     const std::uint64_t runsBefore = m_impl->m_finishedRuns;
-    // The queue as it is now: the pause may move this task, but the worker stays with its queue.
     const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
     lock.unlock();
 
     // No lock is held: if the task finishes meanwhile, its run has been counted.
-    const PausedWorker pausedWorker(queue);
+    const WaitingWorker waitingWorker(queue.get());
     return waitForRunAfter(runsBefore, mayWithdraw);
 }
 
@@ -153,15 +141,16 @@ bool Task::waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw)
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     while (m_impl->m_finishedRuns == runsBefore) {
-        const bool isForGui = m_impl->m_queue && m_impl->m_queue->getQOS() == eQOS_GUI;
-        if (wakeUpsSeen == m_impl->m_wakeUps || !isNobodysLocked() || (isForGui && !mayWithdraw)) {
+        const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
+        const bool isForGui = queue && queue->getQOS() == eQOS_GUI;
+        const bool mustRun = queue && m_impl->m_state == ePending && queue->mustWaiterRunTasks();
+        if (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw)) {
             ++m_impl->m_waiters;
             m_impl->m_finishedCondition.wait(lock);
             --m_impl->m_waiters;
             continue;
         }
         wakeUpsSeen = m_impl->m_wakeUps;
-        const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
         lock.unlock();
         const std::shared_ptr<Task> self = queue->findAndRemoveTask(this);
         if (self && isForGui)
@@ -171,12 +160,6 @@ bool Task::waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw)
         lock.lock();
     }
     return true;
-}
-
-// Whether no worker will run the task, as far as the calling thread can tell.
-bool Task::isNobodysLocked() const
-{
-    return m_impl->m_state == ePending && m_impl->m_queue && ApplicationGate::isHopelessHere();
 }
 
 void Task::wakeWaiters()

@@ -22,6 +22,7 @@
 
 #include <brn_mesh_kernel/library/Export.h>
 #include <brn_mesh_kernel/objects/SharedObject.h>
+#include <brn_mesh_kernel/tasks/EQualityOfService.h>
 
 namespace Brennic::Core {
 
@@ -93,23 +94,25 @@ public:
 
     /// Blocks until the task has finished; returns at once if it has finished already.
     ///
-    /// If the caller is a worker of the task's queue (or of one that is related to it by overflow), its queue
-    /// counts it as waiting meanwhile, and once all its workers wait, moves its pending tasks to an overflow
-    /// queue: tasks may wait for tasks.
+    /// If the calling thread is that of a worker of the task's queue, or of a queue that is related to it by overflow,
+    /// it counts as waiting meanwhile, also in a slot or a destructor of the host. Once all workers of a queue wait,
+    /// its pending tasks move to an overflow queue: tasks may wait for tasks.
     ///
-    /// A task that was never added to a queue is waited for just the same, run by whoever runs it. One that is
-    /// added after the wait has begun counts nobody as waiting: a worker must not wait so for its own queue. While no
-    /// worker can run the task because the application object has gone, the caller runs it itself, unless it
-    /// is for the GUI thread; docs/tasks.md has the whole rule. The GUI thread that waits for a task of its
-    /// own queue waits until another thread runs it.
+    /// A task that was never added to a queue is waited for just the same, run by whoever runs it. One that is added
+    /// after the wait has begun counts nobody as waiting: on a worker of that queue this can deadlock. While no worker
+    /// can run the task, because the application object has gone or no overflow queue can be had, the caller runs it
+    /// itself, unless it is for the GUI thread; docs/tasks.md has the whole rule. The GUI thread that waits for a task
+    /// of its own queue waits until another thread runs it.
     /// Thread: any; blocks until the task has finished, without limit.
     void waitTillFinished();
 
 private:
     friend class TaskQueue;
-    friend class TaskWorker;
+    friend struct TaskQueueCore;
+    friend BRN_MESH_KERNEL_EXPORT bool dispatchSync(const std::function<void()>& function,
+                                                    EQualityOfService qos);
     class TaskImpl;
-    class PausedWorker;
+    class WaitingWorker;
 
     // Returns the queue that the caller is to release, with no lock held: the earlier one, or the one that a
     // running task does not take.
@@ -117,7 +120,6 @@ private:
     // Withdrawing is for a caller that tells its own one: it returns false then, and the task is in no queue.
     bool waitOrWithdraw(bool mayWithdraw);
     bool waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw);
-    bool isNobodysLocked() const;
     void wakeWaiters();
 
     std::unique_ptr<TaskImpl> m_impl;

@@ -8,21 +8,21 @@
 ///     queue->addTask(task);
 ///     task->waitTillFinished();
 ///
-/// Every worker of a queue hears of every task, in the order of arrival, and the first to claim it runs it:
-/// a queue with one worker runs its tasks first in, first out. While no `QCoreApplication` exists, the tasks
-/// of all classes but `eQOS_GUI` are kept, and run once there is one.
+/// Tasks are begun in the order of arrival, each by the first worker that is free: a queue with one worker runs them
+/// first in, first out. A worker is free while its thread waits for events, whatever the threads of the others do.
+/// The host's own events in a worker's thread are delivered after the task that runs; tasks that are shorter may be
+/// run in a row for a millisecond. In the GUI thread, tasks and queued events from one thread arrive in the order in
+/// which that thread has posted them; only if more than a frame of tasks waits do events come first.
+///
+/// While no `QCoreApplication` exists, tasks are kept, and run once there is one.
 ///
 /// Threads: every operation may be called from any thread.
 ///
 /// Lifetime: a queue lives as long as a shared pointer to it: the caller's, or that of a task that was added
 /// to it. Its worker threads end by themselves after it; a task that is running then is completed.
 
-#include <atomic>
-#include <cstddef>
-#include <cstdint>
+#include <functional>
 #include <memory>
-#include <mutex>
-#include <vector>
 
 #include <QObject>
 
@@ -30,14 +30,13 @@
 #include <brn_mesh_kernel/objects/SharedObject.h>
 #include <brn_mesh_kernel/tasks/EQualityOfService.h>
 
-class QThread;
-
 namespace Brennic::Core {
 
 class Task;
 class TaskQueue;
 class TaskWorker;
-struct Announcement;
+struct TaskFamily;
+struct TaskQueueCore;
 
 } // namespace Brennic::Core
 
@@ -56,7 +55,8 @@ public:
     /// \param qos the service class; for `eQOS_GUI`, whose only queue is the library's, no queue is made.
     /// \param maxConcurrency the number of workers; less than 1 takes one less than the machine runs threads
     ///        at a time, and at least one.
-    /// \return the queue, or an empty pointer for `eQOS_GUI`; nothing is logged.
+    /// \return the queue; with fewer workers if the system has no threads for more, and an empty pointer if it has none,
+    ///         or for `eQOS_GUI`. Nothing is logged.
     /// Thread: any. Ownership: the caller owns the queue together with the tasks that are added to it.
     static std::shared_ptr<TaskQueue> createQueue(EQualityOfService qos, int maxConcurrency);
 
@@ -87,59 +87,52 @@ public:
     /// Thread: any.
     int getMaxConcurrency() const;
 
-    /// Adds a task at the end and announces it to the workers; an empty pointer is ignored.
+    /// Adds a task at the end and announces it; an empty pointer is ignored.
     ///
-    /// While every worker waits inside a task, the task goes to a new overflow queue of the same class with
-    /// one worker. A task that is added to the GUI queue from the GUI thread has run when this returns, and
-    /// an exception of its callable passes through.
-    /// Thread: any. Ownership: the queue shares the task until a worker claims it.
+    /// While every worker waits for a task of the queue, the task goes to a new overflow queue of the same class with
+    /// one worker; once 64 of these exist, or the system has no thread, it stays, and whoever waits for it runs it. A
+    /// task that is added to the GUI queue from the GUI thread has run when this returns, and an exception of its
+    /// callable passes through.
+    /// Thread: any. Ownership: the queue shares the task until a worker takes it.
     void addTask(std::shared_ptr<Task> task);
 
-protected:
-    /// A task has been added. Emitted once per task, in the thread that adds it and with no lock held.
+    /// Adds a callable at the end; an empty one is ignored. The cheap way to run what nobody waits for: a `Task` is
+    /// made only if somebody listens to \ref newTaskArrived.
     ///
-    /// \param pTask only an address: another thread may have run and released the task already.
+    /// Where it runs is as with \ref addTask. It does not hold the queue: what is pending when the queue ends is
+    /// released without being run.
+    /// Thread: any.
+    void dispatch(std::function<void()> function);
+
+    /// Whether somebody has ever connected to \ref newTaskArrived.
+    /// Thread: any.
+    bool isArrivalObserved() const;
+
+protected:
+    /// A task has been added. Emitted once per task, in the thread that adds it, with no lock held, and after a worker
+    /// has been notified: what a slot does, also if it waits for the task or throws, keeps nobody from running it.
+    ///
+    /// \param pTask valid during the emission; another thread may have run the task already.
     Q_SIGNAL void newTaskArrived(Task* pTask); // NOLINT(readability-inconsistent-declaration-parameter-name)
+
+    void connectNotify(const QMetaMethod& signal) override;
 
 private:
     friend class Task;
-    friend class TaskWorker;
     friend class GlobalQueues;
 
-    TaskQueue(EQualityOfService qos, int maxConcurrency);
+    TaskQueue(EQualityOfService qos, int maxConcurrency, const std::shared_ptr<TaskFamily>& family);
 
+    static std::shared_ptr<TaskQueue> createOverflowQueue(const TaskQueueCore& core);
+    static void beginWait(TaskWorker& worker);
+    static void endWait(TaskWorker& worker);
+    bool isFamilyOf(const TaskWorker& worker) const;
+    bool isGuiThread() const;
+    bool mustWaiterRunTasks() const;
     std::shared_ptr<Task> findAndRemoveTask(Task* pTask);
-    std::shared_ptr<Task> findAndRemoveTask(const Announcement& announcement);
-    void pauseWorkerInThread(QThread* thread);
-    void resumeWorkerInThread(QThread* thread);
-    bool areAllWorkersPaused() const;
+    void addWhileAllWait(std::shared_ptr<Task> task);
 
-    void addWorker();
-    std::shared_ptr<TaskQueue> makeOverflowQueue() const;
-    bool isRelatedTo(const TaskQueue& other) const;
-    bool hasPendingTasks() const;
-    TaskWorker* workerToNotify() const;
-    void notifyWorker();
-    void setWorkerPaused(QThread* thread, bool isPaused);
-    bool appendTask(const std::shared_ptr<TaskQueue>& self, const std::shared_ptr<Task>& task,
-                    std::uint64_t& ticket);
-    std::shared_ptr<Task> takeOldestTask();
-    std::shared_ptr<Task> takeTaskLocked(std::size_t index);
-    void forgetTakenTasksLocked();
-    std::vector<std::shared_ptr<Task>> pendingTasks();
-    static std::uint64_t announcedTicket();
-
-    EQualityOfService m_qos;
-    std::uint64_t m_family; // the same for a queue, its overflow queues, theirs and so on
-    std::vector<TaskWorker*> m_workers;
-    // In the order of arrival. What has been taken leaves an empty pointer until the oldest go together.
-    std::vector<std::shared_ptr<Task>> m_tasks;
-    std::mutex m_mutex; // guards m_tasks and changes of what follows
-    std::size_t m_oldest = 0;
-    std::uint64_t m_firstTicket = 1;
-    // The tickets of the oldest pending task and of the next that is added; equal if none is pending.
-    std::atomic<std::uint64_t> m_oldestTicket{1};
-    std::atomic<std::uint64_t> m_nextTicket{1};
+    std::shared_ptr<TaskQueueCore> m_core;
 };
 
 } // namespace Brennic::Core

@@ -1,33 +1,48 @@
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
 
-#include <chrono>
-#include <string>
+#include <thread>
 #include <utility>
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QThread>
 
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
-#include <brn_mesh_kernel/diagnostics/OutermostCall.h>
-#include <brn_mesh_kernel/tasks/ApplicationGate.h>
-#include <brn_mesh_kernel/tasks/Task.h>
-#include <brn_mesh_kernel/tasks/TaskQueue.h>
-#include <brn_mesh_kernel/tasks/ThreadName.h>
-#include <brn_mesh_kernel/tasks/WorkerRegistry.h>
+#include <brn_mesh_kernel/library/QtHandlers.h>
+#include <brn_mesh_kernel/library/ThreadName.h>
+#include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 namespace Brennic::Core {
 
 namespace {
 
-// Only a worker receives it, so the number needs no registration.
-constexpr auto announcementsEvent = static_cast<QEvent::Type>(QEvent::User + 1);
+using Clock = std::chrono::steady_clock;
 
-// A batch in the GUI thread ends after this time, whatever the tasks do, so that the host keeps drawing.
-constexpr std::chrono::milliseconds guiBatchTime{8};
+// How long jobs are run in a row while events of the host wait.
+constexpr std::chrono::milliseconds turnTime{1};
 
-// A larger inbox is given back once it has been emptied.
-constexpr std::size_t largestKeptInbox = 4096;
+// The GUI thread is to be back at its timers, input and painting within a frame of 16 ms. A pass through its posted
+// events is marked after the first of these times that it spends in jobs, and is a flood after the second. The event
+// of a flood runs jobs for the third.
+constexpr std::chrono::milliseconds unmarkedTime{2};
+constexpr std::chrono::milliseconds passTime{12};
+constexpr std::chrono::milliseconds floodTime{8};
+
+// More pending jobs than these are a flood too, and its event runs no more than these.
+constexpr std::size_t mostInOrder = 16'384;
+constexpr int mostInFlood = 512;
+
+constexpr TaskWorker::JobNumber noJob = 0; // of an event that marks a pass
+constexpr TaskWorker::JobNumber everyJob = QueueScheduler::Jobs::last;
+
+thread_local TaskWorker* t_worker = nullptr;
+
+QEvent::Type workerEventType()
+{
+    static const int type = QEvent::registerEventType();
+    return static_cast<QEvent::Type>(type);
+}
 
 QThread::Priority threadPriority(EQualityOfService qos)
 {
@@ -43,56 +58,92 @@ QThread::Priority threadPriority(EQualityOfService qos)
     }
 }
 
-// The worker of the calling thread, if it has one.
-thread_local TaskWorker* t_worker = nullptr;
-
-template <typename Count>
-class Counted
-{
-public:
-    explicit Counted(Count& count) : m_count(count) { ++m_count; }
-    ~Counted() { --m_count; }
-    Counted(const Counted&) = delete;
-    Counted& operator=(const Counted&) = delete;
-
-private:
-    Count& m_count;
-};
-
 } // namespace
 
-TaskWorker::TaskWorker(TaskQueue* queue)
-    : m_qos(queue->getQOS()),
-      m_isFirstOfQueue(queue->m_workers.empty()),
-      m_queue(queue),
-      m_isEventOnItsWay(m_qos != eQOS_GUI),
-      m_state(m_qos == eQOS_GUI ? State::Idle : State::Notified)
+// Tells its worker if Qt drops it: a task may serve events while there is no application object.
+class TaskWorker::WorkerEvent : public QEvent
 {
-    const int number = WorkerRegistry::instance().add(*this, m_qos);
-    if (m_qos == eQOS_GUI) {
+public:
+    WorkerEvent(TaskWorker& receiver, JobNumber job)
+        : QEvent(workerEventType()), number(job), m_worker(receiver)
+    {
+    }
+    ~WorkerEvent() override
+    {
+        if (!isDelivered && m_worker.m_core->qos != eQOS_GUI)
+            m_worker.m_core->post(m_worker.m_core->scheduler.loseEvent(m_worker));
+    }
+    WorkerEvent(const WorkerEvent&) = delete;
+    WorkerEvent& operator=(const WorkerEvent&) = delete;
+
+    const JobNumber number;
+    bool isDelivered = false;
+
+private:
+    TaskWorker& m_worker;
+};
+
+// Jobs in a row. Ends in good order if one throws.
+class TaskWorker::Turn
+{
+public:
+    explicit Turn(TaskWorker& worker) : m_worker(worker), m_core(*worker.m_core) {}
+    ~Turn()
+    {
+        if (m_isBusy)
+            m_core.post(m_core.scheduler.leave(m_worker));
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    bool take(TaskJob& job)
+    {
+        m_core.post(m_isBusy ? m_core.scheduler.takeNext(m_worker, job)
+                             : m_core.scheduler.arrive(m_worker, job));
+        return m_isBusy = static_cast<bool>(job);
+    }
+
+private:
+    TaskWorker& m_worker;
+    TaskQueueCore& m_core;
+    bool m_isBusy = false;
+};
+
+TaskWorker::TaskWorker(std::shared_ptr<TaskQueueCore> core) : m_core(std::move(core))
+{
+    const int number = WorkerThreads::add(*this, m_core->qos);
+    if (m_core->qos == eQOS_GUI) {
         QThread::currentThread()->setPriority(QThread::HighestPriority);
         return;
     }
-    m_threadName = workerThreadName(m_qos, number);
-    startThread();
+    m_threadName = WorkerThreads::name(m_core->qos, number);
+    m_core->scheduler.addWorker(*this);
+    auto* const ownThread = new QThread; // deleted by WorkerThreads
+    moveToThread(ownThread);
+    // Both are called in the new thread. An event loop must not begin before there is an application object,
+    // and without one a deferred deletion would be dropped: so neither is left to events.
+    connect(ownThread, &QThread::started, this, &TaskWorker::enterThread, Qt::DirectConnection);
+    connect(ownThread, &QThread::finished, this, &TaskWorker::leaveThread, Qt::DirectConnection);
 }
 
 TaskWorker::~TaskWorker()
 {
-    WorkerRegistry::instance().remove(*this);
-    // Whoever let the worker retire may still be on its way out of retire().
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    WorkerThreads::remove(*this);
+    discardEvents();
+    if (m_core->qos != eQOS_GUI)
+        m_core->scheduler.removeWorker(*this);
 }
 
-void TaskWorker::startThread()
+TaskWorker* TaskWorker::current()
 {
-    auto* const thread = new QThread; // deleted by the registry
-    moveToThread(thread);
-    // Both are called in the new thread. An event loop must not begin before there is an application object,
-    // and without one a deferred deletion would be dropped: so neither is left to events.
-    connect(thread, &QThread::started, this, &TaskWorker::enterThread, Qt::DirectConnection);
-    connect(thread, &QThread::finished, this, &TaskWorker::leaveThread, Qt::DirectConnection);
-    thread->start(threadPriority(m_qos));
+    return t_worker;
+}
+
+bool TaskWorker::startThread()
+{
+    thread()->start(threadPriority(m_core->qos));
+    m_hasThread = thread()->isRunning();
+    return m_hasThread;
 }
 
 void TaskWorker::enterThread()
@@ -100,271 +151,181 @@ void TaskWorker::enterThread()
     t_worker = this;
     m_crashStack = std::make_unique<CrashStack>();
     nameCurrentThread(m_threadName);
-    if (!mayGoOn())
-        return;
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_isInLoop = true;
-    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+    const QAbstractEventDispatcher* const dispatcher = thread()->eventDispatcher();
+    m_loopBlocks = connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &TaskWorker::enterLoop,
+                           Qt::DirectConnection);
+    m_loopAwakes = connect(dispatcher, &QAbstractEventDispatcher::awake, this, &TaskWorker::enterLoop,
+                           Qt::DirectConnection);
+    if (mayGoOn())
+        m_core->post(m_core->scheduler.start(*this));
+}
+
+void TaskWorker::enterLoop()
+{
+    m_isServing = true;
+    disconnect(m_loopBlocks);
+    disconnect(m_loopAwakes);
 }
 
 void TaskWorker::leaveThread()
 {
     QThread* const ownThread = thread();
     t_worker = nullptr;
-    WorkerRegistry::instance().takeOver(
-        ownThread); // first: at every moment the registry knows one of the two
+    WorkerThreads::takeOver(ownThread); // first: at every moment one of the two is listed
     delete this;
 }
 
-void TaskWorker::hear(Task* pTask)
+bool TaskWorker::retire()
 {
-    const Announcement announcement{pTask, TaskQueue::announcedTicket()};
-    if (m_qos == eQOS_GUI && QThread::currentThread() == thread()) {
-        std::unique_lock<std::mutex> lock(m_queueMutex);
-        Claim claim = claimLocked(announcement);
-        lock.unlock();
-        run(std::move(claim));
-        return;
-    }
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_inbox.push_back(announcement);
-        // An idle worker is left to the queue. An active one gets an event: its task may be serving events.
-        const bool isFull = m_inbox.size() % inboxLimit == 0;
-        if ((m_state == State::Idle && !isFull) || !mustSendEventLocked())
-            return;
-    }
-    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
-}
-
-void TaskWorker::notify()
-{
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_state != State::Idle || !ApplicationGate::isOpen())
-            return;
-        m_state = State::Notified;
-        if (!mustSendEventLocked())
-            return;
-    }
-    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
-}
-
-bool TaskWorker::mustSendEventLocked()
-{
-    if (m_isEventOnItsWay || !ApplicationGate::isOpen())
-        return false;
-    m_isEventOnItsWay = true;
-    return true;
-}
-
-void TaskWorker::loseQueue()
-{
-    const std::lock_guard<std::mutex> lock(m_queueMutex);
-    m_queue = nullptr;
-}
-
-void TaskWorker::retire()
-{
-    if (m_qos == eQOS_GUI) {
+    m_hasRetired = true;
+    if (m_core->qos == eQOS_GUI)
         deleteLater();
+    else if (m_hasThread)
+        thread()->quit(); // an event would be dropped while there is no application object; this is not
+    return m_hasThread || m_core->qos == eQOS_GUI;
+}
+
+void TaskWorker::postEvent()
+{
+    QCoreApplication::postEvent(this, new WorkerEvent(*this, noJob));
+}
+
+void TaskWorker::postJob(JobNumber number, std::size_t pendingCount)
+{
+    if (m_isFlooded)
+        return;
+    if (pendingCount > mostInOrder)
+        postFlood();
+    else
+        postGuiEvent(number);
+}
+
+void TaskWorker::postFlood()
+{
+    m_isFlooded = true;
+    postGuiEvent(everyJob);
+}
+
+void TaskWorker::postGuiEvent(JobNumber number)
+{
+    ++m_guiPosts; // before the look: whoever ends the delivery waits for those who have seen that it goes on
+    if (WorkerThreads::areEventsDelivered())
+        QCoreApplication::postEvent(this, new WorkerEvent(*this, number));
+    --m_guiPosts;
+}
+
+void TaskWorker::discardEvents()
+{
+    while (isBeingPosted() || m_guiPosts != 0)
+        std::this_thread::yield();
+    QCoreApplication::removePostedEvents(this, workerEventType());
+}
+
+void TaskWorker::resume()
+{
+    if (m_core->qos == eQOS_GUI) {
+        postFlood();
         return;
     }
-    {
-        // Under the lock, which the destructor takes: the worker may end as soon as it knows. An event would
-        // be dropped while there is no application object; this is not.
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        thread()->quit(); // before the gate lets the thread go on
-        m_hasRetired = true;
-    }
-    ApplicationGate::lookAgain();
+    if (!m_hasThread && !m_hasRetired && !startThread())
+        m_core->scheduler.removeWorker(*this); // the others do without it
+    m_core->post(m_core->scheduler.resume());
 }
 
-// Only where no event can be on its way, or the one that was has been lost: a second one would be delivered when
-// the worker is thought to be at rest.
-void TaskWorker::wake()
+bool TaskWorker::isAtRest() const
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        const bool helpsItself = !m_isInLoop || m_isHeld || m_state == State::Active;
-        const bool hasNothing = m_state == State::Idle && m_inbox.empty() && !m_isEventOnItsWay;
-        if (hasNothing || (helpsItself && m_qos != eQOS_GUI))
-            return;
-        m_isEventOnItsWay = true;
-        m_state = State::Notified;
-    }
-    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
+    const bool expectsEvent = m_core->scheduler.hasEvent(*this) && !m_core->scheduler.isBusy(*this);
+    return !m_hasThread || m_isHeld || m_hasRetired || (m_isServing && !expectsEvent);
 }
 
-bool TaskWorker::isAtRest()
+bool TaskWorker::isStartingOrEnding() const
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const bool isAsleep = m_state != State::Active && !m_isEventOnItsWay;
-    return m_qos == eQOS_GUI || m_isHeld || m_running > 0 || isAsleep;
-}
-
-bool TaskWorker::isComingOrGoing() const
-{
-    const bool isComing = !m_isServing && !m_isHeld;
-    const bool isGoing = m_hasRetired && !m_isHeld && m_running == 0;
-    return m_qos != eQOS_GUI && (isComing || isGoing);
-}
-
-void TaskWorker::collectPendingTasks(std::vector<std::shared_ptr<Task>>& tasks)
-{
-    const std::lock_guard<std::mutex> lock(m_queueMutex);
-    if (m_queue == nullptr || !m_isFirstOfQueue)
-        return;
-    const std::vector<std::shared_ptr<Task>> pending = m_queue->pendingTasks();
-    tasks.insert(tasks.end(), pending.begin(), pending.end());
+    const bool isEnding = m_hasRetired && !m_core->scheduler.isBusy(*this);
+    return m_hasThread && !m_isHeld && (!m_isServing || isEnding);
 }
 
 bool TaskWorker::event(QEvent* event)
 {
-    if (event->type() != announcementsEvent)
+    if (event->type() != workerEventType())
         return QObject::event(event);
-    m_isServing = true;
-    handOverAnnouncements();
+    auto& workerEvent = static_cast<WorkerEvent&>(*event);
+    workerEvent.isDelivered = true;
+    if (m_core->qos == eQOS_GUI)
+        serveGui(workerEvent.number);
+    else if (mayGoOn())
+        serve();
     return true;
 }
 
 bool TaskWorker::mayGoOn()
 {
-    if (m_qos == eQOS_GUI)
-        return ApplicationGate::isOpen();
-    if (!ApplicationGate::isOpen())
-        ApplicationGate::hold(*this);
+    if (!WorkerThreads::areEventsDelivered())
+        WorkerThreads::hold(*this);
     return !m_hasRetired;
 }
 
-void TaskWorker::handOverAnnouncements()
+void TaskWorker::serve()
 {
-    const Counted handOver(m_handOvers);
-    startHandOver();
-    const bool isGui = m_qos == eQOS_GUI;
-    const auto end = isGui ? std::chrono::steady_clock::now() + guiBatchTime
-                           : std::chrono::steady_clock::time_point::max();
-    int announcementsLeft = announcementLimit;
-    for (int tasks = 0; mayGoOn() && tasks < batchLimit; ++tasks) {
-        if (isGui && std::chrono::steady_clock::now() > end)
-            break;
-        Claim claim = claimNext(announcementsLeft);
-        if (!claim.task)
-            break;
-        run(std::move(claim));
+    Turn turn(*this);
+    const Clock::time_point end = Clock::now() + turnTime;
+    for (TaskJob job; turn.take(job);) {
+        callIgnoringQtHandlers([](void* argument) { static_cast<TaskJob*>(argument)->run(); }, &job);
+        // Once the process ends, objects with static storage are being destroyed, perhaps some that releasing the job
+        // needs. So the thread may be held before it does that.
+        if (!mayGoOn() || Clock::now() > end)
+            return;
+        job = TaskJob();
     }
-    endHandOver();
 }
 
-void TaskWorker::startHandOver()
+void TaskWorker::serveGui(JobNumber number)
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_state = State::Active;
-        m_isEventOnItsWay = false;
-        const std::size_t waiting = m_inbox.size() + m_taken.size() - m_nextTaken;
-        if (waiting < 2 || !mustSendEventLocked())
+    const bool isFlood = number == everyJob;
+    if (isFlood || number == noJob) { // it has come with a new pass
+        m_isPassMarked = false;
+        m_passTime = {};
+    }
+    if (isFlood)
+        m_isFlooded = false; // before the look at what is pending: who adds a job now posts an event for it
+    else if (m_isFlooded)
+        return;
+    TaskJob job;
+    Clock::time_point begin = Clock::now();
+    for (int jobs = 0; jobs < mostInFlood && WorkerThreads::areEventsDelivered(); ++jobs) {
+        const std::size_t pendingCount = m_core->scheduler.take(job, number);
+        if (!job)
+            return;
+        // Before the job runs: it may run an event loop.
+        const bool isTooMuch = isFlood || m_passTime > passTime || pendingCount > mostInOrder;
+        if (isTooMuch && pendingCount > 0 && !m_isFlooded)
+            postFlood();
+        job.run();
+        job = TaskJob();
+        const Clock::time_point end = Clock::now();
+        m_passTime += end - std::exchange(begin, end);
+        markPass();
+        if (isFlood && m_passTime > floodTime)
             return;
     }
-    // Sent before the first task runs: a task that runs an event loop lets the others be served there.
-    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
 }
 
-void TaskWorker::endHandOver()
+// A pass delivers what was posted before it began. So an event that is posted in the middle of one arrives when the
+// thread has been at its timers and its input again.
+void TaskWorker::markPass()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        const bool isEmpty = m_inbox.empty() && m_nextTaken == m_taken.size();
-        // Inside a task that serves events nothing ends: the worker stays busy with that task.
-        if (m_handOvers == 1)
-            m_state = isEmpty ? State::Idle : State::Notified;
-        if (isEmpty || !mustSendEventLocked())
-            return;
-    }
-    QCoreApplication::postEvent(this, new QEvent(announcementsEvent));
-}
-
-const Announcement* TaskWorker::nextAnnouncement()
-{
-    if (m_nextTaken == m_taken.size()) {
-        m_nextTaken = 0;
-        if (m_taken.capacity() > largestKeptInbox)
-            std::vector<Announcement>().swap(m_taken);
-        m_taken.clear();
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_taken.swap(m_inbox);
-    }
-    return m_taken.empty() ? nullptr : &m_taken[m_nextTaken++];
-}
-
-// Hands over announcements until one leads to a task.
-TaskWorker::Claim TaskWorker::claimNext(int& announcementsLeft)
-{
-    const std::lock_guard<std::mutex> lock(m_queueMutex);
-    while (announcementsLeft-- > 0) {
-        const Announcement* const announcement = nextAnnouncement();
-        if (announcement == nullptr)
-            break;
-        if (Claim claim = claimLocked(*announcement); claim.task)
-            return claim;
-    }
-    return {};
-}
-
-TaskWorker::Claim TaskWorker::claimLocked(const Announcement& announcement)
-{
-    Claim claim;
-    if (m_queue == nullptr)
-        return claim;
-    claim.task = m_queue->findAndRemoveTask(announcement);
-    if (claim.task && m_queue->workerToNotify() != nullptr && m_queue->hasPendingTasks())
-        claim.queue = m_queue->shared_from_this(); // empty if it is being destroyed
-    return claim;
+    if (m_isPassMarked || m_passTime < unmarkedTime)
+        return;
+    m_isPassMarked = true;
+    m_passTime = {};
+    postGuiEvent(noJob);
 }
 
 void TaskWorker::tryRunTask(Task* pTask)
 {
-    std::unique_lock<std::mutex> lock(m_queueMutex);
-    Claim claim = claimLocked({pTask, 0});
-    lock.unlock();
-    run(std::move(claim));
-}
-
-void TaskWorker::run(Claim claim)
-{
-    if (!claim.task)
-        return;
-    if (claim.queue)
-        claim.queue->notifyWorker();
-    claim.queue.reset();
-    {
-        const Counted run(m_running);
-        if (m_qos == eQOS_GUI)
-            claim.task->runTask();
-        else
-            callOutermost([](void* task) { static_cast<Task*>(task)->runTask(); }, claim.task.get());
-    }
-    // Objects with static storage are being destroyed now, perhaps also some that releasing the task needs.
-    if (m_qos != eQOS_GUI && ApplicationGate::hasEnded())
-        ApplicationGate::hold(*this);
-}
-
-std::shared_ptr<TaskQueue> TaskWorker::queueOfCurrentThread()
-{
-    if (t_worker == nullptr)
-        return {};
-    const std::lock_guard<std::mutex> lock(t_worker->m_queueMutex);
-    return t_worker->m_queue == nullptr ? nullptr : t_worker->m_queue->shared_from_this();
-}
-
-void TaskWorker::wakeWaitersOf(Task& task)
-{
-    task.wakeWaiters();
-}
-
-bool TaskWorker::waitOrWithdraw(Task& task)
-{
-    return task.waitOrWithdraw(true);
+    TaskJob job;
+    m_core->scheduler.remove([pTask](const TaskJob& pending) { return pending.task.get() == pTask; }, job);
+    if (job.task)
+        job.run();
 }
 
 } // namespace Brennic::Core

@@ -9,7 +9,7 @@
 #include <brn_mesh_kernel/library/LibraryEntry.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
-#include <brn_mesh_kernel/tasks/WorkerRegistry.h>
+#include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 #include "support/TaskFixture.h"
 
@@ -43,7 +43,7 @@ TEST_F(GlobalQueuesTest, clearingEmptiesTheTableAndEndsTheQueuesWithTheirWorkers
     EXPECT_FALSE(dispatchSync([] {}, eQOS_GUI));
     EXPECT_TRUE(serveUntil([] {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        return WorkerRegistry::instance().size() == 0;
+        return WorkerThreads::count() == 0;
     }));
 }
 

@@ -1,4 +1,4 @@
-#include <brn_mesh_kernel/tasks/ThreadName.h>
+#include <brn_mesh_kernel/library/ThreadName.h>
 
 #include <windows.h>
 

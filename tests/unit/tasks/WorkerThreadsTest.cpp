@@ -1,4 +1,4 @@
-#include <brn_mesh_kernel/tasks/WorkerRegistry.h>
+#include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 #include <algorithm>
 #include <memory>
@@ -20,7 +20,7 @@ using namespace Brennic::Testing;
 
 namespace {
 
-class WorkerRegistryTest : public TaskFixture
+class WorkerThreadsTest : public TaskFixture
 {
 protected:
     static std::string nameOfWorker(const std::shared_ptr<TaskQueue>& queue)
@@ -33,28 +33,28 @@ protected:
     }
 
     const int normalWorkers = TaskQueue::getGlobalQueue(eQOS_Normal)->getMaxConcurrency();
-    const std::string nextName = workerThreadName(eQOS_Normal, normalWorkers + 1);
+    const std::string nextName = WorkerThreads::name(eQOS_Normal, normalWorkers + 1);
 };
 
 } // namespace
 
 TEST(WorkerThreadName, isTheClassAndTheNumber)
 {
-    EXPECT_EQ(workerThreadName(eQOS_High, 1), "brnHigh-1");
-    EXPECT_EQ(workerThreadName(eQOS_Normal, 2), "brnNormal-2");
-    EXPECT_EQ(workerThreadName(eQOS_Low, 10), "brnLow-10");
-    EXPECT_EQ(workerThreadName(eQOS_Background, 2), "brnBackground-2");
-    EXPECT_EQ(workerThreadName(static_cast<EQualityOfService>(9), 3), "brnNormal-3");
+    EXPECT_EQ(WorkerThreads::name(eQOS_High, 1), "brnHigh-1");
+    EXPECT_EQ(WorkerThreads::name(eQOS_Normal, 2), "brnNormal-2");
+    EXPECT_EQ(WorkerThreads::name(eQOS_Low, 10), "brnLow-10");
+    EXPECT_EQ(WorkerThreads::name(eQOS_Background, 2), "brnBackground-2");
+    EXPECT_EQ(WorkerThreads::name(static_cast<EQualityOfService>(9), 3), "brnNormal-3");
 }
 
 TEST(WorkerThreadName, keepsTheNumberWithin15Bytes)
 {
-    EXPECT_EQ(workerThreadName(eQOS_Background, 12), "brnBackgroun-12");
-    EXPECT_EQ(workerThreadName(eQOS_Background, 1234), "brnBackgro-1234");
-    EXPECT_EQ(workerThreadName(eQOS_Normal, 1234567).size(), 15U);
+    EXPECT_EQ(WorkerThreads::name(eQOS_Background, 12), "brnBackgroun-12");
+    EXPECT_EQ(WorkerThreads::name(eQOS_Background, 1234), "brnBackgro-1234");
+    EXPECT_EQ(WorkerThreads::name(eQOS_Normal, 1234567).size(), 15U);
 }
 
-TEST_F(WorkerRegistryTest, theSystemShowsTheNamesOfTheGlobalWorkers)
+TEST_F(WorkerThreadsTest, theSystemShowsTheNamesOfTheGlobalWorkers)
 {
     for (const std::string name : {"brnHigh-1", "brnNormal-1", "brnLow-1", "brnBackground-1"})
         EXPECT_TRUE(serveUntil([&] {
@@ -63,25 +63,25 @@ TEST_F(WorkerRegistryTest, theSystemShowsTheNamesOfTheGlobalWorkers)
         })) << name;
 }
 
-TEST_F(WorkerRegistryTest, noTwoWorkersOfAClassHaveTheSameNumber)
+TEST_F(WorkerThreadsTest, noTwoWorkersOfAClassHaveTheSameNumber)
 {
     const std::shared_ptr<TaskQueue> first = TaskQueue::createQueue(eQOS_Normal, 1);
     const std::shared_ptr<TaskQueue> second = TaskQueue::createQueue(eQOS_Normal, 1);
     EXPECT_EQ(nameOfWorker(first), nextName);
-    EXPECT_EQ(nameOfWorker(second), workerThreadName(eQOS_Normal, normalWorkers + 2));
+    EXPECT_EQ(nameOfWorker(second), WorkerThreads::name(eQOS_Normal, normalWorkers + 2));
 }
 
-TEST_F(WorkerRegistryTest, theNumberOfAWorkerThatHasEndedIsGivenAgain)
+TEST_F(WorkerThreadsTest, theNumberOfAWorkerThatHasEndedIsGivenAgain)
 {
-    const std::size_t workers = WorkerRegistry::instance().size();
+    const std::size_t workers = WorkerThreads::count();
     std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
-    EXPECT_EQ(WorkerRegistry::instance().size(), workers + 1);
+    EXPECT_EQ(WorkerThreads::count(), workers + 1);
     queue.reset();
-    ASSERT_TRUE(serveUntil([&] { return WorkerRegistry::instance().size() == workers; }));
+    ASSERT_TRUE(serveUntil([&] { return WorkerThreads::count() == workers; }));
     EXPECT_EQ(nameOfWorker(TaskQueue::createQueue(eQOS_Normal, 1)), nextName);
 }
 
-TEST_F(WorkerRegistryTest, theThreadsOfAQueueEndWithIt)
+TEST_F(WorkerThreadsTest, theThreadsOfAQueueEndWithIt)
 {
     const std::size_t threads = threadCount();
     std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Low, 5);
@@ -90,7 +90,7 @@ TEST_F(WorkerRegistryTest, theThreadsOfAQueueEndWithIt)
     EXPECT_TRUE(serveUntil([&] { return threadCount() == threads; }));
 }
 
-TEST_F(WorkerRegistryTest, theThreadsOfAQueueThatEndsWithoutAnApplicationObjectEndToo)
+TEST_F(WorkerThreadsTest, theThreadsOfAQueueThatEndsWithoutAnApplicationObjectEndToo)
 {
     application.reset();
     const std::size_t threads = threadCount();
