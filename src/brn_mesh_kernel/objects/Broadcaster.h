@@ -33,6 +33,7 @@
 #include <QPointer>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 namespace Brennic::Core {
 
@@ -220,18 +221,16 @@ void Broadcaster<T>::notifyObservers(Notification notification)
     const bool hasOthers = !m_syncObservers.empty();
     lock.unlock();
 
-    if (hasGuiObservers) {
-        auto notifyGui = [guarded = std::move(guarded), async = std::move(async),
-                          notification = hasOthers ? notification : std::move(notification)] {
-            notifyAll(guarded, notification);
-            notifyAll(async, notification);
-        };
-        // On its way it is copied with its function, which a pointer makes cheap.
-        dispatchAsync([shared = std::make_shared<decltype(notifyGui)>(std::move(notifyGui))] { (*shared)(); },
-                      eQOS_GUI);
-    } else if (isGuiArrivalObserved()) {
+    if (hasGuiObservers)
+        dispatchAsync(
+            [guarded = std::move(guarded), async = std::move(async),
+             notification = hasOthers ? notification : std::move(notification)] {
+                notifyAll(guarded, notification);
+                notifyAll(async, notification);
+            },
+            eQOS_GUI);
+    else if (isGuiArrivalObserved())
         dispatchAsync([] {}, eQOS_GUI);
-    }
     if (hasOthers)
         notifyAll(sync, notification);
 }
@@ -292,12 +291,12 @@ Broadcaster<T>::removeNullObserversLocked(std::vector<Entry>& observers)
     return {observers.front(), {std::next(observers.begin()), observers.end()}};
 }
 
-// Whether somebody is connected to the signal by which the GUI queue announces tasks, and so can tell whether a
-// callable that calls nobody was handed over. The queue does not say so: somebody may be.
+// Whether somebody may notice that a callable was handed over which calls nobody.
 template <typename T>
 bool Broadcaster<T>::isGuiArrivalObserved()
 {
-    return true;
+    const TaskQueue* const queue = TaskQueue::getGUIQueue();
+    return queue != nullptr && queue->isArrivalObserved();
 }
 
 } // namespace Brennic::Core
