@@ -1,10 +1,15 @@
 /// \file
-/// What one progress update costs in a tree of depth 3 without receivers, beside the dispatch to the GUI
-/// queue that every level makes, and what a pending GUI callable takes of memory.
+/// What one progress update costs in a tree of depth 3 without receivers, beside a dispatch to the GUI queue for
+/// every level, and what it costs with a receiver in the GUI thread: time, allocations, memory while it is pending.
+/// And what it costs to build a tree.
 
 #include <chrono>
+#include <cstddef>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <new>
+#include <string>
 #include <thread>
 
 #include <benchmark/benchmark.h>
@@ -22,26 +27,66 @@ using namespace Brennic::Core;
 
 namespace {
 
+thread_local std::size_t t_allocations = 0;
+
+} // namespace
+
+// In place of the standard library's, for the whole process: they count.
+void* operator new(std::size_t size)
+{
+    ++t_allocations;
+    void* const memory = std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace {
+
 constexpr int levels = 3;
 constexpr int updates = 20'000;
+
+/// Everything that is pending in the GUI thread has run when this returns.
+std::size_t allocationsOfGuiThread()
+{
+    std::size_t count = 0;
+    dispatchSync([] {}, eQOS_GUI);
+    inGuiThread([&] { count = t_allocations; });
+    return count;
+}
 
 /// Measures one of many calls of \p work in this thread, while the GUI thread is idle: what gathers for it is
 /// served in between, out of the measurement.
 template <typename Work>
 void measureBesideIdleGui(benchmark::State& state, Work work)
 {
+    std::size_t allocations = 0; // of both threads
     for (auto iteration : state) {
+        const std::size_t before = allocationsOfGuiThread();
         inGuiThread([&] {
             std::thread([&] {
+                const std::size_t beforeWork = t_allocations;
                 const auto start = std::chrono::steady_clock::now();
                 for (int i = 0; i < updates; ++i)
                     work();
                 const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+                allocations += t_allocations - beforeWork;
                 state.SetIterationTime(time.count() / updates);
             }).join();
         });
-        dispatchSync([] {}, eQOS_GUI);
+        allocations += allocationsOfGuiThread() - before;
     }
+    state.counters["allocations"] = static_cast<double>(allocations) / (updates * double(state.iterations()));
 }
 
 void asManualTime(benchmark::internal::Benchmark* benchmark)
@@ -59,6 +104,51 @@ void progressUpdate(benchmark::State& state)
     measureBesideIdleGui(state, [&] { ++*leaf; });
 }
 BENCHMARK(progressUpdate)->Apply(asManualTime);
+
+void progressUpdateWithReceiver(benchmark::State& state)
+{
+    const auto receiver = std::make_shared<ProgressReportingProtocol>(); // which hears and does nothing
+    Progress progress(1'000'000'000, L"Smoothing");
+    progress.setDelegate(receiver, true);
+    measureBesideIdleGui(state, [&] { ++progress; });
+}
+BENCHMARK(progressUpdateWithReceiver)->Apply(asManualTime);
+
+void dispatch(benchmark::State& state)
+{
+    measureBesideIdleGui(state, [] { dispatchAsync([] {}, eQOS_GUI); });
+}
+BENCHMARK(dispatch)->Apply(asManualTime);
+
+/// Measures one addition of many to the same parent, and the object that is added.
+void childrenOfOneParent(benchmark::State& state)
+{
+    const auto count = static_cast<int>(state.range(0));
+    std::size_t allocations = 0;
+    for (auto iteration : state) {
+        const auto parent = std::make_shared<Progress>(0, L"parent");
+        const std::size_t before = t_allocations;
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < count; ++i)
+            parent->addChildWithPendingCount(std::make_shared<Progress>(10, L"child"), 1);
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+        allocations += t_allocations - before;
+        state.SetIterationTime(time.count() / count);
+    }
+    state.counters["allocations"] = static_cast<double>(allocations) / (count * double(state.iterations()));
+}
+
+void thousandChildren(benchmark::State& state)
+{
+    childrenOfOneParent(state);
+}
+BENCHMARK(thousandChildren)->Arg(1'000)->UseManualTime()->Iterations(5)->Unit(benchmark::kNanosecond);
+
+void manyChildren(benchmark::State& state)
+{
+    childrenOfOneParent(state);
+}
+BENCHMARK(manyChildren)->Arg(32'000)->UseManualTime()->Iterations(1)->Unit(benchmark::kNanosecond);
 
 void dispatchPerLevel(benchmark::State& state)
 {
@@ -83,7 +173,9 @@ double bytesOfPendingCallable()
     constexpr int count = 200'000;
     double bytes = 0;
     inGuiThread([&] {
+        const auto receiver = std::make_shared<ProgressReportingProtocol>();
         Broadcaster<ProgressReportingProtocol> broadcaster;
+        broadcaster.addObserver(receiver, true);
         std::thread([&] {
             const std::size_t before = residentBytes();
             for (int i = 0; i < count; ++i)
@@ -103,7 +195,9 @@ int main(int argc, char** argv)
         const double bytes = bytesOfPendingCallable(); // first, while the heap has no holes to fill
         return runWithRatios(
             argc, argv,
-            {{{"update of a tree of depth 3 / 3 dispatches", "progressUpdate", "dispatchPerLevel", 3.0, ""}},
-             {{"pending callable of a broadcast without observers", bytes, 800, "bytes"}}});
+            {{{"update of a tree of depth 3 / 3 dispatches", "progressUpdate", "dispatchPerLevel", 3.0, ""},
+              {"update with a receiver / a dispatch", "progressUpdateWithReceiver", "dispatch", 0, ""},
+              {"one of 32,000 children / of 1,000", "manyChildren", "thousandChildren", 2.0, ""}},
+             {{"pending callable of a broadcast to one observer", bytes, 800, "bytes"}}});
     });
 }

@@ -18,7 +18,7 @@
 /// and is dropped when that is destroyed.
 
 #include <algorithm>
-#include <functional>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -33,6 +33,7 @@
 #include <QPointer>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 namespace Brennic::Core {
 
@@ -88,28 +89,54 @@ public:
     /// thread; the synchronous ones here. An exception of a synchronous observer passes through, and the
     /// synchronous ones after it are not called. Notifications for the GUI thread are lost without a word
     /// once the library ends with the process.
+    ///
+    /// Observers of the same thread that take an argument by constant reference are given the same one.
     /// Thread: any. Does not block by itself.
     template <typename... Parameters>
     void broadcast(void (T::*notify)(Parameters...), std::decay_t<Parameters>... arguments);
 
 protected:
+    /// Calls \p notification, a callable that takes a `T&`, with every observer, as \ref broadcast does. It is
+    /// called as a constant; where there are observers for both threads each calls a copy of its own.
+    /// Thread: any. Does not block by itself.
+    template <typename Notification>
+    void notifyObservers(Notification notification);
+
     /// Returns the observer that was added first: of the plain pointers, else of the asynchronous ones, else
     /// of the synchronous ones. Null if there is none, or if it has gone.
     T* firstObserver() const;
 
 private:
-    using Guards = std::vector<QPointer<QObject>>;
+    using Guard = QPointer<QObject>;
+    using Guards = std::vector<Guard>;
     using WeakObservers = std::vector<std::weak_ptr<T>>;
+
+    // What an observer is given of an argument: it shares one that it can only read.
+    template <typename Parameter>
+    using Given = std::conditional_t<std::is_reference_v<Parameter> &&
+                                         !std::is_const_v<std::remove_reference_t<Parameter>>,
+                                     std::decay_t<Parameter>, const std::decay_t<Parameter>&>;
+
+    // A list as it was. The first entry needs no memory of its own, and hardly any list has another.
+    template <typename Entry>
+    struct Snapshot
+    {
+        Entry first;
+        std::vector<Entry> others;
+    };
 
     static std::invalid_argument notManaged(T* observer);
     static void removeFrom(WeakObservers& observers, const std::shared_ptr<T>& observer,
                            std::vector<std::shared_ptr<T>>& others);
-    template <typename Notification>
-    static void notifyAll(const WeakObservers& observers, const Notification& notification);
-    template <typename Notification>
-    static void notifyAll(const Guards& observers, const Notification& notification);
-
-    void removeNullObservers();
+    static bool isNull(const Guard& guard) { return guard.isNull(); }
+    static bool isNull(const std::weak_ptr<T>& observer) { return observer.expired(); }
+    static T* held(const Guard& guard) { return dynamic_cast<T*>(guard.data()); }
+    static std::shared_ptr<T> held(const std::weak_ptr<T>& observer) { return observer.lock(); }
+    template <typename Entry, typename Notification>
+    static void notifyAll(const Snapshot<Entry>& observers, const Notification& notification);
+    template <typename Entry>
+    static Snapshot<Entry> removeNullObserversLocked(std::vector<Entry>& observers);
+    static bool isGuiArrivalObserved();
 
     Guards m_guardedObservers;
     WeakObservers m_asyncObservers;
@@ -176,28 +203,36 @@ template <typename T>
 template <typename... Parameters>
 void Broadcaster<T>::broadcast(void (T::*notify)(Parameters...), std::decay_t<Parameters>... arguments)
 {
-    removeNullObservers();
-    Guards guarded;
-    WeakObservers async;
-    WeakObservers sync;
-    {
-        const std::lock_guard<std::mutex> lock(m_observerMutex);
-        guarded = m_guardedObservers;
-        async = m_asyncObservers;
-        sync = m_syncObservers;
-    }
-    auto notification = [notify, values = std::make_tuple(std::move(arguments)...)](T& observer) {
-        // Every observer gets copies of its own: one that takes a value or a plain reference may change it.
-        auto copies = values;
-        std::apply([&](auto&... copy) { (observer.*notify)(static_cast<Parameters>(copy)...); }, copies);
-    };
-    dispatchAsync(
-        [guarded = std::move(guarded), async = std::move(async), notification] {
-            notifyAll(guarded, notification);
-            notifyAll(async, notification);
-        },
-        eQOS_GUI);
-    notifyAll(sync, notification);
+    notifyObservers([notify, values = std::make_tuple(std::move(arguments)...)](T& observer) {
+        std::tuple<Given<Parameters>...> own(values);
+        std::apply([&](auto&... given) { (observer.*notify)(static_cast<Parameters>(given)...); }, own);
+    });
+}
+
+template <typename T>
+template <typename Notification>
+void Broadcaster<T>::notifyObservers(Notification notification)
+{
+    std::unique_lock<std::mutex> lock(m_observerMutex);
+    auto guarded = removeNullObserversLocked(m_guardedObservers);
+    auto async = removeNullObserversLocked(m_asyncObservers);
+    const auto sync = removeNullObserversLocked(m_syncObservers);
+    const bool hasGuiObservers = !m_guardedObservers.empty() || !m_asyncObservers.empty();
+    const bool hasOthers = !m_syncObservers.empty();
+    lock.unlock();
+
+    if (hasGuiObservers)
+        dispatchAsync(
+            [guarded = std::move(guarded), async = std::move(async),
+             notification = hasOthers ? notification : std::move(notification)] {
+                notifyAll(guarded, notification);
+                notifyAll(async, notification);
+            },
+            eQOS_GUI);
+    else if (isGuiArrivalObserved())
+        dispatchAsync([] {}, eQOS_GUI);
+    if (hasOthers)
+        notifyAll(sync, notification);
 }
 
 template <typename T>
@@ -233,35 +268,35 @@ void Broadcaster<T>::removeFrom(WeakObservers& observers, const std::shared_ptr<
 }
 
 template <typename T>
-template <typename Notification>
-void Broadcaster<T>::notifyAll(const WeakObservers& observers, const Notification& notification)
+template <typename Entry, typename Notification>
+void Broadcaster<T>::notifyAll(const Snapshot<Entry>& observers, const Notification& notification)
 {
-    for (const std::weak_ptr<T>& entry : observers)
-        if (const std::shared_ptr<T> observer = entry.lock())
+    const auto notifyOne = [&notification](const Entry& entry) {
+        if (const auto observer = held(entry))
             notification(*observer);
+    };
+    notifyOne(observers.first); // null if the list was empty
+    std::for_each(observers.others.begin(), observers.others.end(), notifyOne);
 }
 
 template <typename T>
-template <typename Notification>
-void Broadcaster<T>::notifyAll(const Guards& observers, const Notification& notification)
+template <typename Entry>
+typename Broadcaster<T>::template Snapshot<Entry>
+Broadcaster<T>::removeNullObserversLocked(std::vector<Entry>& observers)
 {
-    for (const QPointer<QObject>& guard : observers)
-        if (auto* const observer = dynamic_cast<T*>(guard.data()))
-            notification(*observer);
+    const auto isGone = [](const Entry& entry) { return isNull(entry); };
+    observers.erase(std::remove_if(observers.begin(), observers.end(), isGone), observers.end());
+    if (observers.empty())
+        return {};
+    return {observers.front(), {std::next(observers.begin()), observers.end()}};
 }
 
+// Whether somebody may notice that a callable was handed over which calls nobody.
 template <typename T>
-void Broadcaster<T>::removeNullObservers()
+bool Broadcaster<T>::isGuiArrivalObserved()
 {
-    const std::lock_guard<std::mutex> lock(m_observerMutex);
-    const auto hasExpired = [](const std::weak_ptr<T>& entry) { return entry.expired(); };
-    const auto isNull = [](const QPointer<QObject>& guard) { return guard.isNull(); };
-    m_guardedObservers.erase(std::remove_if(m_guardedObservers.begin(), m_guardedObservers.end(), isNull),
-                             m_guardedObservers.end());
-    m_asyncObservers.erase(std::remove_if(m_asyncObservers.begin(), m_asyncObservers.end(), hasExpired),
-                           m_asyncObservers.end());
-    m_syncObservers.erase(std::remove_if(m_syncObservers.begin(), m_syncObservers.end(), hasExpired),
-                          m_syncObservers.end());
+    const TaskQueue* const queue = TaskQueue::getGUIQueue();
+    return queue != nullptr && queue->isArrivalObserved();
 }
 
 } // namespace Brennic::Core

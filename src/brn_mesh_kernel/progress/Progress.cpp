@@ -2,37 +2,51 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <utility>
 
-#include <tbb/spin_rw_mutex.h>
-
 namespace Brennic::Core {
 
-// Behind a pointer for the sake of hosts that use Qt's keywords: TBB's headers have functions named `emit`.
-struct Progress::ProgressImpl
-{
-    std::map<std::shared_ptr<Progress>, int> pendingCounts;
-    std::map<std::shared_ptr<Progress>, float> childFractions;
-    tbb::spin_rw_mutex countLock; // orders the sets of the completed count
-    std::shared_ptr<ProgressState> state;
-};
-
 namespace {
+
+using Range = std::numeric_limits<int>;
 
 // A child without a total may report what is no number, or far from a fraction.
 int toUnits(float change)
 {
-    constexpr float limit = 1e9F;
-    return std::isnan(change) ? 0 : static_cast<int>(std::clamp(change, -limit, limit));
+    const auto units = static_cast<double>(change); // which holds every int
+    return std::isnan(units) ? 0 : static_cast<int>(std::clamp<double>(units, Range::min(), Range::max()));
 }
 
 } // namespace
 
+struct Progress::ProgressImpl
+{
+    struct State final : ProgressState // whose constructor is private
+    {
+        State(int totalUnitCount, const std::wstring& description)
+            : ProgressState(totalUnitCount, description)
+        {
+        }
+    };
+
+    struct Child
+    {
+        std::shared_ptr<Progress> progress;
+        const ProgressState::Part* part = nullptr; // null for what reports and was never added
+        float fraction = 0.0F;                     // what was reported last
+    };
+
+    std::shared_ptr<ProgressState> state;
+    std::map<const Progress*, Child> children; // one null stands for all that no pointer owns
+};
+
 Progress::Progress(int totalUnitCount, const std::wstring& description)
     : m_impl(std::make_unique<ProgressImpl>())
 {
-    m_impl->state.reset(new ProgressState(totalUnitCount, description)); // its constructor is private
+    m_impl->state = std::make_shared<ProgressImpl::State>(totalUnitCount, description);
 }
 
 Progress::~Progress()
@@ -53,39 +67,40 @@ int Progress::getTotalUnitCount() const
 
 void Progress::setCompletedUnitCount(int completedUnitCount)
 {
-    {
-        const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
-        m_impl->state->setCompletedUnitCount(completedUnitCount);
+    m_impl->state->setCompletedUnitCount(completedUnitCount);
+    std::shared_ptr<Progress> self;
+    if (m_impl->state->isWatched()) {
+        self = shared_from_this(); // a watcher may release the last other pointer,
+        const std::shared_ptr<ProgressState> state = m_impl->state;
+        state->tell(this);
+        if (state->hasEnded()) // or destroy what it owns alone
+            return;
     }
-    m_impl->state->tell(this);
-    if (isComplete())
-        delegate(&ProgressReportingProtocol::progressCompleted, this, getDescription());
-    else
-        delegate(&ProgressReportingProtocol::progressUpdated, this, getFractionCompleted(), getDescription());
+    notifyObservers(m_impl->state->report(this));
 }
 
 int Progress::getCompletedUnitCount()
 {
-    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, false);
     return m_impl->state->getCompletedUnitCount();
 }
 
 // Deliberately not one step: callers that count from several threads order their increments themselves.
 void Progress::incrementCompletedUnitCount(int unitCount)
 {
-    setCompletedUnitCount(getCompletedUnitCount() + unitCount);
+    const std::int64_t sum = std::int64_t{getCompletedUnitCount()} + unitCount;
+    setCompletedUnitCount(static_cast<int>(std::clamp<std::int64_t>(sum, Range::min(), Range::max())));
 }
 
 int Progress::operator++()
 {
-    incrementCompletedUnitCount(1);
-    return getCompletedUnitCount();
+    return *this += 1;
 }
 
 int Progress::operator+=(int unitCount)
 {
+    const std::shared_ptr<ProgressState> state = m_impl->state; // a receiver may release this object
     incrementCompletedUnitCount(unitCount);
-    return getCompletedUnitCount();
+    return state->getCompletedUnitCount();
 }
 
 float Progress::getFractionCompleted()
@@ -106,17 +121,15 @@ bool Progress::isComplete()
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the caller's pointer may be the child's only owner.
 void Progress::addChildWithPendingCount(std::shared_ptr<Progress> child, int pendingUnitCount)
 {
-    if (!child || !m_impl->pendingCounts.emplace(child, pendingUnitCount).second)
+    if (!child || m_impl->children.count(child.get()) != 0)
         return;
-    m_impl->childFractions[child] = 0.0F;
+    const ProgressState::Part* const part = m_impl->state->addPart(child->getState(), pendingUnitCount);
+    if (part == nullptr)
+        return;
+    // What the pointer does not own reports in nobody's name, and moves nothing.
+    const bool isOwned = child->shared_from_this() != nullptr;
+    m_impl->children[child.get()] = {child, isOwned ? part : nullptr};
     child->setDelegate(std::shared_ptr<ProgressReportingProtocol>(shared_from_this()), false);
-
-    int pendingSum = 0;
-    for (const auto& [part, unitCount] : m_impl->pendingCounts)
-        pendingSum += unitCount;
-    if (getTotalUnitCount() < pendingSum)
-        m_impl->state->setTotalUnitCount(pendingSum);
-    m_impl->state->addPart(child->getState(), pendingUnitCount);
     m_impl->state->tell(this);
 }
 
@@ -138,13 +151,18 @@ std::shared_ptr<ProgressState> Progress::getState() const
 
 void Progress::progressUpdated(Progress* child, float fraction, const std::wstring&)
 {
-    const std::shared_ptr<Progress> key = child->shared_from_this();
-    float& lastFraction = m_impl->childFractions[key];
-    const float change = (fraction - lastFraction) * static_cast<float>(m_impl->pendingCounts[key]);
-    lastFraction = fraction;
+    auto entry = m_impl->children.find(child);
+    if (entry == m_impl->children.end()) {
+        std::shared_ptr<Progress> stranger = child->shared_from_this();
+        entry = m_impl->children.try_emplace(stranger.get()).first;
+        entry->second.progress = std::move(stranger);
+    }
+    ProgressImpl::Child& known = entry->second;
+    const int units = known.part == nullptr ? 0 : known.part->pendingUnitCount;
+    const float change = (fraction - known.fraction) * static_cast<float>(units);
+    known.fraction = fraction;
     incrementCompletedUnitCount(toUnits(change));
-    // Waits for a writer that stores the count at this moment.
-    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, false);
+    static_cast<void>(getCompletedUnitCount()); // waits for a writer that stores the count at this moment
 }
 
 void Progress::progressCompleted(Progress* child, const std::wstring& description)

@@ -21,7 +21,7 @@
 /// Who only looks on, from whatever thread, does so through `getState()`, at any time.
 ///
 /// Lifetime: a progress that gets children must be owned by a `std::shared_ptr`. It owns its children, until
-/// its end; they hold it weakly.
+/// its end; they hold it weakly. Receivers and watchers may release the last pointer to what reports to them.
 
 #include <memory>
 #include <string>
@@ -78,7 +78,8 @@ public:
     /// Thread: any.
     int getCompletedUnitCount();
 
-    /// Adds \p unitCount, which may be negative, to the completed count and reports as a set does.
+    /// Adds \p unitCount, which may be negative, to the completed count and reports as a set does. The count stops
+    /// at the ends of the range of `int`.
     /// Thread: any; two calls at the same moment can count as one.
     void incrementCompletedUnitCount(int unitCount);
 
@@ -106,9 +107,15 @@ public:
     /// Makes \p child a part that stands for \p pendingUnitCount units of this object's total.
     ///
     /// This object becomes the child's delegate in place of any other, and its total grows to the sum of its
-    /// children's units where it is smaller. Nothing is reported. An empty pointer and a child that is there
-    /// already are ignored. If no shared pointer owns this object, the child is left without a delegate.
-    /// Thread: any, but no other thread may use this object or report on its children meanwhile.
+    /// children's units where it is smaller, at most to the largest `int`. Nothing is reported. Ignored are an
+    /// empty pointer, a child that is there already, this object, and what it is a part of, over whatever levels.
+    /// If no shared pointer owns this object, the child is left without a delegate.
+    ///
+    /// A tree has at most 256 levels, the root's among them. A child lies below all that it has been a part of, also
+    /// when they have gone.
+    /// \throws std::length_error if the child, or what is below it, would lie deeper; nothing is changed.
+    /// Thread: any, but no other thread may use this object, report on its children, or add to what is below
+    /// \p child meanwhile.
     /// Ownership: this object shares the child until its end.
     void addChildWithPendingCount(std::shared_ptr<Progress> child, int pendingUnitCount);
 
@@ -126,7 +133,8 @@ public:
     std::shared_ptr<ProgressState> getState() const;
 
     /// Takes the report of a child: moves the completed count by the change of the child's fraction times its
-    /// units, without the part after the decimal point, and reports. The child's description is not used.
+    /// units, in single precision and without the part after the decimal point, and reports. What is no number moves
+    /// nothing, and what is no `int` moves by the nearest. The child's description is not used.
     /// Thread: that of the report; one at a time.
     void progressUpdated(Progress* child, float fraction, const std::wstring& description) override;
 

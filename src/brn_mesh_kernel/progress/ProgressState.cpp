@@ -2,7 +2,16 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <list>
+#include <map>
 #include <mutex>
+#include <stdexcept>
+#include <utility>
+
+#include <tbb/spin_rw_mutex.h>
 
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
 
@@ -10,28 +19,68 @@ namespace Brennic::Core {
 
 namespace {
 
+// Reports, and the ends of objects, go through the levels on the stack: about a kilobyte each without optimization.
+constexpr int levelCount = 256;
+
 // Replaced as a whole, so that a report only copies the pointer.
 using Watchers = std::vector<std::weak_ptr<ProgressReportingProtocol>>;
 
 } // namespace
 
+// Behind a pointer for the sake of hosts that use Qt's keywords: TBB's headers have functions named `emit`.
 struct ProgressState::ProgressStateImpl
 {
+    // The levels that parts would come to lie on.
+    using Levels = std::map<const ProgressState*, int>;
+
+    static bool collectLevels(const ProgressState& part, int newLevel, const ProgressState& whole,
+                              Levels& levels);
+
+    tbb::spin_rw_mutex countLock;
+    int completedUnitCount = 0; // guarded by countLock
     std::atomic<int> totalUnitCount{-1};
-    std::atomic<int> completedUnitCount{0};
     std::atomic<bool> hasEnded{false};
     std::atomic<bool> isWatched{false};
+    std::atomic<int> level{0}; // larger than that of every whole that this has been a part of
     std::mutex mutex;
-    std::wstring description;                 // guarded by mutex
-    std::vector<Part> parts;                  // guarded by mutex
+    std::shared_ptr<const std::wstring> description; // guarded by mutex
+    std::list<Part> parts;                    // guarded by mutex; what is in it stays, and does not change
+    std::int64_t pendingSum = 0;              // guarded by mutex
     std::shared_ptr<const Watchers> watchers; // guarded by mutex
 };
+
+// Returns false if part leads to whole. What lies deep enough already is left out with all that is below it: whole is
+// not there, as it would have to lie deeper still. So a part that many wholes share is not looked at for each of them.
+bool ProgressState::ProgressStateImpl::collectLevels(const ProgressState& part, int newLevel,
+                                                     const ProgressState& whole, Levels& levels)
+{
+    if (&part == &whole)
+        return false;
+    int& level = levels.emplace(&part, part.m_impl->level).first->second;
+    if (level >= newLevel)
+        return true;
+    level = newLevel;
+    const std::vector<Part> parts = part.getParts();
+    return std::all_of(parts.begin(), parts.end(), [&](const Part& entry) {
+        return collectLevels(*entry.state, newLevel + 1, whole, levels);
+    });
+}
+
+void ProgressState::Report::operator()(ProgressReportingProtocol& receiver) const
+{
+    if (completedUnitCount >= totalUnitCount)
+        receiver.progressCompleted(progress, *description);
+    else
+        receiver.progressUpdated(progress,
+                                 static_cast<float>(completedUnitCount) / static_cast<float>(totalUnitCount),
+                                 *description);
+}
 
 ProgressState::ProgressState(int totalUnitCount, const std::wstring& description)
     : m_impl(std::make_unique<ProgressStateImpl>())
 {
     m_impl->totalUnitCount = totalUnitCount;
-    m_impl->description = description;
+    m_impl->description = std::make_shared<const std::wstring>(description);
 }
 
 ProgressState::~ProgressState() = default;
@@ -43,6 +92,7 @@ int ProgressState::getTotalUnitCount() const
 
 int ProgressState::getCompletedUnitCount() const
 {
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, false);
     return m_impl->completedUnitCount;
 }
 
@@ -54,14 +104,15 @@ bool ProgressState::hasEnded() const
 std::wstring ProgressState::getDescription() const
 {
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
-    return m_impl->description;
+    return *m_impl->description;
 }
 
 std::vector<ProgressState::Part> ProgressState::getParts(std::size_t first) const
 {
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
-    const std::vector<Part>& parts = m_impl->parts;
-    return {parts.begin() + static_cast<std::ptrdiff_t>(std::min(first, parts.size())), parts.end()};
+    const std::list<Part>& parts = m_impl->parts;
+    const std::size_t count = parts.size() - std::min(first, parts.size());
+    return {std::prev(parts.end(), static_cast<std::ptrdiff_t>(count)), parts.end()};
 }
 
 void ProgressState::addWatcher(const std::shared_ptr<ProgressReportingProtocol>& watcher)
@@ -85,19 +136,37 @@ void ProgressState::setTotalUnitCount(int totalUnitCount)
 
 void ProgressState::setCompletedUnitCount(int completedUnitCount)
 {
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
     m_impl->completedUnitCount = completedUnitCount;
 }
 
 void ProgressState::setDescription(const std::wstring& description)
 {
+    auto copy = std::make_shared<const std::wstring>(description);
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
-    m_impl->description = description;
+    m_impl->description.swap(copy);
 }
 
-void ProgressState::addPart(const std::shared_ptr<ProgressState>& part, int pendingUnitCount)
+// Returns null, and has changed nothing, if the part would close a circle. What it returns stays where it is.
+const ProgressState::Part* ProgressState::addPart(const std::shared_ptr<ProgressState>& part,
+                                                  int pendingUnitCount)
 {
+    ProgressStateImpl::Levels levels;
+    if (!ProgressStateImpl::collectLevels(*part, m_impl->level + 1, *this, levels))
+        return nullptr;
+    if (std::any_of(levels.begin(), levels.end(),
+                    [](const auto& entry) { return entry.second >= levelCount; }))
+        throw std::length_error("A tree of progress has at most 256 levels!");
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
     m_impl->parts.push_back({part, pendingUnitCount});
+    for (const auto& [state, level] : levels)
+        state->m_impl->level = level;
+    m_impl->pendingSum += pendingUnitCount;
+    const auto sum = std::clamp<std::int64_t>(m_impl->pendingSum, std::numeric_limits<int>::min(),
+                                              std::numeric_limits<int>::max());
+    if (m_impl->totalUnitCount < sum)
+        m_impl->totalUnitCount = static_cast<int>(sum);
+    return &m_impl->parts.back();
 }
 
 void ProgressState::end(Progress* progress)
@@ -109,26 +178,32 @@ void ProgressState::end(Progress* progress)
     }
 }
 
+bool ProgressState::isWatched() const
+{
+    return m_impl->isWatched;
+}
+
+ProgressState::Report ProgressState::report(Progress* progress) const
+{
+    const int completed = getCompletedUnitCount();
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    return {progress, m_impl->totalUnitCount, completed, m_impl->description};
+}
+
+// A watcher may destroy the progress, and this object with it.
 void ProgressState::tell(Progress* progress) const
 {
-    if (!m_impl->isWatched)
+    if (!isWatched())
         return;
+    const Report now = report(progress);
     std::shared_ptr<const Watchers> watchers;
     {
         const std::lock_guard<std::mutex> lock(m_impl->mutex);
         watchers = m_impl->watchers;
     }
-    const int total = getTotalUnitCount();
-    const int completed = getCompletedUnitCount();
-    const std::wstring description = getDescription();
-    for (const std::weak_ptr<ProgressReportingProtocol>& entry : *watchers) {
-        const std::shared_ptr<ProgressReportingProtocol> watcher = entry.lock();
-        if (watcher && completed >= total)
-            watcher->progressCompleted(progress, description);
-        else if (watcher)
-            watcher->progressUpdated(progress, static_cast<float>(completed) / static_cast<float>(total),
-                                     description);
-    }
+    for (const std::weak_ptr<ProgressReportingProtocol>& entry : *watchers)
+        if (const std::shared_ptr<ProgressReportingProtocol> watcher = entry.lock())
+            now(*watcher);
 }
 
 } // namespace Brennic::Core

@@ -51,7 +51,7 @@ public:
     BRN_MESH_KERNEL_EXPORT int getTotalUnitCount() const;
 
     /// Returns the completed count, in units.
-    /// Thread: any; takes no lock.
+    /// Thread: any; waits while the count is being stored.
     BRN_MESH_KERNEL_EXPORT int getCompletedUnitCount() const;
 
     /// Whether the progress has been destroyed: nothing changes any more.
@@ -82,13 +82,26 @@ private:
     friend class Progress;
     struct ProgressStateImpl;
 
+    // What watchers and the delegate are told: the counts and the description of one moment.
+    struct Report
+    {
+        void operator()(ProgressReportingProtocol& receiver) const;
+
+        Progress* progress;
+        int totalUnitCount;
+        int completedUnitCount;
+        std::shared_ptr<const std::wstring> description; // never empty
+    };
+
     ProgressState(int totalUnitCount, const std::wstring& description);
 
     void setTotalUnitCount(int totalUnitCount);
     void setCompletedUnitCount(int completedUnitCount);
     void setDescription(const std::wstring& description);
-    void addPart(const std::shared_ptr<ProgressState>& part, int pendingUnitCount);
+    const Part* addPart(const std::shared_ptr<ProgressState>& part, int pendingUnitCount);
     void end(Progress* progress);
+    bool isWatched() const;
+    Report report(Progress* progress) const;
     void tell(Progress* progress) const;
 
     std::unique_ptr<ProgressStateImpl> m_impl;

@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -25,6 +26,49 @@ using Broadcaster = Brennic::Core::Broadcaster<Listener>;
 namespace {
 
 const std::string complaint = " needs to be a QObject with its lifetime managed by its parent!";
+
+/// Counts how often a value is copied.
+struct Counted
+{
+    explicit Counted(int& counter) : copies(&counter) {}
+    Counted(const Counted& other) : copies(other.copies) { ++*copies; }
+    Counted(Counted&& other) noexcept = default;
+    Counted& operator=(const Counted&) = delete;
+    Counted& operator=(Counted&&) = delete;
+    ~Counted() = default;
+
+    int* copies;
+};
+
+/// Notifications that take their argument in every way there is.
+struct Taker
+{
+    virtual ~Taker() = default;
+    virtual void looks(const Counted& /*value*/) {}
+    virtual void takes(std::string value) { taken.push_back(std::move(value)); }
+    virtual void changes(std::string& value)
+    {
+        taken.push_back(value);
+        value = "changed";
+    }
+    virtual void moves(std::string&& value) { taken.push_back(std::move(value)); }
+    virtual void reads(const std::string& value) { taken.push_back(value); }
+
+    std::vector<std::string> taken;
+};
+
+/// Counts the events that this thread's event loop delivers, to whatever object.
+class EventCount : public QObject
+{
+public:
+    EventCount() { QCoreApplication::instance()->installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent*) override
+    {
+        ++events;
+        return false;
+    }
+    int events = 0;
+};
 
 class BroadcasterTest : public TaskFixture
 {
@@ -56,6 +100,9 @@ protected:
         }
         return "nothing thrown";
     }
+
+    /// A task that somebody may look at has a copy of its callable, once anybody in this process has connected.
+    static int copiesOfTask() { return Brennic::Core::TaskQueue::getGUIQueue()->isArrivalObserved() ? 1 : 0; }
 
     Journal journal;
     Broadcaster broadcaster;
@@ -162,6 +209,26 @@ TEST_F(BroadcasterTest, aBroadcastWithoutObserversHandsOneCallableToTheGuiQueue)
     EXPECT_EQ(announcements.count(), 2);
 }
 
+TEST_F(BroadcasterTest, aBroadcastThatNobodyCanObserveBringsNoEventToTheGuiThread)
+{
+    if (Brennic::Core::TaskQueue::getGUIQueue()->isArrivalObserved())
+        GTEST_SKIP() << "an earlier test of this process has connected to the GUI queue";
+    const auto here = receiver("sync");
+    const auto there = receiver("async");
+    broadcaster.addObserver(here, false);
+    QCoreApplication::processEvents();
+    const EventCount count;
+    broadcastAside();
+    QCoreApplication::processEvents();
+    EXPECT_THAT(journal.lines(), ElementsAre("sync"));
+    EXPECT_EQ(count.events, 0);
+    broadcaster.addObserver(there, true);
+    broadcastAside();
+    QCoreApplication::processEvents();
+    EXPECT_THAT(journal.lines(), ElementsAre("sync", "sync", "async"));
+    EXPECT_GT(count.events, 0);
+}
+
 TEST_F(BroadcasterTest, argumentsReachTheObservers)
 {
     const auto observer = receiver("sync");
@@ -182,6 +249,52 @@ TEST_F(BroadcasterTest, argumentsAreCopiedIntoTheNotification)
     }).join();
     serve();
     EXPECT_THAT(journal.lines(), ElementsAre("async 1 then"));
+}
+
+TEST_F(BroadcasterTest, anArgumentThatIsOnlyReadIsNotCopiedForOneObserver)
+{
+    for (const bool notifyAsynchronously : {false, true}) {
+        Brennic::Core::Broadcaster<Taker> source;
+        const auto taker = std::make_shared<Taker>();
+        source.addObserver(taker, notifyAsynchronously);
+        int copies = 0;
+        std::thread([&] { source.broadcast(&Taker::looks, Counted(copies)); }).join();
+        serve();
+        EXPECT_EQ(copies, notifyAsynchronously ? copiesOfTask() : 0);
+    }
+}
+
+TEST_F(BroadcasterTest, anArgumentThatIsOnlyReadIsCopiedOnceForObserversOfBothKinds)
+{
+    Brennic::Core::Broadcaster<Taker> source;
+    const std::vector<std::shared_ptr<Taker>> takers(3, std::make_shared<Taker>());
+    for (const auto& taker : takers) {
+        source.addObserver(taker, false);
+        source.addObserver(taker, true);
+    }
+    int copies = 0;
+    std::thread([&] { source.broadcast(&Taker::looks, Counted(copies)); }).join();
+    serve();
+    EXPECT_EQ(copies, 1 + copiesOfTask());
+}
+
+TEST_F(BroadcasterTest, everyObserverIsGivenTheArgumentAsItWasHoweverItTakesIt)
+{
+    Brennic::Core::Broadcaster<Taker> source;
+    const std::vector<std::shared_ptr<Taker>> takers{std::make_shared<Taker>(), std::make_shared<Taker>(),
+                                                     std::make_shared<Taker>(), std::make_shared<Taker>()};
+    for (std::size_t i = 0; i < takers.size(); ++i)
+        source.addObserver(takers[i], i < 2);
+    const std::string text = "longer than what a string keeps in itself";
+    std::thread([&] {
+        source.broadcast(&Taker::takes, text);
+        source.broadcast(&Taker::changes, text);
+        source.broadcast(&Taker::moves, text);
+        source.broadcast(&Taker::reads, text);
+    }).join();
+    serve();
+    for (const auto& taker : takers)
+        EXPECT_THAT(taker->taken, ElementsAre(text, text, text, text));
 }
 
 TEST_F(BroadcasterTest, emptyPointersAreIgnored)

@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
 
+#include <limits>
 #include <memory>
 #include <string>
 #include <thread>
@@ -206,6 +207,47 @@ TEST_F(ProgressReportingTest, anOverfullChildMovesItsParentBeyondItsUnitsOnlyByI
     EXPECT_EQ(root->getCompletedUnitCount(), 100);
 }
 
+TEST_F(ProgressReportingTest, aChildThatStandsForMoreThanABillionUnitsCompletesItsParent)
+{
+    for (const int units : {1'200'000'000, std::numeric_limits<int>::max()}) {
+        const auto parent = std::make_shared<Progress>(0);
+        const auto part = std::make_shared<Progress>(2);
+        parent->addChildWithPendingCount(part, units);
+        part->setCompletedUnitCount(2);
+        EXPECT_EQ(parent->getCompletedUnitCount(), units);
+        EXPECT_TRUE(parent->isComplete());
+    }
+}
+
+TEST_F(ProgressReportingTest, aChangeBeyondTheRangeOfCountsStopsAtItsEnd)
+{
+    const auto parent = std::make_shared<Progress>(0);
+    const auto part = std::make_shared<Progress>(1'000'000);
+    parent->addChildWithPendingCount(part, 1'000'000'000);
+    part->setCompletedUnitCount(-20'000'000);
+    EXPECT_EQ(parent->getCompletedUnitCount(), std::numeric_limits<int>::min());
+    part->setTotalUnitCount(-1); // so that a large fraction is a report of completion
+    part->setCompletedUnitCount(1);
+    EXPECT_EQ(parent->getCompletedUnitCount(), -1);
+}
+
+TEST_F(ProgressReportingTest, aReportThatIsNoNumberMovesNothing)
+{
+    root->progressUpdated(child.get(), std::numeric_limits<float>::quiet_NaN(), L"");
+    EXPECT_EQ(root->getCompletedUnitCount(), 0);
+    EXPECT_EQ(receiver->messages().size(), 1U);
+}
+
+TEST_F(ProgressReportingTest, aChildThatItsOwnPointerDoesNotOwnMovesNothing)
+{
+    Progress onTheStack(2);
+    root->addChildWithPendingCount(std::shared_ptr<Progress>(std::shared_ptr<void>(), &onTheStack), 50);
+    onTheStack.setCompletedUnitCount(1);
+    EXPECT_EQ(root->getCompletedUnitCount(), 0);
+    EXPECT_EQ(receiver->messages().size(), 1U);
+    onTheStack.setDelegate(nullptr);
+}
+
 TEST_F(ProgressReportingTest, anUpdateTravelsThroughAllLevels)
 {
     const auto leaf = std::make_shared<Progress>(4);
@@ -258,7 +300,7 @@ TEST_F(ProgressReportingTest, aReportOfAChildThatWasNeverAddedMovesNothingAndHol
     stranger->setCompletedUnitCount(1);
     EXPECT_EQ(root->getCompletedUnitCount(), 0);
     EXPECT_EQ(receiver->messages().size(), 1U); // reported all the same
-    EXPECT_EQ(stranger.use_count(), 3);         // in both of the root's maps
+    EXPECT_EQ(stranger.use_count(), 2);
 }
 
 TEST_F(ProgressReportingTest, aReportOfAChildThatNobodyOwnsMovesNothing)
@@ -356,4 +398,24 @@ TEST_F(ProgressReportingTest, aReceiverMayReportFromInsideAMessage)
     progress.setDelegate(relay, false);
     ++progress;
     EXPECT_EQ(progress.getCompletedUnitCount(), 3);
+}
+
+TEST_F(ProgressReportingTest, aReceiverMayReleaseTheLastPointerToWhatReports)
+{
+    struct Releaser final : ProgressReportingProtocol
+    {
+        void progressUpdated(Progress*, float, const std::wstring&) override { progress.reset(); }
+        std::shared_ptr<Progress> progress;
+    };
+    const auto releaser = std::make_shared<Releaser>();
+    for (const bool isOperator : {false, true}) {
+        releaser->progress = std::make_shared<Progress>(10, L"a description of some length");
+        Progress& progress = *releaser->progress;
+        progress.setDelegate(releaser, false);
+        if (isOperator)
+            EXPECT_EQ(++progress, 1);
+        else
+            progress.setCompletedUnitCount(1);
+        EXPECT_EQ(releaser->progress, nullptr);
+    }
 }

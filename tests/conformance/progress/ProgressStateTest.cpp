@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/progress/ProgressState.h>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -37,6 +38,24 @@ struct Watcher final : ProgressReportingProtocol
 struct Throwing final : ProgressReportingProtocol
 {
     void progressUpdated(Progress*, float, const std::wstring&) override { throw std::runtime_error("no"); }
+};
+
+// Lets go of a progress when it hears of it.
+template <typename Pointer>
+struct Releaser final : ProgressReportingProtocol
+{
+    void progressUpdated(Progress*, float, const std::wstring&) override { progress.reset(); }
+    void progressCompleted(Progress*, const std::wstring&) override { progress.reset(); }
+    Pointer progress;
+};
+
+const std::vector<std::function<void(Progress&)>> changes = {
+    [](Progress& progress) { progress.setCompletedUnitCount(10); },
+    [](Progress& progress) { EXPECT_EQ(++progress, 1); },
+    [](Progress& progress) { EXPECT_EQ(progress += 3, 3); },
+    [](Progress& progress) { progress.setTotalUnitCount(20); },
+    [](Progress& progress) { progress.setDescription(L"a description that is longer than the other one"); },
+    [](Progress& progress) { progress.addChildWithPendingCount(std::make_shared<Progress>(1), 3); },
 };
 
 class ProgressStateTest : public TaskFixture
@@ -159,6 +178,64 @@ TEST_F(ProgressStateTest, anExceptionOfAWatcherReachesTheReporterButNotADestruct
     EXPECT_EQ(state->getCompletedUnitCount(), 1);
     EXPECT_NO_THROW(progress.reset());
     EXPECT_TRUE(state->hasEnded());
+}
+
+TEST_F(ProgressStateTest, aWatcherMayReleaseTheLastPointerToTheProgress)
+{
+    for (const auto& change : changes) {
+        const auto releaser = std::make_shared<Releaser<std::shared_ptr<Progress>>>();
+        releaser->progress = std::make_shared<Progress>(10, L"Reading what there is to be read");
+        Progress& changed = *releaser->progress;
+        const std::shared_ptr<ProgressState> watched = changed.getState();
+        watched->addWatcher(releaser);
+        change(changed);
+        EXPECT_EQ(releaser->progress, nullptr);
+        EXPECT_TRUE(watched->hasEnded());
+    }
+}
+
+TEST_F(ProgressStateTest, aWatcherMayDestroyAProgressThatOnlyItOwns)
+{
+    for (const auto& change : changes) {
+        const auto releaser = std::make_shared<Releaser<std::unique_ptr<Progress>>>();
+        releaser->progress = std::make_unique<Progress>(10, L"Reading what there is to be read");
+        Progress& changed = *releaser->progress;
+        changed.getState()->addWatcher(releaser);
+        change(changed); // by which the state goes too
+        EXPECT_EQ(releaser->progress, nullptr);
+    }
+}
+
+TEST_F(ProgressStateTest, theDelegateHearsOfTheReportAtWhichAWatcherReleasesTheProgress)
+{
+    const auto releaser = std::make_shared<Releaser<std::shared_ptr<Progress>>>();
+    {
+        const auto part = std::make_shared<Progress>(10);
+        part->getState()->addWatcher(releaser);
+        part->setDelegate(std::shared_ptr<ProgressReportingProtocol>(watcher), false);
+        releaser->progress = part;
+    }
+    releaser->progress->setCompletedUnitCount(10);
+    EXPECT_EQ(releaser->progress, nullptr);
+    EXPECT_EQ(watcher->completions, 1);
+}
+
+TEST_F(ProgressStateTest, aReportTellsTheDelegateWhatAWatcherHasSet)
+{
+    struct Setter final : ProgressReportingProtocol
+    {
+        void progressUpdated(Progress* changed, float fraction, const std::wstring&) override
+        {
+            if (fraction < 0.5F)
+                changed->setCompletedUnitCount(5);
+        }
+    };
+    const auto setter = std::make_shared<Setter>();
+    state->addWatcher(setter);
+    progress->setDelegate(watcher, false);
+    progress->setCompletedUnitCount(1);
+    EXPECT_EQ(watcher->updates, 2);
+    EXPECT_EQ(watcher->lastFraction, 0.5F);
 }
 
 TEST_F(ProgressStateTest, allOfItIsReadWhileAnotherThreadChangesIt)

@@ -1,7 +1,10 @@
 #include <brn_mesh_kernel/progress/Progress.h>
 
 #include <cmath>
+#include <ctime>
+#include <limits>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -23,6 +26,10 @@ namespace {
 class ProgressTest : public TaskFixture
 {
 protected:
+    static constexpr int smallest = std::numeric_limits<int>::min();
+    static constexpr int largest = std::numeric_limits<int>::max();
+    static constexpr int levelsAtMost = 256;
+
     std::shared_ptr<RecordingReceiver> receiver = std::make_shared<RecordingReceiver>();
 };
 
@@ -152,6 +159,15 @@ TEST_F(ProgressTest, theSameDescriptionMayBeSetAgain)
     EXPECT_EQ(progress.getDescription(), L"same");
 }
 
+TEST_F(ProgressTest, anIncrementBeyondTheRangeOfCountsStopsAtItsEnd)
+{
+    Progress progress(largest);
+    progress.setCompletedUnitCount(largest - 1);
+    EXPECT_EQ(progress += 3, largest);
+    progress.setCompletedUnitCount(smallest + 1);
+    EXPECT_EQ(progress += -3, smallest);
+}
+
 TEST_F(ProgressTest, aParentsTotalGrowsToTheSumOfItsChildren)
 {
     const auto parent = std::make_shared<Progress>(0);
@@ -171,6 +187,30 @@ TEST_F(ProgressTest, aTotalThatIsTooSmallGrowsAndALargerOneIsKept)
     const auto large = std::make_shared<Progress>(200);
     large->addChildWithPendingCount(std::make_shared<Progress>(1), 100);
     EXPECT_EQ(large->getTotalUnitCount(), 200);
+}
+
+TEST_F(ProgressTest, aSumBeyondTheRangeOfCountsStopsAtItsEnd)
+{
+    const auto parent = std::make_shared<Progress>(0);
+    const auto first = std::make_shared<Progress>(1);
+    const auto second = std::make_shared<Progress>(1);
+    parent->addChildWithPendingCount(first, largest);
+    parent->addChildWithPendingCount(second, largest);
+    EXPECT_EQ(parent->getTotalUnitCount(), largest);
+    first->setCompletedUnitCount(1);
+    second->setCompletedUnitCount(1);
+    EXPECT_EQ(parent->getCompletedUnitCount(), largest);
+}
+
+TEST_F(ProgressTest, aSumThatLeavesTheRangeOfCountsIsExactOnceItIsBack)
+{
+    const auto parent = std::make_shared<Progress>(smallest);
+    parent->addChildWithPendingCount(std::make_shared<Progress>(1), smallest);
+    parent->addChildWithPendingCount(std::make_shared<Progress>(1), smallest);
+    EXPECT_EQ(parent->getTotalUnitCount(), smallest);
+    parent->addChildWithPendingCount(std::make_shared<Progress>(1), largest);
+    parent->addChildWithPendingCount(std::make_shared<Progress>(1), largest);
+    EXPECT_EQ(parent->getTotalUnitCount(), -2);
 }
 
 TEST_F(ProgressTest, addingAChildReportsNothing)
@@ -199,6 +239,155 @@ TEST_F(ProgressTest, anEmptyChildIsIgnored)
     const auto parent = std::make_shared<Progress>(3);
     parent->addChildWithPendingCount(nullptr, 50);
     EXPECT_EQ(parent->getTotalUnitCount(), 3);
+}
+
+TEST_F(ProgressTest, aProgressIsNoPartOfItself)
+{
+    const auto progress = std::make_shared<Progress>(3);
+    progress->setDelegate(receiver, false);
+    progress->addChildWithPendingCount(progress, 50);
+    EXPECT_EQ(progress->getTotalUnitCount(), 3);
+    EXPECT_EQ(progress->getDelegate(), receiver.get());
+    EXPECT_TRUE(progress->getState()->getParts().empty());
+    EXPECT_EQ(progress.use_count(), 1);
+    progress->setCompletedUnitCount(2);
+    EXPECT_EQ(receiver->messages().size(), 1U);
+}
+
+TEST_F(ProgressTest, aPartThatWouldCloseACircleIsIgnored)
+{
+    const auto root = std::make_shared<Progress>(0);
+    const auto middle = std::make_shared<Progress>(0);
+    const auto leaf = std::make_shared<Progress>(4);
+    middle->addChildWithPendingCount(leaf, 4);
+    root->addChildWithPendingCount(middle, 4);
+    root->setDelegate(receiver, false);
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        leaf->addChildWithPendingCount(root, 50);
+        middle->addChildWithPendingCount(root, 50);
+    }
+    EXPECT_EQ(leaf->getTotalUnitCount(), 4);
+    EXPECT_EQ(middle->getTotalUnitCount(), 4);
+    EXPECT_EQ(root->getDelegate(), receiver.get());
+    EXPECT_EQ(root.use_count(), 1);
+    leaf->setCompletedUnitCount(3);
+    EXPECT_EQ(root->getCompletedUnitCount(), 3);
+}
+
+TEST_F(ProgressTest, aPartOfTwoWholesIsNoCircle)
+{
+    const auto root = std::make_shared<Progress>(0);
+    const auto left = std::make_shared<Progress>(0);
+    const auto right = std::make_shared<Progress>(0);
+    const auto shared = std::make_shared<Progress>(2);
+    left->addChildWithPendingCount(shared, 10);
+    right->addChildWithPendingCount(shared, 10);
+    root->addChildWithPendingCount(left, 10);
+    root->addChildWithPendingCount(right, 10);
+    root->addChildWithPendingCount(shared, 10);
+    EXPECT_EQ(root->getState()->getParts().size(), 3U);
+    shared->setCompletedUnitCount(1); // told to the last whole that it was added to
+    EXPECT_EQ(right->getCompletedUnitCount(), 0);
+    EXPECT_EQ(root->getCompletedUnitCount(), 5);
+}
+
+// As a tree it would have as many leaves as there are atoms in a grain of sand.
+TEST_F(ProgressTest, partsThatManyWholesShareAreLookedAtOnce)
+{
+    std::shared_ptr<Progress> whole = std::make_shared<Progress>(1);
+    for (int level = 0; level < 60; ++level) {
+        const auto left = std::make_shared<Progress>(0);
+        const auto right = std::make_shared<Progress>(0);
+        left->addChildWithPendingCount(whole, 1);
+        right->addChildWithPendingCount(whole, 1);
+        whole = std::make_shared<Progress>(0);
+        whole->addChildWithPendingCount(left, 1);
+        whole->addChildWithPendingCount(right, 1);
+    }
+    EXPECT_EQ(whole->getTotalUnitCount(), 2);
+}
+
+TEST_F(ProgressTest, aPartThatLiesTooDeepIsRefusedWithAnError)
+{
+    const auto root = std::make_shared<Progress>(0);
+    std::shared_ptr<Progress> deepest = root;
+    for (int level = 1; level < levelsAtMost; ++level) {
+        const auto part = std::make_shared<Progress>(1);
+        deepest->addChildWithPendingCount(part, 1);
+        deepest = part;
+    }
+    const auto part = std::make_shared<Progress>(1);
+    part->setDelegate(receiver, false);
+    EXPECT_THROW(deepest->addChildWithPendingCount(part, 7), std::length_error);
+    EXPECT_EQ(deepest->getTotalUnitCount(), 1);
+    EXPECT_TRUE(deepest->getState()->getParts().empty());
+    EXPECT_EQ(part->getDelegate(), receiver.get());
+    EXPECT_EQ(part.use_count(), 1);
+    deepest->setCompletedUnitCount(1);
+    EXPECT_EQ(root->getCompletedUnitCount(), 1);
+}
+
+TEST_F(ProgressTest, aWholeThatGetsTooDeepIsRefusedWithAnError)
+{
+    std::shared_ptr<Progress> whole = std::make_shared<Progress>(1);
+    for (int level = 1; level < levelsAtMost; ++level) {
+        const auto larger = std::make_shared<Progress>(0);
+        larger->addChildWithPendingCount(whole, 1);
+        whole = larger;
+    }
+    const auto larger = std::make_shared<Progress>(0);
+    EXPECT_THROW(larger->addChildWithPendingCount(whole, 1), std::length_error);
+    EXPECT_EQ(larger->getTotalUnitCount(), 0);
+    EXPECT_EQ(whole.use_count(), 1);
+}
+
+TEST_F(ProgressTest, whatWasRefusedCountsForNothingLater)
+{
+    const auto deep = std::make_shared<Progress>(0);
+    std::shared_ptr<Progress> deepest = deep;
+    for (int level = 1; level < levelsAtMost; ++level) {
+        const auto part = std::make_shared<Progress>(1);
+        deepest->addChildWithPendingCount(part, 1);
+        deepest = part;
+    }
+    const auto pair = std::make_shared<Progress>(0);
+    pair->addChildWithPendingCount(std::make_shared<Progress>(1), 1);
+    EXPECT_THROW(deepest->addChildWithPendingCount(pair, 1), std::length_error);
+    pair->addChildWithPendingCount(std::make_shared<Progress>(1), 1);
+    EXPECT_EQ(pair->getTotalUnitCount(), 2);
+}
+
+TEST_F(ProgressTest, aChainOfAnyLengthOverflowsNoStack)
+{
+    const auto root = std::make_shared<Progress>(0);
+    std::shared_ptr<Progress> deepest = root;
+    int refused = 0;
+    for (int level = 0; level < 100'000; ++level) {
+        const auto part = std::make_shared<Progress>(1);
+        try {
+            deepest->addChildWithPendingCount(part, 1);
+            deepest = part;
+        } catch (const std::length_error&) {
+            ++refused;
+        }
+    }
+    EXPECT_EQ(refused, 100'000 - (levelsAtMost - 1));
+    deepest->setCompletedUnitCount(1);
+    EXPECT_EQ(root->getCompletedUnitCount(), 1);
+}
+
+TEST_F(ProgressTest, theCostOfAChildDoesNotGrowWithTheirNumber)
+{
+    const auto cpuTime = [](int count) {
+        const auto parent = std::make_shared<Progress>(0);
+        const std::clock_t start = std::clock(); // of the process
+        for (int i = 0; i < count; ++i)
+            parent->addChildWithPendingCount(std::make_shared<Progress>(1), 1);
+        return static_cast<double>(std::clock() - start);
+    };
+    cpuTime(1'000);
+    const double few = cpuTime(2'000);
+    EXPECT_LT(cpuTime(20'000), 40 * few); // 10 where it is linear, 100 where it is quadratic
 }
 
 TEST_F(ProgressTest, aParentBecomesTheOnlyDelegateOfItsChild)
