@@ -159,7 +159,7 @@ void CrashSteps::callHandler()
         limitTime(timeForHandlerWithoutHeap);
     restoreSignals(*m_context);
     try {
-        m_settings->sendCrashDump(m_dumpPath);
+        (*m_settings->sendCrashDump)(m_dumpPath);
     } catch (...) { // NOLINT(bugprone-empty-catch): the process ends all the same
     }
 }
