@@ -20,10 +20,11 @@ namespace Brennic::WinUtil {
 
 /// Writes a minidump of the calling process to \p path.
 ///
-/// The file appears under its name when it is complete; one that exists under that name is replaced. If
-/// nothing can be written there, the dump goes where a null path sends it. A line on standard error names a
-/// file whose name the caller has not chosen. When space is short, a smaller dump (less of the stacks, in the
-/// end the calling thread alone) takes its place.
+/// The file appears under its name when it is complete; one that exists under that name is replaced, a link as
+/// well. On Linux a device or a FIFO is written to. If nothing can be written there, the dump goes where a null
+/// path sends it. A line on standard error names a file whose name the caller has not chosen, or says why there is no
+/// dump. When space is short, a smaller dump (less of the stacks, in the end the calling thread alone) takes its
+/// place.
 ///
 /// \param exception where and why the calling thread was interrupted; null for a dump without a crash.
 /// \param path the file, absolute or relative to the working directory; null means a new file in the
@@ -31,9 +32,10 @@ namespace Brennic::WinUtil {
 ///        for temporary files, named after the process, its id and the time.
 /// \return whether a complete dump was written, wherever that is. Nothing is logged.
 ///
-/// Thread: any; blocks until the file is finished, 5 seconds at most, on Windows 10. Of two calls at once the
-/// second waits for the first. On Linux safe in a signal handler: allocates nothing and takes no lock that another
-/// thread can hold. On Windows a thread of the library's own writes; the first call makes it, unless the kernel has.
+/// Thread: any; blocks until the file is finished, at most 4 seconds while nothing happens (on Windows 10), 25 in
+/// all (on Windows 60). Of two calls at once the second waits for the first. On Linux safe in a signal handler:
+/// allocates nothing and takes no lock that another thread can hold. On Windows a thread of the library's own writes;
+/// the first call makes it, unless the kernel has.
 BRN_MESH_COMMON_EXPORT bool DumpMiniDump(_EXCEPTION_POINTERS* exception, const wchar_t* path);
 
 } // namespace Brennic::WinUtil

@@ -9,7 +9,7 @@ namespace Brennic::WinUtil {
 
 namespace {
 
-constexpr std::int64_t longestDump = 6000;
+constexpr std::int64_t longestDump = 26'000;
 
 Minidump::Workspace g_workspace;
 

@@ -20,6 +20,7 @@ set(minidump_sources
     minidump/StackFinder_linux.cpp
     minidump/SystemInfo_linux.cpp
     minidump/ThreadPlace_linux.cpp
+    minidump/WholeFile_linux.cpp
     minidump/TracedThreads_linux.cpp
 )
 target_sources(brn_mesh_common PRIVATE ${minidump_sources})

@@ -60,8 +60,28 @@ TEST_F(CrashFiles, ofTwoKernelsAreTheSecondOnesIfItHasALogPath)
 TEST_F(CrashFiles, ofAnEarlierCrashAreReplaced)
 {
     writeFile(dump(), "an old dump");
-    writeFile(dump().string() + ".part", "half of one");
     EXPECT_EQ(crash("null-write").signal, SIGSEGV);
+    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
+}
+
+TEST_F(CrashFiles, ofAnotherProcessThatAreNotFinishedAreLeftAlone)
+{
+    const std::filesystem::path others = dump().string() + ".part";
+    writeFile(others, "half of one");
+    EXPECT_EQ(crash("null-write").signal, SIGSEGV);
+    EXPECT_EQ(readFile(others), "half of one");
+    std::filesystem::remove(others);
+    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
+}
+
+TEST_F(CrashFiles, areWrittenThroughNoLink)
+{
+    writeFile(m_directory / "victim", "precious");
+    std::filesystem::create_symlink(m_directory / "victim", report());
+    std::filesystem::create_symlink(m_directory / "victim", dump());
+    EXPECT_EQ(crash("null-write").signal, SIGSEGV);
+    EXPECT_EQ(readFile(m_directory / "victim"), "precious");
+    expectReport();
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
 }
 

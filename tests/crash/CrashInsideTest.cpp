@@ -25,11 +25,12 @@ TEST_F(CrashInside, aDirectorySetAfterInitializeMeansNoReportAndADumpAmongTheTem
     expectGoodDump(temporaryDump(), SIGSEGV, "crashByNullWrite");
 }
 
-TEST_F(CrashInside, aDumpWithoutAPathIsNamedAfterProcessIdAndTime)
+TEST_F(CrashInside, aDumpWithoutAPathIsNamedAfterProcessIdAndTimeAndCannotBeGuessed)
 {
     ChildProcess child = startInside("null-write");
     const std::string id = std::to_string(child.id());
     child.wait();
-    EXPECT_THAT(temporaryDump().filename().string(),
-                ::testing::MatchesRegex("crash_child_inside-" + id + "-20[0-9]{6}-[0-9]{6}\\.dmp"));
+    EXPECT_THAT(
+        temporaryDump().filename().string(),
+        ::testing::MatchesRegex("crash_child_inside-" + id + "-20[0-9]{6}-[0-9]{6}-[a-z2-7]{12}\\.dmp"));
 }

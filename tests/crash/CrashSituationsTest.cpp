@@ -1,14 +1,30 @@
 #include "crash/support/CrashFixture.h"
 
+#include <cctype>
 #include <cstdlib>
 
 #include <sys/stat.h>
+
+#include "support/Eventually.h"
 
 using namespace Brennic::Testing;
 
 namespace {
 
 constexpr int preparationFailed = 91;
+
+// How many processes run that have been started with the argument, and those that they have made.
+std::size_t processesWithArgument(const std::string& argument)
+{
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const bool isProcess =
+            std::isdigit(static_cast<unsigned char>(entry.path().filename().string()[0])) != 0;
+        if (isProcess && readFile(entry.path() / "cmdline").find(argument + '\0') != std::string::npos)
+            ++count;
+    }
+    return count;
+}
 
 class CrashSituation : public CrashFixture
 {
@@ -203,6 +219,100 @@ TEST_F(CrashSituation, aReportThatHangsCostsTwoSeconds)
     EXPECT_GT(end.time.count(), 1900);
     EXPECT_LT(end.time.count(), 4000);
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
+}
+
+TEST_F(CrashSituation, aReportThatStandsStillIsNotThereAndTheOlderOneIs)
+{
+    writeFile(report(), "a good report");
+    expectDeath(crash("abort", {"after=standing-report"}), SIGABRT);
+    EXPECT_EQ(readFile(report()), "a good report");
+    EXPECT_THAT(unfinishedFilesIn(m_host), ::testing::IsEmpty());
+    expectGoodDump(dump(), SIGABRT, "crashByAbort");
+}
+
+TEST_F(CrashSituation, aReportThatIsSlowIsFinished)
+{
+    EXPECT_EQ(crash("abort", {"after=slow-report"}).signal, SIGABRT);
+    expectReport();
+    expectGoodDump(dump(), SIGABRT, "crashByAbort");
+}
+
+TEST_F(CrashSituation, descriptorsThatAreNotAllowedForNowDoNotMatter)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "the sanitizer needs descriptors";
+    expectDumpWithThreads("no-descriptors-for-now", 1);
+}
+
+TEST_F(CrashSituation, withoutAnyDescriptorOneLineTellsWhyThereIsNoDump)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "the sanitizer needs descriptors";
+    const ProcessEnd end = crash("null-write", {"after=no-descriptors-ever"});
+    expectDeath(end);
+    EXPECT_THAT(dumpsIn(m_host), ::testing::IsEmpty());
+    EXPECT_THAT(end.err, ::testing::HasSubstr("[KVS_LOG] No crash dump: " + dump().string() +
+                                              ": no file descriptor left (24)"));
+}
+
+TEST_F(CrashSituation, withoutRoomAnywhereOneLineTellsWhyThereIsNoDump)
+{
+    const ProcessEnd end =
+        crash("null-write", {"delete=" + m_temporary.string(), "after=vanished-directory"});
+    expectDeath(end);
+    EXPECT_EQ(countLines(end.err, "No crash dump: " + dump().string() + ": no such directory (2); "), 1U)
+        << end.err;
+}
+
+TEST_F(CrashSituation, theUsualProfileOfAContainerDoesNotMatter)
+{
+    expectDumpWithThreads("container", 1);
+}
+
+TEST_F(CrashSituation, aProcessThatMayNotBeDumpedByOthersDumpsItself)
+{
+    expectDeath(crash("null-write", {"after=undumpable"}));
+    expectReport();
+    ASSERT_TRUE(std::filesystem::exists(dump()));
+    EXPECT_GT(Minidump(dump()).threadIds().size(), 1U); // not all of them with their place
+    EXPECT_THAT(readWithLldb(dump()).out, ::testing::HasSubstr("crashByNullWrite"));
+    EXPECT_EQ(readWithObj2yaml(dump()).exitCode, 0);
+}
+
+// The tracer's filter has the calls fail in a process that it does not trace, as the helper.
+TEST_F(CrashSituation, underATracerWithAFilterThereIsADumpAndItsHelperEnds)
+{
+    const std::string tracer = "/usr/bin/strace";
+    if (!std::filesystem::exists(tracer))
+        GTEST_SKIP() << "there is no strace";
+    for (const char* const calls :
+         {"trace=exit_group", "trace=exit_group,openat", "trace=exit_group,rt_sigaction"}) {
+        SCOPED_TRACE(calls);
+        std::filesystem::remove(dump());
+        ChildProcess child(tracer,
+                           {"-f", "--seccomp-bpf", "-e", calls, "-o", "/dev/null", BRN_CRASH_CHILD,
+                            m_host.string(), "null-write"},
+                           m_directory.path());
+        child.wait();
+        EXPECT_TRUE(eventually([this] { return processesWithArgument(m_host.string()) == 0; }));
+        EXPECT_THAT(readWithLldb(dump()).out, ::testing::HasSubstr("crashByNullWrite"));
+    }
+}
+
+TEST_F(CrashSituation, theDumpsHelperDiesWithItsParent)
+{
+    if (sanitizer.find("address") != std::string_view::npos)
+        GTEST_SKIP() << "the sanitizer keeps the killed helper's frames marked, where the next one's lie";
+    ChildProcess child = start("pointer-to-hanging-memory");
+    const std::string argument = m_host.string();
+    const bool hasHelper =
+        eventually([&] { return processesWithArgument(argument) == 2 || !child.isRunning(); }) &&
+        child.isRunning();
+    if (!hasHelper)
+        GTEST_SKIP() << "the system gives us no memory that hangs";
+    kill(child.id(), SIGKILL);
+    EXPECT_TRUE(eventually([&] { return processesWithArgument(argument) == 0; }));
+    EXPECT_THAT(dumpsIn(m_temporary), ::testing::IsEmpty());
 }
 
 TEST_F(CrashSituation, aReportThatCrashesCostsNothing)

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "crash/support/DumpReaders.h"
@@ -140,6 +141,28 @@ TEST_F(DumpMiniDumpTest, aLinkUnderTheTemporaryNameIsNotFollowed)
     ASSERT_TRUE(ask());
     EXPECT_EQ(readFile(victim), "precious");
     EXPECT_NO_THROW(Minidump{dump()});
+}
+
+TEST_F(DumpMiniDumpTest, aFifoIsWrittenTo)
+{
+    ASSERT_EQ(mkfifo(dump().c_str(), 0600), 0);
+    std::thread reader([this] { writeFile(m_directory / "copy.dmp", readFile(dump())); });
+    const int writingEnd = open(dump().c_str(), O_WRONLY | O_CLOEXEC); // blocks until the reader is there
+    const bool isWritten = ask();
+    close(writingEnd);
+    reader.join();
+    EXPECT_TRUE(isWritten);
+    EXPECT_TRUE(std::filesystem::is_fifo(dump()));
+    EXPECT_NO_THROW(Minidump(m_directory / "copy.dmp"));
+}
+
+TEST_F(DumpMiniDumpTest, aFifoThatNobodyReadsSendsTheDumpToTheTemporaryFiles)
+{
+    ASSERT_EQ(mkfifo(dump().c_str(), 0600), 0);
+    EXPECT_TRUE(ask());
+    EXPECT_TRUE(std::filesystem::is_fifo(dump()));
+    const std::filesystem::directory_iterator files(m_directory.path());
+    EXPECT_EQ(std::distance(begin(files), end(files)), 2);
 }
 
 TEST_F(DumpMiniDumpTest, aNameOfTheGreatestLengthIsPossible)

@@ -9,6 +9,7 @@
 
 #include <windows.h>
 
+#include "support/Eventually.h"
 #include "support/Files.h"
 #include "support/TemporaryDirectory.h"
 
@@ -83,12 +84,22 @@ TEST_F(DumpMiniDumpTest, severalThreadsMayAskAtOnce)
         EXPECT_TRUE(isDump(m_directory / (std::to_string(i) + ".dmp")));
 }
 
+// With the lock of the heap taken the system's writer may hang, until its time is up.
+TEST_F(DumpMiniDumpTest, aDumpThatHangsKeepsNobodyFromTheNext)
+{
+    HeapLock(GetProcessHeap());
+    ask();
+    HeapUnlock(GetProcessHeap());
+    EXPECT_TRUE(eventually([this] { return ask(); })); // once the writer has come back
+    EXPECT_TRUE(isDump(dump()));
+}
+
 TEST_F(DumpMiniDumpTest, withoutAPathItIsAmongTheTemporaryFiles)
 {
     EXPECT_TRUE(WinUtil::DumpMiniDump(nullptr, nullptr));
     ASSERT_EQ(fileCount(), 1);
     const std::filesystem::path file = *std::filesystem::directory_iterator(m_directory.path());
-    EXPECT_THAT(file.filename().string(), ::testing::MatchesRegex("dump_test-\\d+-20\\d+-\\d+\\.dmp"));
+    EXPECT_THAT(file.filename().string(), ::testing::MatchesRegex("dump_test-\\d+-20\\d+-\\d+-\\w+\\.dmp"));
 }
 
 TEST_F(DumpMiniDumpTest, anOlderFileIsReplaced)

@@ -5,7 +5,6 @@
 
 #include <boost/nowide/utf/convert.hpp>
 #include <brn_mesh_common/minidump/Syscall_linux.h>
-#include <fcntl.h>
 
 namespace Brennic::Minidump {
 
@@ -15,33 +14,27 @@ constexpr std::uint32_t largestPosition = 0x7fffffff; // offsets in the file hav
 
 } // namespace
 
-bool DumpFile::open(const char* path)
+void DumpFile::begin(int descriptor)
 {
-    // Readable by its owner alone: it holds what the process had in memory.
-    const long result =
-        systemCall(SYS_openat, AT_FDCWD, path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    m_descriptor = static_cast<int>(result);
+    m_descriptor = descriptor;
     m_position = 0;
     m_buffered = 0;
-    m_hasFailed = result < 0;
-    return !m_hasFailed;
+    m_error = 0;
 }
 
-bool DumpFile::finish()
+long DumpFile::finish()
 {
     flush();
-    if (systemCall(SYS_close, m_descriptor) < 0)
-        fail();
-    return !m_hasFailed;
+    return m_error;
 }
 
 Location DumpFile::write(const void* data, std::size_t size)
 {
     const Location location{static_cast<std::uint32_t>(size), m_position};
     if (size > largestPosition - m_position)
-        fail();
+        fail(-EFBIG);
     const auto* bytes = static_cast<const std::byte*>(data);
-    while (size != 0 && !m_hasFailed) {
+    while (size != 0 && m_error == 0) {
         if (m_buffered == m_buffer.size())
             flush();
         const std::size_t room = m_buffer.size() - m_buffered;
@@ -90,24 +83,32 @@ void DumpFile::overwrite(std::uint32_t position, const void* data, std::size_t s
         return;
     }
     flush();
-    if (systemCall(SYS_pwrite64, m_descriptor, data, size, position) != static_cast<long>(size))
-        fail();
+    const auto* bytes = static_cast<const std::byte*>(data);
+    while (size != 0 && m_error == 0) {
+        const std::size_t written = check(systemCall(SYS_pwrite64, m_descriptor, bytes, size, position));
+        position += static_cast<std::uint32_t>(written);
+        bytes += written;
+        size -= written;
+    }
 }
 
 void DumpFile::flush()
 {
     const std::byte* bytes = m_buffer.data();
-    while (m_buffered != 0 && !m_hasFailed) {
-        const long written = systemCall(SYS_write, m_descriptor, bytes, m_buffered);
-        if (written == -EINTR)
-            continue;
-        if (written <= 0) {
-            fail();
-            break;
-        }
+    while (m_buffered != 0 && m_error == 0) {
+        const std::size_t written = check(systemCall(SYS_write, m_descriptor, bytes, m_buffered));
         bytes += written;
         m_buffered -= static_cast<std::uint32_t>(written);
     }
+}
+
+std::size_t DumpFile::check(long written)
+{
+    if (written > 0)
+        return static_cast<std::size_t>(written);
+    if (written != -EINTR)
+        fail(written == 0 ? -EIO : written);
+    return 0;
 }
 
 } // namespace Brennic::Minidump

@@ -16,14 +16,14 @@ namespace Brennic::Minidump {
 class DumpFile
 {
 public:
-    /// Creates the file, which must not exist: nobody else's file or link is written to.
-    bool open(const char* path);
-    /// Writes what is buffered and closes. \return whether everything written has reached the file.
-    bool finish();
+    /// Starts with an empty file that is open under \p descriptor, and stays so.
+    void begin(int descriptor);
+    /// Writes what is buffered. \return 0, or the first error since the beginning.
+    long finish();
 
     /// The offset at which the next byte goes.
     std::uint32_t position() const { return m_position; }
-    bool hasFailed() const { return m_hasFailed; }
+    bool hasFailed() const { return m_error != 0; }
 
     /// Appends. \return where it lies.
     Location write(const void* data, std::size_t size);
@@ -41,12 +41,14 @@ public:
 
 private:
     void flush();
-    void fail() { m_hasFailed = true; }
+    /// \return how many bytes a call has written.
+    std::size_t check(long written);
+    void fail(long error) { m_error = m_error == 0 ? error : m_error; }
 
     int m_descriptor = -1;
     std::uint32_t m_position = 0;
     std::uint32_t m_buffered = 0;
-    bool m_hasFailed = false;
+    long m_error = 0;
     std::array<std::byte, 0x10000> m_buffer{};
 };
 

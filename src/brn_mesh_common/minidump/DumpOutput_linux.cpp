@@ -1,31 +1,68 @@
 #include <brn_mesh_common/minidump/DumpOutput_linux.h>
 
+#include <cerrno>
+#include <string_view>
+
 #include <brn_mesh_common/minidump/Syscall_linux.h>
-#include <fcntl.h>
-#include <linux/fs.h>
 #include <unistd.h>
 
 namespace Brennic::Minidump {
 
 namespace {
 
-constexpr std::uint32_t mostAttempts = 100;
+constexpr int mostAttempts = 100;
+constexpr long notFinished = 0; // what the error is while somebody writes
 
-bool renameTo(const PathText& from, const PathText& to)
-{
-    return systemCall(SYS_renameat, AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str()) == 0;
-}
+using Line = FixedText<2 * 4096 + 200>;
 
-bool renameToNew(const PathText& from, const PathText& to)
+void print(const Line& line)
 {
-    return systemCall(SYS_renameat2, AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0;
+    systemCall(SYS_write, STDERR_FILENO, line.view().data(), line.view().size());
 }
 
 void announce(const PathText& path)
 {
-    FixedText<4200> line;
+    Line line;
     line.append("[KVS_LOG] Crash dump written to ").append(path.view()).append('\n');
-    systemCall(SYS_write, STDERR_FILENO, line.view().data(), line.view().size());
+    print(line);
+}
+
+// The C library's texts are translated, which takes memory.
+std::string_view textOf(long error)
+{
+    switch (-error) {
+    case notFinished:
+        return "not finished in time";
+    case EACCES:
+    case EPERM:
+        return "permission denied";
+    case ENOSPC:
+    case EDQUOT:
+        return "no space left";
+    case EFBIG:
+        return "larger than files may be";
+    case EMFILE:
+    case ENFILE:
+        return "no file descriptor left";
+    case ENOENT:
+    case ENOTDIR:
+        return "no such directory";
+    case EROFS:
+        return "read-only file system";
+    case ENAMETOOLONG:
+        return "name too long";
+    case ENXIO:
+        return "nobody reads it";
+    default:
+        return "error";
+    }
+}
+
+void appendReason(Line& line, std::string_view path, long error)
+{
+    line.append(path).append(": ").append(textOf(error));
+    if (error != notFinished)
+        line.append(" (").appendDecimal(static_cast<std::uint64_t>(-error)).append(')');
 }
 
 Extent less(Extent extent)
@@ -35,70 +72,108 @@ Extent less(Extent extent)
 
 } // namespace
 
+void DumpOutput::start(std::int32_t process)
+{
+    if (m_process == process)
+        m_whole.giveUp();
+    m_whole.forget();
+    m_process = process;
+    m_path.clear();
+    m_temporaryPath.clear();
+    m_error = m_temporaryError = notFinished;
+}
+
 bool DumpOutput::write(Snapshot& snapshot, const wchar_t* path, Extent extent)
 {
-    if (path != nullptr && writeToWantedPath(snapshot, path, extent))
-        return true;
+    m_error = m_temporaryError = notFinished;
+    m_temporaryPath.clear();
+    if (path != nullptr) {
+        m_path = toUtf8Path(path);
+        if (writeToWantedPath(snapshot, extent))
+            return true;
+    }
     if (!writeToTemporaryFile(snapshot, extent))
         return false;
-    announce(m_path);
+    announce(m_temporaryPath);
     return true;
 }
 
-bool DumpOutput::writeToWantedPath(Snapshot& snapshot, const wchar_t* path, Extent extent)
+bool DumpOutput::writeToWantedPath(Snapshot& snapshot, Extent extent)
 {
-    m_path = toUtf8Path(path);
-    if (m_path.isCut() || m_path.view().empty())
-        return false;
-    if (!writePartial(snapshot, extent))
-        return false;
-    if (renameTo(m_partialPath, m_path))
-        return true;
-    discardPartial();
-    return false;
+    if (WholeFile::leadsToDevice(m_path))
+        return writeToDevice(snapshot, extent);
+    m_error = writePartial(snapshot, m_path, extent);
+    if (m_error == 0)
+        m_error = m_whole.publish();
+    return m_error == 0;
+}
+
+// Not all devices can be written but from front to back.
+bool DumpOutput::writeToDevice(Snapshot& snapshot, Extent extent)
+{
+    m_error = writePartial(snapshot, temporaryDumpPath(snapshot.process), extent);
+    if (m_error == 0)
+        m_error = m_whole.copyToDevice(m_path);
+    return m_error == 0;
 }
 
 bool DumpOutput::writeToTemporaryFile(Snapshot& snapshot, Extent extent)
 {
-    for (std::uint32_t attempt = 0; attempt != mostAttempts; ++attempt) {
-        m_path = temporaryDumpPath(snapshot.process, attempt);
-        if (systemCall(SYS_faccessat, AT_FDCWD, m_path.c_str(), F_OK) == 0)
-            continue;
-        if (!writePartial(snapshot, extent))
-            return false;
-        if (renameToNew(m_partialPath, m_path))
-            return true;
-        discardPartial();
-    }
-    return false;
+    m_temporaryPath = temporaryDumpPath(snapshot.process);
+    m_temporaryError = writePartial(snapshot, m_temporaryPath, extent);
+    if (m_temporaryError == 0)
+        m_temporaryError = publishAsNew(snapshot.process);
+    return m_temporaryError == 0;
 }
 
-bool DumpOutput::writePartial(Snapshot& snapshot, Extent extent)
+long DumpOutput::publishAsNew(std::int32_t process)
 {
-    m_partialPath = partialPath(m_path);
-    while (openPartial()) {
+    long result = m_whole.publishAsNew();
+    for (int attempt = 0; result == -EEXIST && attempt != mostAttempts; ++attempt) {
+        m_temporaryPath = temporaryDumpPath(process);
+        m_whole.takeNextName(m_temporaryPath);
+        result = m_whole.publishAsNew();
+    }
+    return result;
+}
+
+long DumpOutput::writePartial(Snapshot& snapshot, const PathText& path, Extent extent)
+{
+    for (;;) {
+        const long created = m_whole.create(path, WholeFile::Readers::Owner);
+        if (created != 0)
+            return created;
+        m_file.begin(m_whole.descriptor());
         DumpWriter(snapshot, m_file, extent).write();
-        if (m_file.finish())
-            return true;
-        discardPartial(); // no room: try with less
+        const long result = m_file.finish();
+        if (result == 0)
+            return 0;
+        m_whole.discard(); // no room: try with less
         if (extent == Extent::CallingThread)
-            break;
+            return result;
         extent = less(extent);
     }
-    return false;
 }
 
-bool DumpOutput::openPartial()
+void DumpOutput::clearAfterWriter()
 {
-    if (m_file.open(m_partialPath.c_str()))
-        return true;
-    discardPartial(); // left by a process of this name that was killed while it wrote
-    return m_file.open(m_partialPath.c_str());
+    m_whole.giveUp();
+    m_whole.forget();
 }
 
-void DumpOutput::discardPartial()
+void DumpOutput::tellFailure(const wchar_t* path) const
 {
-    systemCall(SYS_unlinkat, AT_FDCWD, m_partialPath.c_str(), 0);
+    Line line;
+    line.append("[KVS_LOG] No crash dump: ");
+    if (path != nullptr)
+        appendReason(line, toUtf8Path(path).view(), m_error);
+    if (path != nullptr && m_error != notFinished)
+        line.append("; ");
+    if (path == nullptr || m_error != notFinished)
+        appendReason(line, m_temporaryPath.view().empty() ? "temporary files" : m_temporaryPath.view(),
+                     m_temporaryError);
+    line.append('\n');
+    print(line);
 }
 
 } // namespace Brennic::Minidump

@@ -6,7 +6,7 @@
 #include <cwchar>
 
 #include <boost/nowide/utf/convert.hpp>
-#include <brn_mesh_common/minidump/ProcFile_linux.h>
+#include <brn_mesh_common/minidump/RandomName_linux.h>
 #include <brn_mesh_common/minidump/Syscall_linux.h>
 #include <fcntl.h>
 
@@ -14,17 +14,17 @@ namespace Brennic::Minidump {
 
 namespace {
 
-constexpr std::string_view partialMark = ".part";
+constexpr std::size_t longestName = 180; // short enough for a file name with the rest
 
-void appendExecutableName(PathText& path, std::int32_t process)
+// The writer's own name is that of the process, and nobody is refused it.
+void appendExecutableName(PathText& path)
 {
     std::array<char, PATH_MAX> target{};
-    const ProcPath link = procPath(process, "exe");
-    const long size = systemCall(SYS_readlinkat, AT_FDCWD, link.c_str(), target.data(), target.size());
+    const long size = systemCall(SYS_readlinkat, AT_FDCWD, "/proc/self/exe", target.data(), target.size());
     std::string_view name(target.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
     name.remove_prefix(name.rfind('/') + 1);
     name = name.substr(0, name.find(" (deleted)"));
-    path.append(name.empty() ? "process" : name.substr(0, 200)); // short enough for a file name with the rest
+    path.append(name.empty() ? "process" : name.substr(0, longestName));
 }
 
 // Year, month, day from the days since 1970, in the calendar that starts its years in March.
@@ -70,33 +70,19 @@ PathText toUtf8Path(const wchar_t* path)
     return text;
 }
 
-PathText temporaryDumpPath(std::int32_t process, std::uint32_t attempt)
+PathText temporaryDumpPath(std::int32_t process)
 {
     const char* const directory = std::getenv("TMPDIR");
     const bool isSet = directory != nullptr && directory[0] == '/';
     PathText path;
     path.append(isSet ? directory : "/tmp").append('/');
-    appendExecutableName(path, process);
+    appendExecutableName(path);
     path.append('-').appendDecimal(static_cast<std::uint64_t>(process)).append('-');
     appendTime(path);
-    if (attempt != 0)
-        path.append('-').appendDecimal(attempt);
+    path.append('-');
+    appendRandomName(path);
     path.append(".dmp");
     return path;
-}
-
-PathText partialPath(const PathText& path)
-{
-    const std::string_view whole = path.view();
-    const std::size_t nameStart = whole.rfind('/') + 1;
-    const bool fits = whole.size() - nameStart + partialMark.size() <= NAME_MAX;
-    PathText partial;
-    if (fits)
-        partial.append(whole);
-    else
-        partial.append(whole.substr(0, nameStart + NAME_MAX - partialMark.size()));
-    partial.append(partialMark);
-    return partial;
 }
 
 } // namespace Brennic::Minidump

@@ -1,9 +1,12 @@
 #include <brn_mesh_common/minidump/DumpPath_win.h>
 
+#include <cstdint>
 #include <cwchar>
 #include <string_view>
 
 #include <windows.h>
+
+#include <ntsecapi.h>
 
 namespace Brennic::Minidump {
 
@@ -12,7 +15,7 @@ namespace {
 // The process's file name without its directory and ".exe", cut so that the rest has room behind it.
 std::wstring_view processName(PathBuffer& buffer)
 {
-    constexpr std::size_t longestName = 200;
+    constexpr std::size_t longestName = 180;
     const DWORD length = GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
     std::wstring_view name(buffer.data(), length);
     name.remove_prefix(name.find_last_of(L"\\/") + 1);
@@ -20,6 +23,22 @@ std::wstring_view processName(PathBuffer& buffer)
 }
 
 } // namespace
+
+void makeRandomName(wchar_t* name)
+{
+    std::uint64_t bits = 0;
+    LARGE_INTEGER counter{};
+    QueryPerformanceCounter(&counter);
+    if (RtlGenRandom(&bits, sizeof bits) ==
+        0) // without the system's help at least no two threads get the same
+        bits = (static_cast<std::uint64_t>(counter.QuadPart) ^
+                (static_cast<std::uint64_t>(GetCurrentThreadId()) << 40)) *
+               0x9e3779b97f4a7c15;
+    constexpr std::wstring_view characters = L"abcdefghijklmnopqrstuvwxyz234567";
+    for (std::size_t i = 0; i + 1 != randomNameSize; ++i, bits >>= 5)
+        *name++ = characters[bits % characters.size()];
+    *name = L'\0';
+}
 
 bool makeTemporaryDumpPath(PathBuffer& path)
 {
@@ -31,9 +50,12 @@ bool makeTemporaryDumpPath(PathBuffer& path)
     SYSTEMTIME now{};
     GetSystemTime(&now);
     const std::size_t room = path.size() - length;
-    const int written = _snwprintf(path.data() + length, room, L"%.*ls-%lu-%04d%02d%02d-%02d%02d%02d.dmp",
-                                   static_cast<int>(name.size()), name.data(), GetCurrentProcessId(),
-                                   now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond);
+    std::array<wchar_t, randomNameSize> random{};
+    makeRandomName(random.data());
+    const int written =
+        _snwprintf(path.data() + length, room, L"%.*ls-%lu-%04d%02d%02d-%02d%02d%02d-%ls.dmp",
+                   static_cast<int>(name.size()), name.data(), GetCurrentProcessId(), now.wYear, now.wMonth,
+                   now.wDay, now.wHour, now.wMinute, now.wSecond, random.data());
     return written > 0 && static_cast<std::size_t>(written) < room;
 }
 

@@ -3,6 +3,7 @@
 /// Internal, not installed. Where a dump goes for which nobody has chosen a name.
 
 #include <array>
+#include <cstddef>
 
 namespace Brennic::Minidump {
 
@@ -10,8 +11,14 @@ namespace Brennic::Minidump {
 using PathBuffer = std::array<wchar_t, 32768>;
 
 /// Sets \p path to a new file in the directory for temporary files, named after the process, its id and the
-/// time (UTC). \return false if there is no such directory.
+/// time (UTC), and letters that nobody can guess. \return false if there is no such directory.
 bool makeTemporaryDumpPath(PathBuffer& path);
+
+/// Of a random name, with its terminator.
+constexpr std::size_t randomNameSize = 13;
+
+/// Makes a name of letters and digits that nobody can guess.
+void makeRandomName(wchar_t* name);
 
 /// Sets \p result to \p path and \p extension. \return false if that is too long.
 bool appendExtension(const wchar_t* path, const wchar_t* extension, PathBuffer& result);

@@ -10,29 +10,28 @@ namespace Brennic::Minidump {
 
 namespace {
 
-// Milliseconds, of which the first way leaves some to the others.
-constexpr std::int64_t timeForDump = 5000;
-constexpr std::int64_t timeForHelper = 3000;
-constexpr std::int64_t timeForLastHelper = 1000;
-// They have to run for it, and one of idle priority gets no time for long while others work.
+constexpr TimeLimit timeForHelper{3000, 20'000};
+constexpr TimeLimit timeForLastHelper{1000, 5000};
+// Milliseconds. They have to run for it, and one of idle priority gets no time for long while others work.
 constexpr std::int64_t timeToStopThreads = 1500;
 
-// A write past the limit for file sizes sends a signal, besides failing.
-class BlockedFileSizeSignal
+// A write past the limit for file sizes, or to a FIFO that nobody reads any more, sends a signal, besides failing.
+class BlockedWriteSignals
 {
 public:
-    BlockedFileSizeSignal() : m_before(signal().apply(SIG_BLOCK)) {}
-    ~BlockedFileSizeSignal()
+    BlockedWriteSignals() : m_before(signals().apply(SIG_BLOCK)) {}
+    ~BlockedWriteSignals()
     {
         const timespec atOnce{};
-        systemCall(SYS_rt_sigtimedwait, signal().words(), nullptr, &atOnce, SignalMask::size);
+        while (systemCall(SYS_rt_sigtimedwait, signals().words(), nullptr, &atOnce, SignalMask::size) > 0)
+            continue;
         m_before.apply(SIG_SETMASK);
     }
-    BlockedFileSizeSignal(const BlockedFileSizeSignal&) = delete;
-    BlockedFileSizeSignal& operator=(const BlockedFileSizeSignal&) = delete;
+    BlockedWriteSignals(const BlockedWriteSignals&) = delete;
+    BlockedWriteSignals& operator=(const BlockedWriteSignals&) = delete;
 
 private:
-    static SignalMask signal() { return SignalMask::of({SIGXFSZ}); }
+    static SignalMask signals() { return SignalMask::of({SIGXFSZ, SIGPIPE}); }
 
     SignalMask m_before;
 };
@@ -41,7 +40,7 @@ private:
 
 DumpSession::DumpSession(Workspace& workspace, const siginfo_t* exception, const ucontext_t& context,
                          const wchar_t* path)
-    : m_workspace(workspace), m_context(context), m_path(path), m_deadline(timeForDump)
+    : m_workspace(workspace), m_context(context), m_path(path)
 {
     m_workspace.snapshot.process = processId();
     m_workspace.snapshot.exception = exception;
@@ -49,33 +48,43 @@ DumpSession::DumpSession(Workspace& workspace, const siginfo_t* exception, const
 
 bool DumpSession::run()
 {
-    const BlockedFileSizeSignal blockedSignal;
-    return writeWithTracedThreads() || writeWithSignalledThreads() || writeCallingThread();
+    const BlockedWriteSignals blockedSignals;
+    DumpOutput& output = m_workspace.output;
+    output.start(m_workspace.snapshot.process);
+    const bool isWritten = writeWithTracedThreads() || writeWithSignalledThreads() || writeCallingThread();
+    if (!isWritten) {
+        output.clearAfterWriter();
+        output.tellFailure(m_path);
+    }
+    return isWritten;
 }
 
 bool DumpSession::writeWithTracedThreads()
 {
     keepCallingThreadOnly();
-    m_isTraceRefused = runHelper(Threads::Traced, Extent::Full) == HelperEnd::NotStarted || m_isTraceRefused;
+    runHelper(Threads::Traced, Extent::Full);
     return m_isWritten;
 }
 
+// Not after a helper that came to no end: what it met would be met again.
 bool DumpSession::writeWithSignalledThreads()
 {
-    if (!m_isTraceRefused)
+    if (m_helperEnd == HelperEnd::Failed)
         return false;
     keepCallingThreadOnly();
     SignalledThreads threads(m_workspace.snapshot.process, m_workspace.snapshot.threads);
     threads.stop(Deadline(timeToStopThreads));
-    if (runHelper(Threads::Known, Extent::Full) == HelperEnd::NotStarted)
-        write();
+    runHelper(Threads::Known, Extent::Full);
+    if (!m_isWritten && m_helperEnd != HelperEnd::Failed)
+        write(); // what the system denies the helper it may grant the process itself
     return m_isWritten;
 }
 
 bool DumpSession::writeCallingThread()
 {
     keepCallingThreadOnly();
-    if (runHelper(Threads::Known, Extent::CallingThread) == HelperEnd::NotStarted)
+    runHelper(Threads::Known, Extent::CallingThread);
+    if (!m_isWritten && m_helperEnd != HelperEnd::Failed)
         write();
     return m_isWritten;
 }
@@ -89,12 +98,14 @@ void DumpSession::keepCallingThreadOnly()
     own->context = toContext(m_context);
 }
 
-HelperEnd DumpSession::runHelper(Threads threads, Extent extent)
+void DumpSession::runHelper(Threads threads, Extent extent)
 {
     m_threads = threads;
     m_extent = extent;
     HelperProcess helper(helperMain, this);
-    return helper.run(Deadline(extent == Extent::Full ? timeForHelper : timeForLastHelper));
+    m_helperEnd = helper.run(extent == Extent::Full ? timeForHelper : timeForLastHelper);
+    if (!m_isWritten)
+        m_workspace.output.clearAfterWriter();
 }
 
 void DumpSession::helperMain(void* self)
@@ -104,13 +115,13 @@ void DumpSession::helperMain(void* self)
 
 void DumpSession::captureAndWrite()
 {
+    const RaisedLimits limits;
     if (m_threads == Threads::Known) {
         write();
         return;
     }
     TracedThreads threads(m_workspace.snapshot.process, m_workspace.snapshot.threads);
-    m_isTraceRefused = !threads.stop(Deadline(timeToStopThreads));
-    if (!m_isTraceRefused)
+    if (threads.stop(Deadline(timeToStopThreads)))
         write();
 }
 

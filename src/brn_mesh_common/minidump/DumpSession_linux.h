@@ -5,10 +5,11 @@
 ///
 /// The ways, each tried when the one before is closed:
 /// 1. A helper process stops all threads with ptrace and writes.
-/// 2. The threads write down their own registers on a signal, and the helper writes; where there is no
-/// helper,
-///    the calling thread writes itself.
+/// 2. The threads write down their own registers on a signal, and the helper writes; where it cannot, the calling
+///    thread writes itself.
 /// 3. The calling thread alone is written, in case something about the others made the helper fail.
+///
+/// If there is no dump in the end, standard error tells why.
 
 #include <cstdint>
 
@@ -46,7 +47,7 @@ private:
     bool writeWithTracedThreads();
     bool writeWithSignalledThreads();
     bool writeCallingThread();
-    HelperEnd runHelper(Threads threads, Extent extent);
+    void runHelper(Threads threads, Extent extent);
     static void helperMain(void* self);
     void captureAndWrite();
     void write();
@@ -55,10 +56,9 @@ private:
     Workspace& m_workspace;
     const ucontext_t& m_context;
     const wchar_t* m_path;
-    Deadline m_deadline;
     Threads m_threads = Threads::Traced;
     Extent m_extent = Extent::Full;
-    bool m_isTraceRefused = false;
+    HelperEnd m_helperEnd = HelperEnd::NotStarted;
     bool m_isWritten = false;
 };
 

@@ -8,6 +8,7 @@
 
 #include <brn_mesh_common/minidump/DumpPath_win.h>
 #include <brn_mesh_common/minidump/ShallowWait_win.h>
+#include <brn_mesh_common/minidump/WholeFile_win.h>
 
 #include <windows.h>
 
@@ -18,7 +19,8 @@ namespace Brennic::Minidump {
 namespace {
 
 // Milliseconds. The system needs one for a few threads; a busy machine and Wine need seconds.
-constexpr DWORD timeForDump = 10'000;
+constexpr DWORD timeStandingStill = 10'000;
+constexpr DWORD mostTime = 60'000;
 
 using MiniDumpWriter = BOOL(WINAPI*)(HANDLE process, DWORD processId, HANDLE file, MINIDUMP_TYPE type,
                                      MINIDUMP_EXCEPTION_INFORMATION* exception,
@@ -53,19 +55,62 @@ public:
 
     bool run(const Request& request)
     {
-        while (m_isBusy.exchange(true)) // of two calls at once the second waits for the first
-            Sleep(1);
+        if (!claim()) {
+            printLine("[KVS_LOG] No crash dump: the one before hangs\n");
+            return false;
+        }
         m_request = request;
         ResetEvent(m_answered);
         SetEvent(m_asked);
-        // A thread that does not come back stays busy: there is no second dump.
-        const bool isInTime = waitWithLittleStack(m_answered, timeForDump);
-        const bool isWritten = isInTime && m_isWritten;
-        m_isBusy = !isInTime;
+        if (!waitForAnswer() && leave()) {
+            printLine("[KVS_LOG] No crash dump: not finished in time\n");
+            return false;
+        }
+        const bool isWritten = m_isWritten;
+        m_state = State::Idle;
+        if (!isWritten)
+            printLine("[KVS_LOG] No crash dump: it could not be written\n");
         return isWritten;
     }
 
 private:
+    enum class State
+    {
+        Idle,
+        Busy, ///< somebody waits for a dump
+        Left, ///< the one who asked has gone; should the writer come back, it is idle
+    };
+
+    // Of two calls at once the second waits for the first, but not for one that hangs.
+    bool claim()
+    {
+        for (State state = State::Idle; !m_state.compare_exchange_strong(state, State::Busy);
+             state = State::Idle) {
+            if (state == State::Left)
+                return false;
+            Sleep(1);
+        }
+        return true;
+    }
+
+    // The writer stops all threads, this one too: its time is up only if it was seen to stand still.
+    bool waitForAnswer()
+    {
+        StandstillWatch watch(m_thread, timeStandingStill, mostTime);
+        while (!waitWithLittleStack(m_answered, timeBetweenLooks)) {
+            if (watch.isOver(m_file.size()))
+                return false;
+        }
+        return true;
+    }
+
+    // An answer that comes at this moment is lost.
+    bool leave()
+    {
+        State busy = State::Busy;
+        return m_state.compare_exchange_strong(busy, State::Left);
+    }
+
     static DWORD WINAPI main(void* self)
     {
         static_cast<DumpThread*>(self)->serve();
@@ -81,45 +126,50 @@ private:
         for (;;) {
             WaitForSingleObject(m_asked, INFINITE);
             m_isWritten = m_writer != nullptr && writeSomewhere();
-            SetEvent(m_answered);
+            State left = State::Left;
+            if (!m_state.compare_exchange_strong(left, State::Idle))
+                SetEvent(m_answered);
         }
     }
 
     bool writeSomewhere()
     {
-        if (m_request.path != nullptr && write(m_request.path))
+        if (m_request.path != nullptr && write(m_request.path) && m_file.publish())
             return true;
-        if (!makeTemporaryDumpPath(m_temporaryPath) || !write(m_temporaryPath.data()))
+        if (!writeToTemporaryFile())
             return false;
         printTemporaryPath();
         return true;
     }
 
-    // Under its name the file is complete or absent.
+    bool writeToTemporaryFile()
+    {
+        constexpr int mostAttempts = 10;
+        for (int attempt = 0; attempt != mostAttempts; ++attempt) {
+            if (!makeTemporaryDumpPath(m_temporaryPath) || !write(m_temporaryPath.data()))
+                return false;
+            if (m_file.publishAsNew())
+                return true;
+        }
+        return false;
+    }
+
     bool write(const wchar_t* path)
     {
-        if (!appendExtension(path, L".part", m_partPath))
-            return false;
-        const bool isWritten = writeFile(m_partPath.data()) &&
-                               MoveFileExW(m_partPath.data(), path, MOVEFILE_REPLACE_EXISTING) != 0;
+        const bool isWritten = m_file.create(path) && writeFile();
         if (!isWritten)
-            DeleteFileW(m_partPath.data());
+            m_file.discard();
         return isWritten;
     }
 
-    bool writeFile(const wchar_t* path)
+    bool writeFile()
     {
-        const HANDLE file = CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                        FILE_ATTRIBUTE_NORMAL, nullptr);
-        if (file == INVALID_HANDLE_VALUE)
-            return false;
         const auto type =
             static_cast<MINIDUMP_TYPE>(MiniDumpNormal | MiniDumpWithThreadInfo | MiniDumpWithUnloadedModules);
         MINIDUMP_EXCEPTION_INFORMATION* const exception =
             m_request.exception.ExceptionPointers != nullptr ? &m_request.exception : nullptr;
-        const bool isWritten = m_writer(GetCurrentProcess(), GetCurrentProcessId(), file, type, exception,
-                                        nullptr, nullptr) != 0;
-        return CloseHandle(file) != 0 && isWritten;
+        return m_writer(GetCurrentProcess(), GetCurrentProcessId(), m_file.handle(), type, exception, nullptr,
+                        nullptr) != 0;
     }
 
     void printTemporaryPath()
@@ -137,11 +187,11 @@ private:
     HANDLE m_asked = nullptr;
     HANDLE m_answered = nullptr;
     MiniDumpWriter m_writer = nullptr;
-    std::atomic<bool> m_isBusy{false};
+    std::atomic<State> m_state{State::Idle};
     Request m_request{};
     bool m_isWritten = false;
     PathBuffer m_temporaryPath{};
-    PathBuffer m_partPath{};
+    WholeFile m_file;
     std::array<char, 3 * 32768> m_narrowPath{};
 };
 

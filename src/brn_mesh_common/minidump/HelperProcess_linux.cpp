@@ -16,16 +16,16 @@ namespace Brennic::Minidump {
 namespace {
 
 constexpr int firstPrivateDescriptor = 3;
-constexpr std::int64_t timeToEnd = 100;
+// Milliseconds.
+constexpr std::int64_t timeToBegin = 1000;
+constexpr std::int64_t timeToEnd = 1000;
+// Nanoseconds of the processor's time.
+constexpr std::int64_t leastUse = 1'000'000;
 
 alignas(64) std::array<std::byte, 0x40000> g_stack;
 
-// The default action would write a core of the memory that we share, and could take the crashed process
-// along.
-void onFault(int /*signal*/, siginfo_t* /*information*/, void* /*context*/)
-{
-    systemCall(SYS_exit_group, 1);
-}
+// The one that runs, for its own handlers: they are given nothing.
+std::atomic<std::atomic<std::uint32_t>*> g_state{nullptr};
 
 // A sandbox that answers a call with a signal: to the caller it looks like a call that the system does not
 // have.
@@ -62,19 +62,11 @@ long cloneProcess(long flags, void* stackTop, const void* childId, void (*functi
     return result;
 }
 
-void handleFaults()
-{
-    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT})
-        SignalAction::calling(onFault).applyTo(signal);
-    SignalAction::calling(onForbiddenCall).applyTo(SIGSYS);
-    // Not ignored: the stops of traced threads are announced by it.
-    SignalAction::byDefault().applyTo(SIGCHLD);
-}
-
 } // namespace
 
-HelperEnd HelperProcess::run(const Deadline& deadline)
+HelperEnd HelperProcess::run(const TimeLimit& limit)
 {
+    g_state = &m_state;
     // The helper inherits it: no handler of the host may run there, should the terminal send it a signal.
     const SignalMask before = allButFaults().apply(SIG_SETMASK);
     const bool isStarted = start();
@@ -85,10 +77,13 @@ HelperEnd HelperProcess::run(const Deadline& deadline)
     const bool isNamed = systemCall(SYS_prctl, PR_SET_PTRACER, m_id, 0, 0, 0) == 0;
     m_mayRun = 1;
     wakeAll(m_mayRun);
-    waitWhileEqual(m_isAlive, 1, deadline);
+    StandstillWatch watch(processorClockOfProcess(m_id), limit, leastUse);
+    waitWhileEqual(m_state, Alive, watch);
     end();
     if (isNamed)
         systemCall(SYS_prctl, PR_SET_PTRACER, 0, 0, 0, 0);
+    if (m_isForbidden)
+        return HelperEnd::NotStarted;
     return m_hasReturned ? HelperEnd::Returned : HelperEnd::Failed;
 }
 
@@ -96,24 +91,64 @@ bool HelperProcess::start()
 {
     const int flags = CLONE_VM | CLONE_FS | CLONE_UNTRACED | CLONE_CHILD_CLEARTID;
     void* const stackTop = g_stack.data() + g_stack.size();
-    m_id = static_cast<std::int32_t>(cloneProcess(flags, stackTop, &m_isAlive, enter, this));
+    m_id = static_cast<std::int32_t>(cloneProcess(flags, stackTop, &m_state, enter, this));
     return m_id > 0;
 }
 
 void HelperProcess::enter(void* self)
 {
-    handleFaults();
+    static_cast<HelperProcess*>(self)->work();
+    endSelf();
+}
+
+void HelperProcess::work()
+{
+    systemCall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
+    // A tracer's filter answers to nobody but what it traces, as if there were no such calls.
+    m_isForbidden = !handleFaults();
+    if (m_isForbidden || systemCall(SYS_getppid) != m_parent)
+        return;
     systemCall(SYS_close_range, firstPrivateDescriptor, ~0U, 0); // they may be used up, and none is ours
-    auto& helper = *static_cast<HelperProcess*>(self);
-    waitWhileEqual(helper.m_mayRun, 0, Deadline(timeToEnd));
-    helper.m_function(helper.m_argument);
-    helper.m_hasReturned = true;
-    systemCall(SYS_exit_group, 0);
+    waitWhileEqual(m_mayRun, 0, Deadline(timeToBegin));
+    m_function(m_argument);
+    m_hasReturned = true;
+}
+
+bool HelperProcess::handleFaults()
+{
+    bool isDone = true;
+    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT})
+        isDone = SignalAction::calling(onFault).applyTo(signal) && isDone;
+    SignalAction::calling(onForbiddenCall).applyTo(SIGSYS);
+    // Not ignored: the stops of traced threads are announced by it.
+    SignalAction::byDefault().applyTo(SIGCHLD);
+    return isDone;
+}
+
+// The default action would write a core of the memory that we share, and could take the crashed process
+// along.
+void HelperProcess::onFault(int /*signal*/, siginfo_t* /*information*/, void* /*context*/)
+{
+    endSelf();
+}
+
+// Whoever waits for us is told first, and kills us should the system not let us go.
+void HelperProcess::endSelf()
+{
+    std::atomic<std::uint32_t>& state = *g_state;
+    state = Finished;
+    wakeAll(state);
+    for (;;) {
+        systemCall(SYS_exit_group, 0);
+        systemCall(SYS_exit, 0);
+        systemCall(SYS_kill, processId(), SIGKILL);
+        systemCall(SYS_pause);
+    }
 }
 
 void HelperProcess::end()
 {
-    if (m_isAlive != 0)
+    if (m_state != Gone)
         systemCall(SYS_kill, m_id, SIGKILL);
     const Deadline deadline(timeToEnd);
     while (systemCall(SYS_wait4, m_id, nullptr, __WALL | WNOHANG, nullptr) == 0 && !deadline.hasPassed())

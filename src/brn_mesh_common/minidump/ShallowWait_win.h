@@ -20,4 +20,60 @@ inline bool waitWithLittleStack(HANDLE object, DWORD milliseconds)
     return NtWaitForSingleObject(object, FALSE, milliseconds == INFINITE ? nullptr : &time) == WAIT_OBJECT_0;
 }
 
+/// Tells whether somebody who is waited for stands still. A step's time is counted from the moment at which its thread was
+/// last seen to have used processor time, or its file to have grown: what is slow on a busy machine is not ended, but what
+/// runs in a circle is, by the second limit.
+class StandstillWatch
+{
+public:
+    /// In milliseconds.
+    StandstillWatch(HANDLE thread, DWORD standingStill, DWORD atMost)
+        : m_thread(thread),
+          m_standingStill(standingStill),
+          m_atMost(atMost),
+          m_start(GetTickCount64()),
+          m_lastSeen(m_start),
+          m_usedThen(used())
+    {
+    }
+
+    /// \param fileSize of what the thread writes. \return whether the time is up.
+    bool isOver(LONGLONG fileSize)
+    {
+        const ULONGLONG now = GetTickCount64();
+        const LONGLONG usedNow = used();
+        if (usedNow != m_usedThen || fileSize != m_sizeThen)
+            m_lastSeen = now;
+        m_usedThen = usedNow;
+        m_sizeThen = fileSize;
+        return now - m_lastSeen >= m_standingStill || now - m_start >= m_atMost;
+    }
+
+private:
+    LONGLONG used() const
+    {
+        struct
+        {
+            LARGE_INTEGER creation;
+            LARGE_INTEGER exit;
+            LARGE_INTEGER kernel;
+            LARGE_INTEGER user;
+        } times{};
+        constexpr auto threadTimes = static_cast<THREADINFOCLASS>(1);
+        NtQueryInformationThread(m_thread, threadTimes, &times, sizeof times, nullptr);
+        return times.kernel.QuadPart + times.user.QuadPart;
+    }
+
+    HANDLE m_thread;
+    DWORD m_standingStill;
+    DWORD m_atMost;
+    ULONGLONG m_start;
+    ULONGLONG m_lastSeen;
+    LONGLONG m_usedThen;
+    LONGLONG m_sizeThen = -1;
+};
+
+/// Milliseconds between two looks at whoever is waited for.
+constexpr DWORD timeBetweenLooks = 100;
+
 } // namespace Brennic::Minidump

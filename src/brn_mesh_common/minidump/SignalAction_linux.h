@@ -22,9 +22,10 @@ public:
     static SignalAction byDefault() { return SignalAction(nullptr, 0); }
     static SignalAction calling(Handler handler) { return SignalAction(handler, SA_SIGINFO); }
 
-    void applyTo(int signal) const
+    /// \return whether the system has taken it.
+    bool applyTo(int signal) const
     {
-        systemCall(SYS_rt_sigaction, signal, &m_record, nullptr, sizeof(m_record.mask));
+        return systemCall(SYS_rt_sigaction, signal, &m_record, nullptr, sizeof(m_record.mask)) == 0;
     }
 
 private:

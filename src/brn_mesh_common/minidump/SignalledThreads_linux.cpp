@@ -13,7 +13,7 @@ namespace Brennic::Minidump {
 namespace {
 
 // Threads wait in their handlers no longer than a dump may take, should it never tell them to go on.
-constexpr std::int64_t longestWait = 6000;
+constexpr std::int64_t longestWait = 26'000;
 
 constexpr std::int64_t timeForPlaces = 1000;
 

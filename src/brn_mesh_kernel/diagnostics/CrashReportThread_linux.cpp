@@ -4,6 +4,7 @@
 #include <system_error>
 #include <thread>
 
+#include <brn_mesh_common/minidump/RaisedLimits_linux.h>
 #include <brn_mesh_common/minidump/Syscall_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
@@ -15,6 +16,7 @@ namespace Brennic::Core {
 namespace {
 
 constexpr std::size_t firstAllocation = 4096;
+constexpr std::int64_t leastUse = 1'000'000; // nanoseconds of the processor's time that are progress
 constexpr std::int64_t practicallyEndless = 1'000'000'000'000;
 
 void allocateOnce()
@@ -67,7 +69,7 @@ void CrashReportThread::start(Work work)
     m_process = Minidump::processId();
 }
 
-bool CrashReportThread::run(const wchar_t* path, const Minidump::Deadline& deadline)
+bool CrashReportThread::run(const wchar_t* path, const Minidump::TimeLimit& limit)
 {
     if (m_process != Minidump::processId() || isCurrent())
         return false;
@@ -75,7 +77,8 @@ bool CrashReportThread::run(const wchar_t* path, const Minidump::Deadline& deadl
     Minidump::systemCall(SYS_close, m_spareDescriptor);
     m_state = number(State::Asked);
     Minidump::wakeAll(m_state);
-    waitWhileEqual(m_state, number(State::Asked), deadline);
+    Minidump::StandstillWatch watch(Minidump::processorClockOfThread(m_thread), limit, leastUse);
+    waitWhileEqual(m_state, number(State::Asked), watch);
     return m_state == number(State::Done);
 }
 
@@ -92,6 +95,7 @@ void CrashReportThread::main()
     m_thread = Minidump::threadId();
     while (!waitWhileEqual(m_state, number(State::Waiting), Minidump::Deadline(practicallyEndless)))
         continue;
+    const Minidump::RaisedLimits limits;
     m_work(m_path);
     finish(State::Done);
     for (;;) // its end would only disturb those who look at the threads now

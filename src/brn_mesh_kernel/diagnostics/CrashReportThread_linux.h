@@ -8,7 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include <brn_mesh_common/minidump/Clock_linux.h>
+#include <brn_mesh_common/minidump/Standstill_linux.h>
 
 namespace Brennic::Core {
 
@@ -23,10 +23,10 @@ public:
     /// Makes the thread, unless this process has it already. (A forked child has not.)
     void start(Work work);
 
-    /// Has the work done, and waits for it until \p deadline. Safe in a signal handler.
+    /// Has the work done, and waits for it within \p limit. Safe in a signal handler.
     /// \return whether it has come to its end; false at once if this process has no such thread, or calls
     /// from it.
-    bool run(const wchar_t* path, const Minidump::Deadline& deadline);
+    bool run(const wchar_t* path, const Minidump::TimeLimit& limit);
 
     /// Whether the calling thread is this one. Safe in a signal handler.
     bool isCurrent() const;

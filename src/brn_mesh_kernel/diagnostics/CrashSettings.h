@@ -7,6 +7,7 @@
 /// replaced are freed, but not once a crash is under way, when the filter may be reading them.
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace Brennic::Core {
@@ -15,7 +16,8 @@ struct CrashSettings
 {
     std::wstring dumpFilePath; ///< empty: not set up
     std::wstring commandLogPath;
-    std::function<bool(const wchar_t*)> sendCrashDump;
+    /// The host's own, copied once: settings that change share it. Null if there is none.
+    std::shared_ptr<const std::function<bool(const wchar_t*)>> sendCrashDump;
 };
 
 /// The current settings, until others are published. Thread: main thread.

@@ -10,17 +10,22 @@
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
 #include <brn_mesh_kernel/diagnostics/DefaultAction_linux.h>
+#include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
 namespace Brennic::Core {
 
 namespace {
 
-// Milliseconds.
-constexpr std::int64_t timeForReport = 2000;
-constexpr std::int64_t timeForDump =
-    5500; // it keeps to 5 seconds itself, but where the system allows no helper
-constexpr std::int64_t timeForHeap = 1000;
-constexpr std::int64_t timeForHandlerWithoutHeap = 5000;
+using Minidump::TimeLimit;
+
+constexpr TimeLimit timeForReport{2000, 15'000};
+constexpr TimeLimit timeForDump{5500,
+                                40'000}; // it keeps to less itself, but where the system allows no helper
+constexpr TimeLimit timeForHeap{1000, 5000};
+constexpr TimeLimit timeForHandlerWithoutHeap{5000, 5000};
+
+// Nanoseconds of the processor's time: the thread that waits for the dump's helper looks after it so often that it uses more.
+constexpr std::int64_t leastUse = 50'000;
 
 constexpr int exitCode = 1;
 
@@ -50,8 +55,10 @@ const wchar_t* insertProcessId(const std::wstring& path, Path& result)
 
 [[noreturn]] void exitAtOnce()
 {
-    for (;;)
+    for (;;) {
         Minidump::systemCall(SYS_exit_group, exitCode);
+        Minidump::systemCall(SYS_kill, Minidump::processId(), SIGKILL); // should the system not let us go
+    }
 }
 
 // The handler starts windows or processes; they are not to inherit that we have held signals back.
@@ -88,8 +95,11 @@ void CrashSteps::goOn()
 
 void CrashSteps::goOnAtTimeLimit(const siginfo_t& information)
 {
-    if (information.si_value.sival_int == static_cast<int>(m_step.load()))
+    if (information.si_value.sival_int != static_cast<int>(m_step.load()))
+        return;
+    if (m_watch.isOver())
         goOn();
+    m_timer.start(m_watch.standingStill(), information.si_value.sival_int);
 }
 
 void CrashSteps::chooseFiles(bool isForked)
@@ -128,8 +138,8 @@ void CrashSteps::take(Step step)
 
 void CrashSteps::writeReport()
 {
-    if (*m_reportPath != L'\0')
-        CrashReportThread::instance().run(m_reportPath, Minidump::Deadline(timeForReport));
+    if (*m_reportPath != L'\0' && !CrashReportThread::instance().run(m_reportPath, timeForReport))
+        ReportFile::giveUpLast();
 }
 
 void CrashSteps::writeDump()
@@ -159,14 +169,15 @@ void CrashSteps::callHandler()
         limitTime(timeForHandlerWithoutHeap);
     restoreSignals(*m_context);
     try {
-        m_settings->sendCrashDump(m_dumpPath);
+        (*m_settings->sendCrashDump)(m_dumpPath);
     } catch (...) { // NOLINT(bugprone-empty-catch): the process ends all the same
     }
 }
 
-void CrashSteps::limitTime(std::int64_t milliseconds)
+void CrashSteps::limitTime(const TimeLimit& limit)
 {
-    m_timer.start(milliseconds, static_cast<int>(m_step.load()));
+    m_watch = Minidump::StandstillWatch(CLOCK_THREAD_CPUTIME_ID, limit, leastUse);
+    m_timer.start(limit.standingStill, static_cast<int>(m_step.load()));
 }
 
 } // namespace Brennic::Core

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include <brn_mesh_common/minidump/Standstill_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 #include <brn_mesh_kernel/diagnostics/StepTimer_linux.h>
 #include <ucontext.h>
@@ -26,7 +27,8 @@ public:
 
     /// Takes the steps behind the one that has failed.
     [[noreturn]] void goOn();
-    /// The same, if \p information is that of the time limit for the step that is being taken.
+    /// The same, if \p information is that of the time limit for the step that is being taken, and the step stands still.
+    /// Returns if it does not.
     void goOnAtTimeLimit(const siginfo_t& information);
 
     /// Whether the step that is being taken copes with forbidden system calls.
@@ -50,7 +52,7 @@ private:
     void writeDump();
     void tryHeap();
     void callHandler();
-    void limitTime(std::int64_t milliseconds);
+    void limitTime(const Minidump::TimeLimit& limit);
 
     siginfo_t m_information{};
     ucontext_t* m_context = nullptr;
@@ -60,6 +62,7 @@ private:
     std::atomic<Step> m_step{Step::WriteReport};
     bool m_isHeapUsable = false;
     StepTimer m_timer;
+    Minidump::StandstillWatch m_watch;
     Path m_ownDumpPath{};
     Path m_ownReportPath{};
 };

@@ -34,7 +34,7 @@ void callHandlerOnce()
     CrashSteps::instance().endWithThisThread();
     const CrashSettings& settings = keepCrashSettings();
     try {
-        settings.sendCrashDump(settings.dumpFilePath.c_str());
+        (*settings.sendCrashDump)(settings.dumpFilePath.c_str());
     } catch (...) { // NOLINT(bugprone-empty-catch): the process ends all the same
     }
 }

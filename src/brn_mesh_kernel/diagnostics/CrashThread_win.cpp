@@ -20,8 +20,21 @@ bool CrashThread::run(Work work, DWORD milliseconds)
     m_work = work;
     m_isDone = false;
     SetEvent(m_asked);
-    m_isLost = !Minidump::waitWithLittleStack(m_answered, milliseconds) || !m_isDone;
+    m_isLost = !waitForAnswer(milliseconds) || !m_isDone;
     return !m_isLost;
+}
+
+bool CrashThread::waitForAnswer(DWORD milliseconds) const
+{
+    if (milliseconds == 0 || milliseconds == INFINITE)
+        return Minidump::waitWithLittleStack(m_answered, milliseconds);
+    constexpr DWORD busyMultiple = 8;
+    Minidump::StandstillWatch watch(m_thread, milliseconds, busyMultiple * milliseconds);
+    while (!Minidump::waitWithLittleStack(m_answered, Minidump::timeBetweenLooks)) {
+        if (watch.isOver(0))
+            return false;
+    }
+    return true;
 }
 
 void CrashThread::giveUp()

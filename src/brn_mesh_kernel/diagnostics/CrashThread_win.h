@@ -21,7 +21,8 @@ public:
     void start();
 
     /// Has the work done and waits for it. The thread serves again only if it has come to an end in time.
-    /// \param milliseconds how long to wait; `INFINITE` for ever.
+    /// \param milliseconds how long to wait for a thread that stands still, and for one that works eight times that;
+    ///        `INFINITE` for ever.
     /// \return whether it has come to its end; false at once if there is no thread, or it is busy.
     bool run(Work work, DWORD milliseconds);
 
@@ -33,6 +34,7 @@ public:
 private:
     static DWORD WINAPI main(void* self);
     void serve();
+    bool waitForAnswer(DWORD milliseconds) const;
 
     HANDLE m_thread = nullptr;
     HANDLE m_asked = nullptr;

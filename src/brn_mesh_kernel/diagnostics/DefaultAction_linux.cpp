@@ -13,13 +13,13 @@ using Minidump::systemCall;
 constexpr int exitCodeOfSignals = 128; // as shells report them
 constexpr int firstProcess = 1;
 
-void setDefaultAction(int signal)
+bool setDefaultAction(int signal)
 {
     struct sigaction action
     {
     };
     action.sa_handler = SIG_DFL;
-    sigaction(signal, &action, nullptr);
+    return sigaction(signal, &action, nullptr) == 0;
 }
 
 bool sendToSelf(const siginfo_t& information)
@@ -33,8 +33,10 @@ bool sendToSelf(const siginfo_t& information)
 
 [[noreturn]] void exitInstead(int signal)
 {
-    for (;;)
+    for (;;) {
         systemCall(SYS_exit_group, exitCodeOfSignals + signal);
+        systemCall(SYS_kill, Minidump::processId(), SIGKILL); // should the system not let us go
+    }
 }
 
 } // namespace
@@ -43,18 +45,17 @@ void letDefaultActionFollow(const siginfo_t& information, ucontext_t& context)
 {
     const SignalMask own = SignalMask::of({information.si_signo});
     own.apply(SIG_BLOCK); // until the handler returns
-    setDefaultAction(information.si_signo);
-    // The first process of a container does not die of its own signals.
-    if (Minidump::processId() == firstProcess || !sendToSelf(information))
+    // Our own handler would be called again and again. And the first process of a container does not die of its own signals.
+    const bool diesOfSignal = setDefaultAction(information.si_signo) && Minidump::processId() != firstProcess;
+    if (!diesOfSignal || !sendToSelf(information))
         exitInstead(information.si_signo);
     sigdelset(&context.uc_sigmask, information.si_signo);
 }
 
 void dieByDefaultAction(const siginfo_t& information)
 {
-    setDefaultAction(information.si_signo);
-    sendToSelf(information);
-    SignalMask::of({information.si_signo}).apply(SIG_UNBLOCK);
+    if (setDefaultAction(information.si_signo) && sendToSelf(information))
+        SignalMask::of({information.si_signo}).apply(SIG_UNBLOCK);
     exitInstead(information.si_signo);
 }
 

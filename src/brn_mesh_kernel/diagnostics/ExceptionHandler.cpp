@@ -8,6 +8,12 @@
 
 namespace Brennic::Core {
 
+namespace {
+
+using Handler = std::function<bool(const wchar_t*)>;
+
+} // namespace
+
 EKvsStatus ExceptionHandler::Initialize()
 {
     CrashSettings settings = crashSettings();
@@ -40,10 +46,10 @@ EKvsStatus ExceptionHandler::SetDumpDirectory(const wchar_t* directory)
 
 EKvsStatus ExceptionHandler::SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler)
 {
-    if (&handler == &crashSettings().sendCrashDump)
-        return Success;
     CrashSettings settings = crashSettings();
-    settings.sendCrashDump = handler;
+    if (&handler == settings.sendCrashDump.get())
+        return Success;
+    settings.sendCrashDump = handler ? std::make_shared<const Handler>(handler) : nullptr;
     publishCrashSettings(std::move(settings));
     return Success;
 }

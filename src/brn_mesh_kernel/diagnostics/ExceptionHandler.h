@@ -26,7 +26,7 @@ public:
     virtual const wchar_t* DumpDirectory() const;
     /// Forgets the paths; the next \ref Initialize works them out anew.
     virtual EKvsStatus SetDumpDirectory(const wchar_t* directory);
-    /// An empty handler clears.
+    /// An empty handler clears. It is copied once; if that throws, the one before stays.
     virtual EKvsStatus SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler);
 
 private:

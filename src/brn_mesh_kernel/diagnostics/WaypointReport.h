@@ -10,7 +10,7 @@
 
 namespace Brennic::Core {
 
-/// Creates or replaces the file.
+/// Creates or replaces the file, as ReportFile.h tells: what was there before stays until the new one is whole.
 ///
 /// Text is UTF-8; numbers are written as the global C++ locale writes them at that moment. Frames and memory
 /// keep the low 32 bits of their values. The version elements are left out if no version is known, and the

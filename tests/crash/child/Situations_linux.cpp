@@ -7,6 +7,7 @@
 #include <future>
 #include <locale>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
@@ -173,6 +174,57 @@ protected:
     }
 };
 
+// Takes its time where a thread other than the main one formats numbers, as the report's does.
+class SlowNumbers : public std::num_put<char>
+{
+public:
+    explicit SlowNumbers(void (*wait)()) : m_wait(wait) {}
+
+protected:
+    iter_type do_put(iter_type next, std::ios_base& format, char fill, long number) const override
+    {
+        if (gettid() != getpid())
+            m_wait();
+        return std::num_put<char>::do_put(next, format, fill, number);
+    }
+
+private:
+    void (*m_wait)();
+};
+
+void useSlowNumbers(void (*wait)())
+{
+    std::locale::global(std::locale(std::locale(), new SlowNumbers(wait)));
+}
+
+// Works longer than anything may stand still.
+void workForThreeSeconds()
+{
+    timespec used{};
+    const auto seconds = [&used] {
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+        return used.tv_sec;
+    };
+    static thread_local bool isFirst = true;
+    if (!std::exchange(isFirst, false))
+        return;
+    for (const time_t end = seconds() + 3; seconds() < end;)
+        continue;
+}
+
+void allowDescriptors(rlim_t now, rlim_t atMost)
+{
+    const rlimit limit{now, atMost};
+    require(setrlimit(RLIMIT_NOFILE, &limit) == 0);
+}
+
+// As where a program may not be looked into, not by its own user either.
+void becomeUndumpable()
+{
+    becomeNobody();
+    prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+}
+
 // Somebody changes what a crash would use, all the time.
 void changeSettingsAllTheTime()
 {
@@ -220,6 +272,23 @@ const Situations& platformSituations()
         {"changing-settings", [](const auto&) { changeSettingsAllTheTime(); }},
         {"crashing-report",
          [](const auto&) { std::locale::global(std::locale(std::locale(), new CrashingNumbers)); }},
+        {"standing-report", [](const auto&) { useSlowNumbers([] { pause(); }); }},
+        {"slow-report", [](const auto&) { useSlowNumbers(workForThreeSeconds); }},
+        {"no-descriptors-for-now", [](const auto&) { allowDescriptors(0, 1024); }},
+        {"no-descriptors-ever",
+         [](const auto&) {
+             becomeNobody();
+             allowDescriptors(0, 0);
+         }},
+        {"undumpable", [](const auto&) { becomeUndumpable(); }},
+        // What the usual profile of a container denies of what a dump would call.
+        {"container",
+         [](const auto&) {
+             answerCallsWith({SYS_ptrace, SYS_process_vm_readv, SYS_process_vm_writev, SYS_kcmp},
+                             Answer::Error);
+         }},
+        {"supervised", [](const auto&) { letSupervisorAnswerCalls(); }},
+        {"watched", [](const auto&) { markForSupervisor(); }},
         {"as-nobody", [](const auto&) { becomeNobody(); }},
     };
     return table;

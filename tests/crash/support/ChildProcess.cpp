@@ -13,7 +13,7 @@ namespace Brennic::Testing {
 
 namespace {
 
-constexpr std::chrono::seconds longestRun{30};
+constexpr std::chrono::seconds longestRun{60};
 
 } // namespace
 
@@ -58,6 +58,11 @@ bool ChildProcess::isRunning()
     return !hasEnded(WNOHANG);
 }
 
+bool ChildProcess::isOverdue() const
+{
+    return std::chrono::steady_clock::now() - m_start > longestRun;
+}
+
 bool ChildProcess::hasEnded(int options)
 {
     m_hasEnded = m_hasEnded || waitpid(m_id, &m_status, options) == m_id;
@@ -67,7 +72,7 @@ bool ChildProcess::hasEnded(int options)
 ProcessEnd ChildProcess::wait()
 {
     while (!hasEnded(WNOHANG)) {
-        if (std::chrono::steady_clock::now() - m_start > longestRun) {
+        if (isOverdue()) {
             kill(m_id, SIGKILL);
             hasEnded(0);
         }

@@ -34,7 +34,9 @@ public:
 
     pid_t id() const { return m_id; }
     bool isRunning();
-    /// Waits for its end, half a minute at most; then it is killed, and its end is that.
+    /// Whether it has run for so long that \ref wait would kill it.
+    bool isOverdue() const;
+    /// Waits for its end, a minute at most; then it is killed, and its end is that.
     ProcessEnd wait();
 
 private:

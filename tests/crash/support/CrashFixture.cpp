@@ -112,6 +112,16 @@ std::vector<std::filesystem::path> CrashFixture::dumpsIn(const std::filesystem::
     return dumps;
 }
 
+std::vector<std::filesystem::path> CrashFixture::unfinishedFilesIn(const std::filesystem::path& directory)
+{
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+        if (entry.path().extension() == ".part")
+            files.push_back(entry.path());
+    }
+    return files;
+}
+
 std::filesystem::path CrashFixture::temporaryDump() const
 {
     const std::vector<std::filesystem::path> dumps = dumpsIn(m_temporary);
@@ -122,7 +132,7 @@ std::filesystem::path CrashFixture::temporaryDump() const
 void CrashFixture::expectGoodDump(const std::filesystem::path& path, int signal, const std::string& function)
 {
     ASSERT_TRUE(std::filesystem::exists(path)) << path;
-    EXPECT_FALSE(std::filesystem::exists(path.string() + ".part"));
+    EXPECT_THAT(unfinishedFilesIn(path.parent_path()), ::testing::IsEmpty());
     const Minidump dump(path);
     expectOwnReaderContent(dump, signal);
     expectNoOverlaps(dump.memory());
@@ -135,7 +145,10 @@ void CrashFixture::expectGoodDump(const std::filesystem::path& path, int signal,
 
 void CrashFixture::expectReport() const
 {
-    EXPECT_THAT(readFile(report()), ::testing::HasSubstr("<Waypoint name=\"Before the crash\""));
+    const std::string text = readFile(report());
+    EXPECT_THAT(text, ::testing::HasSubstr("<Waypoint name=\"Before the crash\""));
+    EXPECT_THAT(text, ::testing::EndsWith("</Profiler>\n"));
+    EXPECT_THAT(unfinishedFilesIn(report().parent_path()), ::testing::IsEmpty());
 }
 
 } // namespace Brennic::Testing

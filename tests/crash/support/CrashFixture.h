@@ -44,6 +44,8 @@ protected:
     std::string handlersPath() const;
     /// The dumps in a directory, complete or not.
     static std::vector<std::filesystem::path> dumpsIn(const std::filesystem::path& directory);
+    /// What somebody has begun to write in a directory.
+    static std::vector<std::filesystem::path> unfinishedFilesIn(const std::filesystem::path& directory);
     /// The one dump among the temporary files.
     std::filesystem::path temporaryDump() const;
 

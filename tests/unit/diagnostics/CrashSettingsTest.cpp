@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 
+#include <functional>
 #include <memory>
 
 #include <gtest/gtest.h>
@@ -13,7 +14,8 @@ CrashSettings settingsWith(const std::shared_ptr<int>& object)
 {
     CrashSettings settings;
     settings.dumpFilePath = L"a.dmp";
-    settings.sendCrashDump = [object](const wchar_t*) { return *object == 0; };
+    settings.sendCrashDump = std::make_shared<const std::function<bool(const wchar_t*)>>(
+        [object](const wchar_t*) { return *object == 0; });
     return settings;
 }
 
@@ -53,6 +55,6 @@ TEST(CrashSettings, stayWholeForTheCrashThatReadsThem)
     const std::unique_ptr<const CrashSettings> kept(&keepCrashSettings());
     publishCrashSettings({});
     EXPECT_EQ(kept->dumpFilePath, L"a.dmp");
-    EXPECT_TRUE(kept->sendCrashDump(L""));
+    EXPECT_TRUE((*kept->sendCrashDump)(L""));
     EXPECT_EQ(object.use_count(), 2);
 }

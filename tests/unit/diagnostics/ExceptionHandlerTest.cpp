@@ -1,5 +1,8 @@
 #include <brn_mesh_kernel/diagnostics/ExceptionHandler.h>
 
+#include <functional>
+#include <stdexcept>
+
 #include <gtest/gtest.h>
 
 #include <brn_mesh_common/FileUtil.h>
@@ -72,11 +75,71 @@ TEST(ExceptionHandler, theHostsHandlerIsCopiedAndAnEmptyOneClears)
 {
     ExceptionHandler handler;
     EXPECT_EQ(handler.SetSendCrashDumpHandler([](const wchar_t*) { return true; }), Success);
-    EXPECT_EQ(handler.SetSendCrashDumpHandler(crashSettings().sendCrashDump), Success);
+    EXPECT_EQ(handler.SetSendCrashDumpHandler(*crashSettings().sendCrashDump), Success);
     ASSERT_TRUE(static_cast<bool>(crashSettings().sendCrashDump));
-    EXPECT_TRUE(crashSettings().sendCrashDump(L""));
+    EXPECT_TRUE((*crashSettings().sendCrashDump)(L""));
     EXPECT_EQ(handler.SetSendCrashDumpHandler({}), Success);
     EXPECT_FALSE(static_cast<bool>(crashSettings().sendCrashDump));
+}
+
+namespace {
+
+// Counts its copies, and throws from the one that it is told.
+class CopiedHandler
+{
+public:
+    CopiedHandler(int& copies, int last) : m_copies(copies), m_last(last) {}
+    CopiedHandler(const CopiedHandler& other) : m_copies(other.m_copies), m_last(other.m_last)
+    {
+        if (++m_copies > m_last)
+            throw std::runtime_error("no more copies");
+    }
+    CopiedHandler& operator=(const CopiedHandler&) = delete;
+    bool operator()(const wchar_t* /*path*/) const { return true; }
+
+private:
+    int& m_copies;
+    int m_last;
+};
+
+} // namespace
+
+TEST(ExceptionHandler, theHostsHandlerIsCopiedOnce)
+{
+    constexpr int asManyAsItTakes = 1000;
+    int copies = 0;
+    const std::function<bool(const wchar_t*)> hosts(CopiedHandler(copies, asManyAsItTakes));
+    copies = 0;
+    ExceptionHandler handler;
+    handler.SetSendCrashDumpHandler(hosts);
+    handler.SetDumpDirectory(L"/var/crash");
+    handler.Initialize();
+    EXPECT_EQ(copies, 1);
+}
+
+TEST(ExceptionHandler, aHandlerThatCannotBeCopiedAgainKeepsNobodyFromInitialize)
+{
+    constexpr int asManyAsItTakes = 1000;
+    int copies = 0;
+    const std::function<bool(const wchar_t*)> hosts(CopiedHandler(copies, asManyAsItTakes));
+    ExceptionHandler handler;
+    handler.SetSendCrashDumpHandler(hosts);
+    copies = asManyAsItTakes; // the next one throws
+    EXPECT_EQ(handler.SetDumpDirectory(L"/var/crash"), Success);
+    EXPECT_EQ(handler.Initialize(), Success);
+}
+
+TEST(ExceptionHandler, aHandlerThatCannotBeCopiedLeavesTheOneBefore)
+{
+    constexpr int asManyAsItTakes = 1000;
+    int copies = 0;
+    const std::function<bool(const wchar_t*)> hosts(CopiedHandler(copies, asManyAsItTakes));
+    ExceptionHandler handler;
+    handler.SetSendCrashDumpHandler([](const wchar_t*) { return true; });
+    const auto before = crashSettings().sendCrashDump;
+    copies = asManyAsItTakes;
+    EXPECT_THROW(handler.SetSendCrashDumpHandler(hosts), std::runtime_error);
+    EXPECT_EQ(crashSettings().sendCrashDump, before);
 }
 
 TEST(ExceptionHandler, virtualFunctionsKeepTheirSlots)

@@ -1,9 +1,11 @@
 #include <brn_mesh_kernel/diagnostics/WaypointReport.h>
 
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 #include <gtest/gtest.h>
 
@@ -106,6 +108,19 @@ TEST(WaypointReport, namesAreEscaped)
     EXPECT_EQ(lineOf({L"<a & \"b\" 'c'>", 0, 0, 0}),
               "    <Waypoint name=\"&lt;a &amp; &quot;b&quot; &apos;c&apos;&gt;\" frames=\"0\" elapsed=\"0\" "
               "memory=\"0\"/>");
+}
+
+TEST(WaypointReport, namesAreWrittenAsTheTreesWriterDoes)
+{
+    for (const char* const name : {"", " ", "   ", " a ", "a\n\tb", "\x01", "'\"<>&", "&amp;"}) {
+        boost::property_tree::ptree element;
+        element.put("Waypoint.<xmlattr>.name", name);
+        std::ostringstream text;
+        write_xml(text, element, {' ', 2, "utf-8"});
+        const std::string line = splitLines(text.str().substr(text.str().find("<Waypoint"))).at(0);
+        const std::string start = line.substr(0, line.rfind("/>"));
+        EXPECT_EQ(lineOf({boost::nowide::widen(name), 0, 0, 0}).substr(4, start.size()), start);
+    }
 }
 
 TEST(WaypointReport, namesAreUtf8)

@@ -1,0 +1,79 @@
+#pragma once
+/// \file
+/// Internal, not installed. A file that has its name only when it is whole.
+///
+/// It is created beside its place under a name that nobody can guess, and renamed when all of it is written: whoever reads
+/// the name finds the older file or the new one. No link is written through, and a disk that runs full costs the new file
+/// alone. By system calls alone, without allocation: safe in a signal handler. Results are 0 or -errno.
+///
+/// Compiled into both libraries: the kernel's reports and this one's dumps are written alike.
+
+#include <atomic>
+#include <cstddef>
+
+#include <brn_mesh_common/minidump/FixedText.h>
+
+namespace Brennic::Minidump {
+
+using PathText = FixedText<4096>;
+
+/// Lies zeroed in static storage, or on a stack that has room for two paths.
+class WholeFile
+{
+public:
+    enum class Readers
+    {
+        Owner,  ///< what a process had in memory is nobody else's business
+        AsUsual ///< as the process makes files; a file that is replaced keeps its rights
+    };
+
+    WholeFile() = default;
+    WholeFile(const WholeFile&) = delete;
+    WholeFile& operator=(const WholeFile&) = delete;
+
+    /// Whether the path leads to a device, a FIFO or an open descriptor: it is written to, not replaced. Links of other
+    /// users than this one and the system's lead nowhere.
+    static bool leadsToDevice(const PathText& path);
+
+    /// Creates the file beside \p path, whatever lies there.
+    long create(const PathText& path, Readers readers);
+    /// The same, but as one opens a file: what may not be written is not replaced, a device is opened itself, and so is a
+    /// file in a folder where none can be created.
+    long open(const PathText& path);
+
+    int descriptor() const { return m_descriptor; }
+    /// Writes all of it.
+    long write(const void* data, std::size_t size);
+
+    /// Closes the file and gives it its name. Whether that worked or not, nothing is left beside it.
+    long publish();
+    /// The same, but -EEXIST if there is something under the name: another one can then be tried.
+    long publishAsNew();
+    void takeNextName(const PathText& path);
+    /// Writes what has been written into the device as well, and removes the file.
+    long copyToDevice(const PathText& device);
+    /// Removes what is not published. Does nothing if there is nothing.
+    void discard();
+    /// The same for another thread, whose descriptors stay: what it writes from now on is never published.
+    void giveUp();
+    /// Forgets a file whose descriptor has gone with the process that wrote it.
+    void forget();
+
+private:
+    long examine();
+    long openItself(int flags);
+    long createPartial();
+    long copyInto(int target);
+    long replaceContent();
+    long close();
+
+    int m_descriptor = -1;
+    unsigned m_mode = 0;
+    bool m_isDevice = false;              // or whatever else the path leads to that is written itself
+    bool m_mayBeWritten = false;          // a file under the name
+    std::atomic<bool> m_isPartial{false}; // there is a file under the partial name
+    PathText m_path;
+    PathText m_partialPath;
+};
+
+} // namespace Brennic::Minidump

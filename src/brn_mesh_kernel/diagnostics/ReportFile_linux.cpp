@@ -1,0 +1,54 @@
+#include <brn_mesh_kernel/diagnostics/ReportFile.h>
+
+#include <atomic>
+
+#include <brn_mesh_common/Util.h>
+#include <brn_mesh_common/minidump/WholeFile_linux.h>
+
+namespace Brennic::Core {
+
+struct ReportFile::Platform
+{
+    Minidump::WholeFile file;
+};
+
+namespace {
+
+std::atomic<Minidump::WholeFile*> g_last{nullptr};
+
+} // namespace
+
+ReportFile::ReportFile() : m_platform(std::make_unique<Platform>()) {}
+
+ReportFile::~ReportFile()
+{
+    Minidump::WholeFile* own = &m_platform->file;
+    g_last.compare_exchange_strong(own, nullptr);
+    m_platform->file.discard();
+}
+
+bool ReportFile::open(const std::wstring& path)
+{
+    Minidump::PathText name;
+    name.append(Objects::Util::ConvertToChar(path));
+    g_last = &m_platform->file;
+    return m_platform->file.open(name) == 0;
+}
+
+bool ReportFile::write(const char* text, std::size_t size)
+{
+    return m_platform->file.write(text, size) == 0;
+}
+
+bool ReportFile::publish()
+{
+    return m_platform->file.publish() == 0;
+}
+
+void ReportFile::giveUpLast()
+{
+    if (Minidump::WholeFile* const last = g_last.exchange(nullptr))
+        last->giveUp();
+}
+
+} // namespace Brennic::Core

@@ -1,0 +1,44 @@
+#include <brn_mesh_kernel/diagnostics/ReportFile.h>
+
+#include <string_view>
+
+#include <brn_mesh_common/minidump/WholeFile_win.h>
+
+namespace Brennic::Core {
+
+struct ReportFile::Platform
+{
+    Minidump::WholeFile file;
+    std::string lines; // as the platform ends them
+};
+
+ReportFile::ReportFile() : m_platform(std::make_unique<Platform>()) {}
+
+ReportFile::~ReportFile() = default;
+
+bool ReportFile::open(const std::wstring& path)
+{
+    return m_platform->file.open(path.c_str());
+}
+
+bool ReportFile::write(const char* text, std::size_t size)
+{
+    std::string& lines = m_platform->lines;
+    lines.clear();
+    for (const char character : std::string_view(text, size)) {
+        if (character == '\n')
+            lines += '\r';
+        lines += character;
+    }
+    return m_platform->file.write(lines.data(), static_cast<DWORD>(lines.size()));
+}
+
+bool ReportFile::publish()
+{
+    return m_platform->file.publish();
+}
+
+// The thread that writes it has the file open, and takes it away with the process.
+void ReportFile::giveUpLast() {}
+
+} // namespace Brennic::Core
