@@ -15,6 +15,10 @@
 /// Loggers are made and owned by the kernel. A pointer that `Kernel::Logger()` gave is borrowed and ends with
 /// the next `Kernel::Initialize()` or `Kernel::Terminate()`. Every function may be called from any thread at
 /// the same time, but not from a signal handler: formatting allocates, and writing takes locks.
+///
+/// Logging is safe until the process is gone: records from exit handlers, static destructors and threads that
+/// run on beyond them are written or left out. A forked child may log; when it calls `exit()`, it ends before
+/// the libraries' own ends, in which log4cplus would wait for the parent's threads.
 
 #include <brn_mesh_kernel/kernel/EKvsLogLevel.h>
 #include <brn_mesh_kernel/library/Export.h>
