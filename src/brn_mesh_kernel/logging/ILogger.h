@@ -11,6 +11,8 @@
 ///
 /// - `%s`, `%ls`, `%c`, `%lc`: wide text; `%hs`, `%hc`: narrow text, UTF-8. A null string prints "(null)".
 /// - `%d %i %u %x %o` with `hh h l ll j z t`; `%f %e %g %a`; `%p`; `%%`; flags, width, precision and `*`.
+/// - `%m`: the text of `errno`. `%2$s`: the second argument, where all have such positions.
+/// - A conversion that is none of these is copied as it stands, and takes no argument.
 ///
 /// Loggers are made and owned by the kernel. A pointer that `Kernel::Logger()` gave is borrowed and ends with
 /// the next `Kernel::Initialize()` or `Kernel::Terminate()`. Every function may be called from any thread at

@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/logging/Log4CplusLogger.h>
 
+#include <cerrno>
 #include <cwctype>
 #include <utility>
 
@@ -7,6 +8,7 @@
 #include <brn_mesh_kernel/logging/DebuggerOutput.h>
 #include <brn_mesh_kernel/logging/Log4cplusText.h>
 #include <brn_mesh_kernel/logging/LogGate.h>
+#include <brn_mesh_kernel/logging/VisibleControls.h>
 #include <brn_mesh_kernel/logging/WideFormat.h>
 
 namespace Brennic::Core {
@@ -38,6 +40,16 @@ EKvsStatus Log4CplusLogger::Initialize()
 }
 
 void Log4CplusLogger::Terminate() {}
+
+bool Log4CplusLogger::showsControls() const
+{
+    return m_showsControls;
+}
+
+void Log4CplusLogger::setShowsControls(bool shows)
+{
+    m_showsControls = shows;
+}
 
 bool Log4CplusLogger::IsEnabled(EKvsLogLevel level)
 {
@@ -74,16 +86,20 @@ void Log4CplusLogger::Log(EKvsLogLevel level, const wchar_t* format, ...)
 void Log4CplusLogger::write(EKvsLogLevel level, const char* file, int line, const char* function,
                             const wchar_t* format, std::va_list arguments)
 {
+    const int error = errno; // %m describes it, and the caller finds it as it was
     const LogGate::Pass pass;
     if (!pass || !m_logger.isEnabledFor(level))
         return;
-    const std::wstring message = formatWide(lowerCased(format).c_str(), arguments);
+    std::wstring message = formatWide(lowerCased(format).c_str(), arguments, error);
+    if (m_showsControls)
+        message = withVisibleControls(message);
     m_logger.forcedLog(level, toLog4cplusText(message), file, line, function);
     writeDebuggerLine(message);
     if (takeFirstLossOfStandardOutput())
         logIntoFiles(L"nobody reads the standard output: the log leaves out what it cannot write there");
     if (takeFirstLossOfDebuggerLine())
         logIntoFiles(L"nobody reads the standard error: the log leaves out what it cannot write there");
+    errno = error;
 }
 
 void Log4CplusLogger::logIntoFiles(const wchar_t* message)

@@ -3,6 +3,7 @@
 /// Internal, not installed. The logger that writes through one named log4cplus logger and copies every record
 /// to the debugger.
 
+#include <atomic>
 #include <cstdarg>
 #include <string>
 
@@ -22,6 +23,10 @@ public:
 
     EKvsStatus Initialize() override;
     void Terminate() override;
+
+    /// Whether line breaks and other control characters of messages are written visibly. Off at first. Thread: any.
+    bool showsControls() const;
+    void setShowsControls(bool shows);
 
     bool IsEnabled(EKvsLogLevel level) override;
     void LogWithLocation(EKvsLogLevel level, const char* file, int line, const char* function,
@@ -44,6 +49,7 @@ private:
 
     std::wstring m_name;
     BoundLogger m_logger;
+    std::atomic<bool> m_showsControls{false};
 };
 
 } // namespace Brennic::Core

@@ -112,6 +112,16 @@ EKvsStatus LogSystem::SetLogLevel(EKvsLogLevel level)
     return Success;
 }
 
+bool LogSystem::ShowsControlCharacters() const
+{
+    return m_logger->showsControls();
+}
+
+void LogSystem::SetShowsControlCharacters(bool shows)
+{
+    m_logger->setShowsControls(shows);
+}
+
 ILogger* LogSystem::CurrentLogger() const
 {
     return m_overrideLogger ? m_overrideLogger.get() : static_cast<ILogger*>(m_logger.get());
