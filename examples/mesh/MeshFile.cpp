@@ -6,10 +6,12 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <OpenMesh/Core/IO/MeshIO.hh>
 #include <OpenMesh/Core/IO/importer/ImporterT.hh>
+#include <QFile>
 #include <QSaveFile>
 
 #include "MeshFileReader.h"
@@ -86,6 +88,28 @@ std::string encoded(const Mesh& mesh, const std::filesystem::path& path)
     return stream.str();
 }
 
+// What is there and is no file, such as a pipe, is written to and not replaced.
+bool isDevice(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+}
+
+// Without a buffer, and on after a write that took only a part: only the next one says why.
+bool writeAll(QFileDevice& file, const std::string& bytes)
+{
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return false;
+    for (std::size_t count = 0; count < bytes.size();) {
+        const qint64 written = file.write(bytes.data() + count, static_cast<qint64>(bytes.size() - count));
+        if (written <= 0)
+            return false;
+        count += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
 } // namespace
 
 Mesh loadMesh(const std::filesystem::path& path, std::string* warning)
@@ -109,11 +133,14 @@ Mesh loadMesh(const std::filesystem::path& path, std::string* warning)
 void saveMesh(const Mesh& mesh, const std::filesystem::path& path)
 {
     const std::string bytes = encoded(mesh, path);
-    QSaveFile file(QString::fromStdString(path.u8string()));
-    const bool isSaved =
-        file.open(QIODevice::WriteOnly) &&
-        file.write(bytes.data(), static_cast<qint64>(bytes.size())) == static_cast<qint64>(bytes.size()) &&
-        file.commit();
-    if (!isSaved)
+    const QString name = QString::fromStdString(path.u8string());
+    if (isDevice(path)) {
+        QFile device(name);
+        if (!writeAll(device, bytes))
+            throw saveError(path, device.errorString().toStdString());
+        return;
+    }
+    QSaveFile file(name);
+    if (!writeAll(file, bytes) || !file.commit())
         throw saveError(path, file.errorString().toStdString());
 }

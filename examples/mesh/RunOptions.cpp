@@ -52,9 +52,12 @@ std::filesystem::path besideOutput(const RunOptions& options, const std::string&
     return options.output.parent_path() / (options.output.stem() += ending);
 }
 
+// By any link: of those that are there the file itself is compared, of others the name.
 bool isSameFile(const std::filesystem::path& first, const std::filesystem::path& second)
 {
     std::error_code error;
+    if (std::filesystem::is_regular_file(first, error) && std::filesystem::equivalent(first, second, error))
+        return true;
     return std::filesystem::weakly_canonical(first, error) ==
            std::filesystem::weakly_canonical(second, error);
 }

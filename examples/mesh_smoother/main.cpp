@@ -97,7 +97,7 @@ void run(const Options& options)
     for (const std::filesystem::path& file : {options.output, options.log, options.report})
         requireWritablePlace(file);
     smoothMesh(options);
-    Kernel::Instance().SaveWaypointsToXml(boost::nowide::widen(options.report.u8string()).c_str());
+    saveReport(options.report);
     printResults(options);
     if (!std::cout.flush())
         throw std::runtime_error("cannot print where the results are");

@@ -200,12 +200,7 @@ void MainWindow::fail(const QString& error)
 
 void MainWindow::showReport()
 {
-    try {
-        const std::wstring file = boost::nowide::widen(m_options.report.u8string());
-        Kernel::Instance().SaveWaypointsToXml(file.c_str());
-    } catch (const std::runtime_error&) {
-        throw std::runtime_error("cannot save " + m_options.report.u8string() + ": it cannot be written");
-    }
+    saveReport(m_options.report);
     m_views->chart()->setWaypoints(readLastRun(m_options.report));
 }
 

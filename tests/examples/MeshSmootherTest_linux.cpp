@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "MeshSmootherFixture.h"
+#include "support/Eventually.h"
 #include "support/Sanitizers.h"
 
 using namespace Brennic::Testing;
@@ -72,6 +73,71 @@ TEST_F(MeshSmootherTest, anOutputThatNobodyCanReadIsAFailure)
         runProgram("sh", {"-c", "exec " MESH_SMOOTHER_PATH " mesh.obj > /dev/full"}, directory.path());
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.err, HasSubstr("cannot print where the results are"));
+}
+
+TEST_F(MeshSmootherTest, anOutputThatIsAPipeIsWrittenToAndStays)
+{
+    const ProgramResult result =
+        runProgram("sh",
+                   {"-c", "mkfifo pipe.obj && { cat pipe.obj > read.obj & } && exec " MESH_SMOOTHER_PATH
+                          " mesh.obj --output pipe.obj"},
+                   directory.path());
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(std::filesystem::is_fifo(directory / "pipe.obj"));
+    EXPECT_TRUE(
+        eventually([this] { return readFile(directory / "read.obj").find("\nf ") != std::string::npos; }));
+}
+
+TEST_F(MeshSmootherTest, aLogThatIsTheMeshByAHardLinkIsRefused)
+{
+    const std::string mesh = readFile(directory / "mesh.obj");
+    std::filesystem::create_hard_link(directory / "mesh.obj", directory / "linked.log");
+    const ProgramResult result = run({"mesh.obj", "--log", "linked.log"});
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_THAT(result.err, HasSubstr("the log cannot be the mesh's file"));
+    EXPECT_EQ(readFile(directory / "mesh.obj"), mesh);
+}
+
+// A limit of the shell's for the size of files stands in for a disk that is full: the first write takes a part.
+TEST_F(MeshSmootherTest, aFullDiskIsNamedAsSuch)
+{
+    const ProgramResult result = runProgram("sh",
+                                            {"-c", "trap '' XFSZ; ulimit -f 8; exec " MESH_SMOOTHER_PATH
+                                                   " mesh.obj --subdivide 6 --log-level off"},
+                                            directory.path());
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(splitLines(result.err),
+              std::vector<std::string>{"mesh_smoother: cannot save mesh_smoothed.obj: File too large"});
+    EXPECT_FALSE(std::filesystem::exists(directory / "mesh_smoothed.obj"));
+}
+
+TEST_F(MeshSmootherTest, aFullDeviceIsNamedAsSuch)
+{
+    std::filesystem::create_symlink("/dev/full", directory / "full.obj");
+    const ProgramResult result = run({"mesh.obj", "--output", "full.obj", "--log-level", "off"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(splitLines(result.err),
+                ElementsAre("mesh_smoother: cannot save full.obj: No space left on device"));
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+}
+
+TEST_F(MeshSmootherTest, aReportThatCannotBeSavedIsOneLine)
+{
+    std::filesystem::create_symlink("/dev/full", directory / "report.xml");
+    const ProgramResult result = run({"mesh.obj", "--report", "report.xml", "--log-level", "off"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(splitLines(result.err),
+                ElementsAre("mesh_smoother: cannot save report.xml: No space left on device"));
+}
+
+TEST(QuickStart, aReportThatCannotBeSavedIsOneLineAndNoAbort)
+{
+    const TemporaryDirectory directory;
+    std::filesystem::create_symlink("/dev/full", directory / "host.xml");
+    const ProgramResult result = runProgram(QUICK_START_PATH, {}, directory.path());
+    EXPECT_TRUE(result.hasExited);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(splitLines(result.err).back(), HasSubstr("quick_start: "));
 }
 
 // Elsewhere it is a matter of luck whether the command log can still be written.

@@ -67,6 +67,17 @@ EKvsStatus Kernel::SetLogLevel(EKvsLogLevel level)
     return m_impl->logSystem->SetLogLevel(level);
 }
 
+bool Kernel::ShowsControlCharacters() const
+{
+    return m_impl->logSystem->ShowsControlCharacters();
+}
+
+EKvsStatus Kernel::SetShowsControlCharacters(bool shows)
+{
+    m_impl->logSystem->SetShowsControlCharacters(shows);
+    return Success;
+}
+
 ILogger* Kernel::Logger() const
 {
     return m_impl->logSystem->CurrentLogger();

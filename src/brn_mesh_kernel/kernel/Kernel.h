@@ -12,7 +12,8 @@
 /// The host makes the first call of `Instance()` and sets what it wants to set, calls `Initialize()`, works,
 /// and calls `Terminate()` before the process ends. The kernel takes no locks: all of this is for the host's
 /// main thread, while no other thread logs or records waypoints. From any thread, between `Initialize()` and
-/// `Terminate()`: `Instance()`, `Logger()` and what it gives, `LogLevel()`, `SetLogLevel()`.
+/// `Terminate()`: `Instance()`, `Logger()` and what it gives, `LogLevel()`, `SetLogLevel()`,
+/// `SetShowsControlCharacters()`.
 ///
 /// No call is refused in any state. Strings are copied before a call returns and must not be null; those that
 /// are returned stay valid until the same setting is set again.
@@ -95,6 +96,15 @@ public:
     /// Sets the level of the log4cplus root logger at once, without a range check.
     /// \return `Success`. Thread: any.
     virtual EKvsStatus SetLogLevel(EKvsLogLevel level);
+
+    /// Whether messages show their control characters; `false` at first.
+    /// Thread: any.
+    bool ShowsControlCharacters() const;
+    /// Sets whether line breaks, escape characters and the like of messages are written visibly, such as "\\n" and
+    /// "\\x1b": a name that a host logs can then neither forge a record nor command a terminal. A tab stays, and so
+    /// does what the layout pattern writes. Acts at once, on all copies of a record.
+    /// \return `Success`. Thread: any.
+    EKvsStatus SetShowsControlCharacters(bool shows);
 
     /// The current logger: one that drops everything before \ref Initialize and after \ref Terminate. Never
     /// null. Thread: any. Ownership: the kernel's, until the next \ref Initialize or \ref Terminate.

@@ -35,6 +35,10 @@ void libraryAttached()
 
 void libraryDetached()
 {
+    if (isForkedChild()) {
+        libraryLeftAlone();
+        return;
+    }
     GlobalQueues::hideGlobalQueues();
     WorkerThreads::end();
 }

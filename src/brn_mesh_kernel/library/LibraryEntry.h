@@ -16,6 +16,9 @@ void libraryDetached();
 /// its hands. Nothing is found in the table any more, and no wait is entered.
 void libraryLeftAlone();
 
+/// Whether the process was forked from the one that loaded the library, whose threads it does not have.
+bool isForkedChild();
+
 /// Has the function called by exit(), in the thread that calls that and while the others still run: in reverse
 /// order with what programs and libraries register for it.
 void callAtExit(void (*function)());

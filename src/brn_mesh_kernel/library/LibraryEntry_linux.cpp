@@ -2,7 +2,20 @@
 
 #include <cstdlib>
 
+#include <unistd.h>
+
+namespace {
+
+pid_t g_loadingProcess = 0;
+
+} // namespace
+
 namespace Brennic::Core {
+
+bool isForkedChild()
+{
+    return ::getpid() != g_loadingProcess;
+}
 
 void callAtExit(void (*function)())
 {
@@ -20,6 +33,7 @@ namespace {
 // local variable, opens a plug-in or looks up a symbol.
 [[gnu::constructor]] void attach()
 {
+    g_loadingProcess = ::getpid();
     Brennic::Core::libraryAttached();
 }
 

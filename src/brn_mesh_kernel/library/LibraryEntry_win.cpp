@@ -30,6 +30,11 @@ void stayInMemory(HINSTANCE library)
 
 namespace Brennic::Core {
 
+bool isForkedChild()
+{
+    return false; // there is no fork
+}
+
 // std::atexit() is no help in a library: what it takes is called when the library is detached, and by then the
 // system has ended all other threads. What goes straight into the C library's own list, exit() calls.
 void callAtExit(void (*function)())

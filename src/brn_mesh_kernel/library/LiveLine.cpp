@@ -1,6 +1,6 @@
 #include <brn_mesh_kernel/library/LiveLine.h>
 
-#include <iostream>
+#include <brn_mesh_kernel/library/StandardOutput.h>
 
 namespace Brennic::Core {
 
@@ -26,14 +26,14 @@ void LiveLine::draw(const std::string& text)
         m_isShown = wasShown;
         return;
     }
-    std::cout << toLineStartAndErase << text << std::flush;
+    drawOnStandardOutput(toLineStartAndErase + text);
 }
 
 void LiveLine::clear()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_isShown)
-        std::cout << toLineStartAndErase << std::flush;
+        drawOnStandardOutput(toLineStartAndErase);
     m_isShown = false;
 }
 

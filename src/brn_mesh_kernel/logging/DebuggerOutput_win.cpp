@@ -11,4 +11,9 @@ void writeDebuggerLine(const std::wstring& message)
     OutputDebugStringW((L"[KVS_LOG] " + Objects::Util::validUnicode(message) + L'\n').c_str());
 }
 
+bool takeFirstLossOfDebuggerLine()
+{
+    return false; // nobody has to read it
+}
+
 } // namespace Brennic::Core

@@ -11,10 +11,16 @@
 ///
 /// - `%s`, `%ls`, `%c`, `%lc`: wide text; `%hs`, `%hc`: narrow text, UTF-8. A null string prints "(null)".
 /// - `%d %i %u %x %o` with `hh h l ll j z t`; `%f %e %g %a`; `%p`; `%%`; flags, width, precision and `*`.
+/// - `%m`: the text of `errno`. `%2$s`: the second argument, where all have such positions.
+/// - A conversion that is none of these is copied as it stands, and takes no argument.
 ///
 /// Loggers are made and owned by the kernel. A pointer that `Kernel::Logger()` gave is borrowed and ends with
 /// the next `Kernel::Initialize()` or `Kernel::Terminate()`. Every function may be called from any thread at
 /// the same time, but not from a signal handler: formatting allocates, and writing takes locks.
+///
+/// Logging is safe until the process is gone: records from exit handlers, static destructors and threads that
+/// run on beyond them are written or left out. A forked child may log; when it calls `exit()`, it ends before
+/// the libraries' own ends, in which log4cplus would wait for the parent's threads.
 
 #include <brn_mesh_kernel/kernel/EKvsLogLevel.h>
 #include <brn_mesh_kernel/library/Export.h>

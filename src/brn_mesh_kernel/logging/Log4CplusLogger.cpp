@@ -1,10 +1,14 @@
 #include <brn_mesh_kernel/logging/Log4CplusLogger.h>
 
+#include <cerrno>
 #include <cwctype>
 #include <utility>
 
+#include <brn_mesh_kernel/library/StandardOutput.h>
 #include <brn_mesh_kernel/logging/DebuggerOutput.h>
 #include <brn_mesh_kernel/logging/Log4cplusText.h>
+#include <brn_mesh_kernel/logging/LogGate.h>
+#include <brn_mesh_kernel/logging/VisibleControls.h>
 #include <brn_mesh_kernel/logging/WideFormat.h>
 
 namespace Brennic::Core {
@@ -37,9 +41,22 @@ EKvsStatus Log4CplusLogger::Initialize()
 
 void Log4CplusLogger::Terminate() {}
 
+bool Log4CplusLogger::showsControls() const
+{
+    return m_showsControls;
+}
+
+void Log4CplusLogger::setShowsControls(bool shows)
+{
+    m_showsControls = shows;
+}
+
 bool Log4CplusLogger::IsEnabled(EKvsLogLevel level)
 {
-    return m_logger.isEnabledFor(level);
+    if (!m_logger.isLevelEnabled(level))
+        return false;
+    const LogGate::Pass pass;
+    return pass && m_logger.isEnabledFor(level);
 }
 
 // The two functions below stay this short so that a disabled level costs next to nothing: what they call keeps
@@ -48,7 +65,7 @@ bool Log4CplusLogger::IsEnabled(EKvsLogLevel level)
 void Log4CplusLogger::LogWithLocation(EKvsLogLevel level, const char* file, int line, const char* function,
                                       const wchar_t* format, ...)
 {
-    if (format == nullptr || !m_logger.isEnabledFor(level))
+    if (format == nullptr || !m_logger.isLevelEnabled(level))
         return;
     std::va_list arguments;
     va_start(arguments, format);
@@ -58,7 +75,7 @@ void Log4CplusLogger::LogWithLocation(EKvsLogLevel level, const char* file, int 
 
 void Log4CplusLogger::Log(EKvsLogLevel level, const wchar_t* format, ...)
 {
-    if (format == nullptr || !m_logger.isEnabledFor(level))
+    if (format == nullptr || !m_logger.isLevelEnabled(level))
         return;
     std::va_list arguments;
     va_start(arguments, format);
@@ -69,9 +86,29 @@ void Log4CplusLogger::Log(EKvsLogLevel level, const wchar_t* format, ...)
 void Log4CplusLogger::write(EKvsLogLevel level, const char* file, int line, const char* function,
                             const wchar_t* format, std::va_list arguments)
 {
-    const std::wstring message = formatWide(lowerCased(format).c_str(), arguments);
+    const int error = errno; // %m describes it, and the caller finds it as it was
+    const LogGate::Pass pass;
+    if (!pass || !m_logger.isEnabledFor(level))
+        return;
+    std::wstring message = formatWide(lowerCased(format).c_str(), arguments, error);
+    if (m_showsControls)
+        message = withVisibleControls(message);
     m_logger.forcedLog(level, toLog4cplusText(message), file, line, function);
     writeDebuggerLine(message);
+    if (takeFirstLossOfStandardOutput())
+        logIntoFiles(L"nobody reads the standard output: the log leaves out what it cannot write there");
+    if (takeFirstLossOfDebuggerLine())
+        logIntoFiles(L"nobody reads the standard error: the log leaves out what it cannot write there");
+    errno = error;
+}
+
+void Log4CplusLogger::logIntoFiles(const wchar_t* message)
+{
+    const log4cplus::spi::InternalLoggingEvent event(m_logger.getName(), Warn, toLog4cplusText(message),
+                                                     nullptr, -1);
+    for (const log4cplus::SharedAppenderPtr& appender : log4cplus::Logger::getRoot().getAllAppenders())
+        if (dynamic_cast<log4cplus::FileAppenderBase*>(appender.get()) != nullptr)
+            appender->doAppend(event);
 }
 
 } // namespace Brennic::Core

@@ -3,6 +3,7 @@
 /// Internal, not installed. The logger that writes through one named log4cplus logger and copies every record
 /// to the debugger.
 
+#include <atomic>
 #include <cstdarg>
 #include <string>
 
@@ -23,6 +24,10 @@ public:
     EKvsStatus Initialize() override;
     void Terminate() override;
 
+    /// Whether line breaks and other control characters of messages are written visibly. Off at first. Thread: any.
+    bool showsControls() const;
+    void setShowsControls(bool shows);
+
     bool IsEnabled(EKvsLogLevel level) override;
     void LogWithLocation(EKvsLogLevel level, const char* file, int line, const char* function,
                          const wchar_t* format, ...) override;
@@ -31,17 +36,20 @@ public:
 private:
     void write(EKvsLogLevel level, const char* file, int line, const char* function, const wchar_t* format,
                std::va_list arguments);
+    void logIntoFiles(const wchar_t* message);
 
     // Reaches the implementation without the call in between: at a disabled level that is a good part of the cost.
     class BoundLogger : public log4cplus::Logger
     {
     public:
         void bind(const log4cplus::Logger& logger) { log4cplus::Logger::operator=(logger); }
-        bool isEnabledFor(log4cplus::LogLevel level) const { return value->isEnabledFor(level); }
+        // Whether the level alone says so. Reads nothing that ends with log4cplus, so that it needs no pass.
+        bool isLevelEnabled(log4cplus::LogLevel level) const { return level >= value->getChainedLogLevel(); }
     };
 
     std::wstring m_name;
     BoundLogger m_logger;
+    std::atomic<bool> m_showsControls{false};
 };
 
 } // namespace Brennic::Core

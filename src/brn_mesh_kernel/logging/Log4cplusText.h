@@ -6,9 +6,7 @@
 /// their locale, so they get one that writes UTF-8 whatever the host has set.
 
 #include <filesystem>
-#include <iostream>
 #include <locale>
-#include <sstream>
 #include <string>
 #include <type_traits>
 
@@ -17,11 +15,11 @@
 #include <log4cplus/consoleappender.h>
 #include <log4cplus/fileappender.h>
 #include <log4cplus/spi/loggingevent.h>
-#include <log4cplus/streams.h>
 #include <log4cplus/tstring.h>
 
 #include <brn_mesh_common/ValidUnicode.h>
 #include <brn_mesh_kernel/library/LiveLine.h>
+#include <brn_mesh_kernel/library/StandardOutput.h>
 
 namespace Brennic::Core {
 
@@ -42,7 +40,7 @@ inline std::string toUtf8(const std::wstring& text)
 {
     return boost::nowide::narrow(text);
 }
-inline std::string toUtf8(const std::string& text)
+inline const std::string& toUtf8(const std::string& text)
 {
     return text;
 }
@@ -52,24 +50,6 @@ inline std::locale utf8Locale()
 {
     return std::locale(std::locale::classic(), new boost::nowide::utf8_codecvt<wchar_t>);
 }
-
-/// Writes wide records to the standard output as UTF-8. The wide standard stream itself depends on the C
-/// locale.
-class Utf8ConsoleAppender : public log4cplus::ConsoleAppender
-{
-public:
-    using log4cplus::ConsoleAppender::ConsoleAppender;
-    ~Utf8ConsoleAppender() override { destructorImpl(); }
-
-protected:
-    void append(const log4cplus::spi::InternalLoggingEvent& event) override
-    {
-        log4cplus::tostringstream record;
-        layout->formatAndAppend(record, event);
-        const log4cplus::thread::MutexGuard guard(getOutputMutex());
-        std::cout << toUtf8(record.str());
-    }
-};
 
 /// Opens the file by its wide name, where files have one. log4cplus may do it by the narrow one, which not every file
 /// has. The name that its constructor opens is that of the system's null device.
@@ -100,21 +80,19 @@ using RollingFileAppender =
     std::conditional_t<haveFilesWideNames && std::is_same_v<log4cplus::tchar, wchar_t>, WideFileAppender,
                        log4cplus::RollingFileAppender>;
 
-using PlainConsoleAppender = std::conditional_t<std::is_same_v<log4cplus::tchar, char>,
-                                                log4cplus::ConsoleAppender, Utf8ConsoleAppender>;
-
-/// Writes records where a terminal's live line may be, which is taken away first.
-class ConsoleAppender : public PlainConsoleAppender
+/// Writes records to the standard output as UTF-8, where a terminal's live line may be, which is taken away first. The
+/// wide standard stream itself depends on the C locale.
+class ConsoleAppender : public log4cplus::ConsoleAppender
 {
 public:
-    using PlainConsoleAppender::PlainConsoleAppender;
+    using log4cplus::ConsoleAppender::ConsoleAppender;
     ~ConsoleAppender() override { destructorImpl(); }
 
 protected:
     void append(const log4cplus::spi::InternalLoggingEvent& event) override
     {
         const LiveLine::Hidden hidden;
-        PlainConsoleAppender::append(event);
+        writeToStandardOutput(toUtf8(formatEvent(event)));
     }
 };
 

@@ -5,6 +5,7 @@
 
 #include <brn_mesh_kernel/logging/Log4CplusLogger.h>
 #include <brn_mesh_kernel/logging/Log4cplusText.h>
+#include <brn_mesh_kernel/logging/LogGate.h>
 #include <brn_mesh_kernel/logging/NoOpLogger.h>
 
 namespace Brennic::Core {
@@ -39,13 +40,16 @@ LogSystem::LogSystem()
     : m_logger(std::make_unique<Log4CplusLogger>(L"Default")),
       m_overrideLogger(std::make_unique<NoOpLogger>())
 {
-    log4cplus::Logger::getRoot().setLogLevel(Info);
+    LogSystem::SetLogLevel(Info);
 }
 
 LogSystem::~LogSystem() = default;
 
 EKvsStatus LogSystem::Initialize()
 {
+    const LogGate::Pass pass;
+    if (!pass)
+        return Success; // log4cplus has ended: the logger that drops everything stays
     const std::wstring pattern = m_messageFormat.empty() ? defaultMessageFormat : m_messageFormat;
     addToRoot(log4cplus::SharedAppenderPtr(new ConsoleAppender(false, false)), pattern);
     if (!m_logFilePath.empty())
@@ -95,13 +99,27 @@ EKvsStatus LogSystem::SetLogMessageFormat(const wchar_t* format)
 
 EKvsLogLevel LogSystem::LogLevel() const
 {
+    const LogGate::Pass pass;
+    if (!pass)
+        return Off;
     return static_cast<EKvsLogLevel>(log4cplus::Logger::getRoot().getLogLevel());
 }
 
 EKvsStatus LogSystem::SetLogLevel(EKvsLogLevel level)
 {
-    log4cplus::Logger::getRoot().setLogLevel(level);
+    if (const LogGate::Pass pass; pass)
+        log4cplus::Logger::getRoot().setLogLevel(level);
     return Success;
+}
+
+bool LogSystem::ShowsControlCharacters() const
+{
+    return m_logger->showsControls();
+}
+
+void LogSystem::SetShowsControlCharacters(bool shows)
+{
+    m_logger->setShowsControls(shows);
 }
 
 ILogger* LogSystem::CurrentLogger() const

@@ -45,6 +45,10 @@ public:
     virtual EKvsLogLevel LogLevel() const;
     virtual EKvsStatus SetLogLevel(EKvsLogLevel level);
 
+    /// Whether messages show their control characters. Acts at once, in every state. Thread: any.
+    bool ShowsControlCharacters() const;
+    void SetShowsControlCharacters(bool shows);
+
     /// Borrowed; ends with the next \ref Initialize or \ref Terminate.
     ILogger* CurrentLogger() const;
 

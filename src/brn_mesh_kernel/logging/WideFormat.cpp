@@ -9,6 +9,9 @@
 #include <cstring>
 #include <cwchar>
 #include <string_view>
+#include <system_error>
+#include <type_traits>
+#include <vector>
 
 #include <boost/nowide/convert.hpp>
 
@@ -32,94 +35,75 @@ enum class Length
 static_assert(sizeof(std::size_t) == sizeof(std::uintmax_t) &&
               sizeof(std::ptrdiff_t) == sizeof(std::intmax_t));
 
+// A width or a precision: a number of the format, or an argument.
+struct Amount
+{
+    int number = 0;
+    bool isArgument = false;
+    int position = 0; // of the argument, from 1 on; 0 for the next one
+};
+
 struct Conversion
 {
+    int position = 0; // of the argument, from 1 on; 0 for the next one
     std::wstring flags;
-    int width = 0;
-    int precision = -1; // negative: none given
+    Amount width;
+    Amount precision{-1}; // negative: none given
     Length length = Length::none;
     wchar_t type = L'\0';
 };
 
-// Holds a va_list so that it can be handed around: as an argument it is an array on some platforms.
-class ArgumentReader
+// Far above what makes sense; with more, one record would take all memory.
+constexpr int widest = 1'000'000;
+constexpr int largestPosition = 64;
+
+// Reads a format, conversion by conversion.
+class FormatReader
 {
 public:
-    explicit ArgumentReader(std::va_list arguments) { va_copy(m_arguments, arguments); }
-    ~ArgumentReader() { va_end(m_arguments); }
-    ArgumentReader(const ArgumentReader&) = delete;
-    ArgumentReader& operator=(const ArgumentReader&) = delete;
+    explicit FormatReader(std::wstring_view format) : m_rest(format) {}
 
-    template <typename T>
-    T next()
+    // Returns the text before the next conversion, and moves behind it.
+    std::wstring_view text()
     {
-        return va_arg(m_arguments, T);
+        const std::wstring_view before = m_rest.substr(0, m_rest.find(L'%'));
+        m_rest.remove_prefix(before.size());
+        return before;
     }
+    bool atEnd() const { return m_rest.empty(); }
+
+    // Moves behind the conversion. False if the format ends in the middle of it; what was read is in `raw` either way.
+    bool conversion(Conversion& conversion, std::wstring_view& raw);
 
 private:
-    std::va_list m_arguments;
-};
-
-class Formatter
-{
-public:
-    Formatter(std::wstring_view format, std::va_list arguments) : m_rest(format), m_arguments(arguments) {}
-
-    std::wstring run();
-
-private:
-    bool parseConversion(Conversion& conversion);
-    void parseFlags(Conversion& conversion);
-    int parseNumber();
-    void parsePrecision(Conversion& conversion);
-    Length parseLength();
+    bool parts(Conversion& conversion);
+    int number();
+    bool position(int& position);
+    void flags(std::wstring& flags);
+    void amount(Amount& amount);
+    Length length();
     bool consume(std::wstring_view text);
 
-    bool append(const Conversion& conversion);
-    void appendText(const Conversion& conversion);
-    void appendCharacter(const Conversion& conversion);
-    void appendPointer(const Conversion& conversion);
-    void appendPadded(const Conversion& conversion, std::wstring_view text);
-    std::intmax_t nextSigned(Length length);
-    std::uintmax_t nextUnsigned(Length length);
-    template <typename Integer>
-    void appendInteger(const Conversion& conversion, Integer number);
-    template <typename Number>
-    void appendNumber(const Conversion& conversion, const wchar_t* length, Number number);
-
     std::wstring_view m_rest;
-    ArgumentReader m_arguments;
-    std::wstring m_result;
 };
 
-std::wstring Formatter::run()
+bool FormatReader::conversion(Conversion& conversion, std::wstring_view& raw)
 {
-    m_result.reserve(m_rest.size() + 64);
-    while (!m_rest.empty()) {
-        const std::size_t percent = std::min(m_rest.find(L'%'), m_rest.size());
-        m_result.append(m_rest.substr(0, percent));
-        m_rest.remove_prefix(percent);
-        const std::wstring_view fromPercent = m_rest;
-        Conversion conversion;
-        if (!m_rest.empty() && !(parseConversion(conversion) && append(conversion))) {
-            m_result.append(fromPercent);
-            break;
-        }
-    }
-    return std::move(m_result);
+    raw = m_rest;
+    const bool isWhole = parts(conversion);
+    raw.remove_suffix(m_rest.size());
+    return isWhole;
 }
 
-bool Formatter::parseConversion(Conversion& conversion)
+bool FormatReader::parts(Conversion& conversion)
 {
     m_rest.remove_prefix(1); // the percent sign
-    parseFlags(conversion);
-    conversion.width = parseNumber();
-    if (conversion.width < 0) { // a negative width from an argument is a left-justified one
-        conversion.flags += L'-';
-        conversion.width = -conversion.width;
-    }
-    parsePrecision(conversion);
-    conversion.length = parseLength();
+    position(conversion.position);
+    flags(conversion.flags);
+    amount(conversion.width);
+    if (consume(L"."))
+        amount(conversion.precision = {});
+    conversion.length = length();
     if (m_rest.empty())
         return false;
     conversion.type = m_rest.front();
@@ -127,18 +111,9 @@ bool Formatter::parseConversion(Conversion& conversion)
     return true;
 }
 
-void Formatter::parseFlags(Conversion& conversion)
+int FormatReader::number()
 {
-    const std::size_t count = std::min(m_rest.find_first_not_of(L"-+ #0"), m_rest.size());
-    conversion.flags = m_rest.substr(0, count);
-    m_rest.remove_prefix(count);
-}
-
-int Formatter::parseNumber()
-{
-    constexpr int limit = 100'000'000; // far above any sensible width, far below overflow
-    if (consume(L"*"))
-        return std::clamp(m_arguments.next<int>(), -limit, limit);
+    constexpr int limit = 100'000'000; // far below overflow
     int number = 0;
     while (!m_rest.empty() && m_rest.front() >= L'0' && m_rest.front() <= L'9') {
         number = std::min(number * 10 + static_cast<int>(m_rest.front() - L'0'), limit);
@@ -147,13 +122,38 @@ int Formatter::parseNumber()
     return number;
 }
 
-void Formatter::parsePrecision(Conversion& conversion)
+// A number before a dollar sign.
+bool FormatReader::position(int& position)
 {
-    if (consume(L"."))
-        conversion.precision = parseNumber();
+    const std::wstring_view before = m_rest;
+    const int found = number();
+    if (m_rest.size() < before.size() && consume(L"$")) {
+        position = found > 0 ? found : largestPosition + 1; // there is no argument 0
+        return true;
+    }
+    m_rest = before;
+    return false;
 }
 
-Length Formatter::parseLength()
+void FormatReader::flags(std::wstring& flags)
+{
+    while (!m_rest.empty() && std::wstring_view(L"-+ #0'").find(m_rest.front()) != std::wstring_view::npos) {
+        if (flags.find(m_rest.front()) == std::wstring::npos)
+            flags += m_rest.front();
+        m_rest.remove_prefix(1);
+    }
+}
+
+void FormatReader::amount(Amount& amount)
+{
+    amount.isArgument = consume(L"*");
+    if (amount.isArgument)
+        position(amount.position);
+    else
+        amount.number = number();
+}
+
+Length FormatReader::length()
 {
     constexpr struct
     {
@@ -167,7 +167,7 @@ Length Formatter::parseLength()
     return Length::none;
 }
 
-bool Formatter::consume(std::wstring_view text)
+bool FormatReader::consume(std::wstring_view text)
 {
     if (m_rest.substr(0, text.size()) != text)
         return false;
@@ -175,42 +175,271 @@ bool Formatter::consume(std::wstring_view text)
     return true;
 }
 
-bool Formatter::append(const Conversion& conversion)
+// How an argument was passed.
+enum class Kind
+{
+    none,
+    integer,
+    longInteger,
+    longLong,
+    number,
+    pointer
+};
+
+Kind integerKind(Length length)
+{
+    switch (length) {
+    case Length::l:
+        return Kind::longInteger;
+    case Length::ll:
+    case Length::j:
+    case Length::z:
+    case Length::t:
+        return Kind::longLong;
+    case Length::hh:
+    case Length::h:
+    case Length::none:
+        break;
+    }
+    return Kind::integer;
+}
+
+// What a conversion takes; none if it is unknown, or takes nothing.
+Kind argumentKind(const Conversion& conversion)
 {
     switch (conversion.type) {
-    case L'%':
-        m_result += L'%';
-        return true;
     case L's':
-        appendText(conversion);
-        return true;
+    case L'p':
+    case L'n':
+        return Kind::pointer;
     case L'c':
-        appendCharacter(conversion);
-        return true;
+        return Kind::integer;
     case L'd':
     case L'i':
-        appendInteger(conversion, nextSigned(conversion.length));
-        return true;
     case L'u':
     case L'x':
     case L'o':
-        appendInteger(conversion, nextUnsigned(conversion.length));
-        return true;
+        return integerKind(conversion.length);
     case L'e':
     case L'f':
     case L'g':
     case L'a':
-        appendNumber(conversion, L"", m_arguments.next<double>());
+        return Kind::number;
+    default:
+        return Kind::none;
+    }
+}
+
+// The arguments of one call: one after the other, or, where the format gives positions, all read beforehand.
+class Arguments
+{
+public:
+    explicit Arguments(std::va_list arguments) { va_copy(m_arguments, arguments); }
+    ~Arguments() { va_end(m_arguments); }
+    Arguments(const Arguments&) = delete;
+    Arguments& operator=(const Arguments&) = delete;
+
+    bool havePositions() const { return !m_values.empty(); }
+    // Whether the argument is there and was passed in this way. One after the other, all are.
+    bool has(int position, Kind kind) const
+    {
+        if (!havePositions())
+            return position == 0;
+        return position > 0 && static_cast<std::size_t>(position) <= m_values.size() &&
+               m_values[static_cast<std::size_t>(position) - 1].kind == kind;
+    }
+
+    void readAll(const std::vector<Kind>& kinds);
+
+    template <typename T>
+    T get(int position)
+    {
+        if (position == 0)
+            return va_arg(m_arguments, T);
+        const Value& value = m_values[static_cast<std::size_t>(position) - 1];
+        if constexpr (std::is_pointer_v<T>)
+            return static_cast<T>(value.pointer);
+        else if constexpr (std::is_floating_point_v<T>)
+            return static_cast<T>(value.number);
+        else
+            return static_cast<T>(value.integer);
+    }
+
+private:
+    struct Value
+    {
+        Kind kind = Kind::none;
+        std::intmax_t integer = 0;
+        double number = 0;
+        void* pointer = nullptr;
+    };
+
+    std::va_list m_arguments;
+    std::vector<Value> m_values; // of arguments with positions
+};
+
+void Arguments::readAll(const std::vector<Kind>& kinds)
+{
+    for (const Kind kind : kinds) {
+        Value value;
+        value.kind = kind;
+        if (kind == Kind::longInteger)
+            value.integer = va_arg(m_arguments, long);
+        else if (kind == Kind::longLong)
+            value.integer = va_arg(m_arguments, std::intmax_t);
+        else if (kind == Kind::number)
+            value.number = va_arg(m_arguments, double);
+        else if (kind == Kind::pointer)
+            value.pointer = va_arg(m_arguments, void*);
+        else
+            value.integer = va_arg(m_arguments, int); // also one that nothing refers to
+        m_values.push_back(value);
+    }
+}
+
+class Formatter
+{
+public:
+    Formatter(std::wstring_view format, std::va_list arguments, int error)
+        : m_format(format), m_arguments(arguments), m_error(error)
+    {
+    }
+
+    std::wstring run();
+
+private:
+    void findPositions();
+    bool resolve(Amount& amount);
+    bool append(Conversion& conversion);
+    bool appendArgument(const Conversion& conversion);
+    void appendText(const Conversion& conversion);
+    void appendCharacter(const Conversion& conversion);
+    void appendErrorText(const Conversion& conversion);
+    void appendPointer(const Conversion& conversion);
+    void appendPadded(const Conversion& conversion, std::wstring_view text);
+    std::intmax_t signedArgument(const Conversion& conversion);
+    std::uintmax_t unsignedArgument(const Conversion& conversion);
+    template <typename Integer>
+    void appendInteger(const Conversion& conversion, Integer number);
+    template <typename Number>
+    void appendNumber(const Conversion& conversion, const wchar_t* length, Number number);
+
+    std::wstring_view m_format;
+    Arguments m_arguments;
+    int m_error;
+    std::wstring m_result;
+};
+
+std::wstring Formatter::run()
+{
+    if (m_format.find(L'$') != std::wstring_view::npos)
+        findPositions();
+    m_result.reserve(m_format.size() + 64);
+    FormatReader format(m_format);
+    for (;;) {
+        m_result.append(format.text());
+        if (format.atEnd())
+            return std::move(m_result);
+        Conversion conversion;
+        std::wstring_view raw;
+        if (!format.conversion(conversion, raw) || !append(conversion))
+            m_result.append(raw);
+    }
+}
+
+// A format whose first argument has a position has them all by position: they are read before the first is used.
+void Formatter::findPositions()
+{
+    std::vector<Kind> kinds;
+    const auto note = [&kinds](int position, Kind kind) {
+        if (position <= 0 || position > largestPosition || kind == Kind::none)
+            return;
+        kinds.resize(std::max(kinds.size(), static_cast<std::size_t>(position)), Kind::none);
+        Kind& known = kinds[static_cast<std::size_t>(position) - 1];
+        known = known == Kind::none ? kind : known;
+    };
+    FormatReader format(m_format);
+    for (;;) {
+        format.text();
+        Conversion conversion;
+        std::wstring_view raw;
+        if (format.atEnd() || !format.conversion(conversion, raw))
+            break;
+        const Kind kind = argumentKind(conversion);
+        if (kinds.empty() && kind != Kind::none && conversion.position == 0)
+            return; // one after the other
+        for (const Amount& amount : {conversion.width, conversion.precision})
+            if (amount.isArgument)
+                note(amount.position, Kind::integer);
+        note(conversion.position, kind);
+    }
+    m_arguments.readAll(kinds);
+}
+
+// False if there is no such argument.
+bool Formatter::resolve(Amount& amount)
+{
+    if (!amount.isArgument)
         return true;
+    if (!m_arguments.has(amount.position, Kind::integer))
+        return false;
+    amount.number = m_arguments.get<int>(amount.position);
+    return true;
+}
+
+// False if the conversion is to be copied as it stands: it is unknown, or has not the argument that it takes.
+bool Formatter::append(Conversion& conversion)
+{
+    if (conversion.type == L'%') {
+        m_result += L'%';
+        return true;
+    }
+    const Kind kind = argumentKind(conversion);
+    const bool isKnown = conversion.type == L'm' || kind != Kind::none;
+    if (!isKnown || (kind != Kind::none && !m_arguments.has(conversion.position, kind)) ||
+        !resolve(conversion.width) || !resolve(conversion.precision))
+        return false;
+    int& width = conversion.width.number;
+    width = std::clamp(width, -widest, widest);
+    if (width < 0) { // a negative width from an argument is a left-justified one
+        conversion.flags += L'-';
+        width = -width;
+    }
+    return appendArgument(conversion);
+}
+
+bool Formatter::appendArgument(const Conversion& conversion)
+{
+    switch (conversion.type) {
+    case L's':
+        appendText(conversion);
+        break;
+    case L'c':
+        appendCharacter(conversion);
+        break;
+    case L'm':
+        appendErrorText(conversion);
+        break;
+    case L'd':
+    case L'i':
+        appendInteger(conversion, signedArgument(conversion));
+        break;
+    case L'u':
+    case L'x':
+    case L'o':
+        appendInteger(conversion, unsignedArgument(conversion));
+        break;
     case L'p':
         appendPointer(conversion);
-        return true;
+        break;
     case L'n':
-        m_arguments.next<void*>();
-        return true;
+        m_arguments.get<void*>(conversion.position);
+        break;
     default:
-        return false;
+        appendNumber(conversion, L"", m_arguments.get<double>(conversion.position));
+        break;
     }
+    return true;
 }
 
 // The length of a string of which at most `limit` units may be read; a negative limit is none.
@@ -248,33 +477,41 @@ std::wstring narrowArgument(const char* text, int precision)
 void Formatter::appendText(const Conversion& conversion)
 {
     constexpr std::wstring_view null = L"(null)";
-    const void* const argument = m_arguments.next<const void*>();
+    const int precision = conversion.precision.number;
+    const void* const argument = m_arguments.get<void*>(conversion.position);
     if (argument == nullptr)
-        appendPadded(conversion, null.substr(0, static_cast<std::size_t>(conversion.precision)));
+        appendPadded(conversion, null.substr(0, static_cast<std::size_t>(precision)));
     else if (conversion.length == Length::h)
-        appendPadded(conversion, narrowArgument(static_cast<const char*>(argument), conversion.precision));
+        appendPadded(conversion, narrowArgument(static_cast<const char*>(argument), precision));
     else {
         const auto* const text = static_cast<const wchar_t*>(argument);
-        appendPadded(conversion, {text, boundedLength(text, conversion.precision)});
+        appendPadded(conversion, {text, boundedLength(text, precision)});
     }
 }
 
+// A character 0 is shown by its sign: it would end the record for whoever takes it for the end of a string.
 void Formatter::appendCharacter(const Conversion& conversion)
 {
-    const int argument = m_arguments.next<int>();
+    const int argument = m_arguments.get<int>(conversion.position);
     if (conversion.length == Length::h) {
         const char character = static_cast<char>(argument);
-        appendPadded(conversion, boost::nowide::widen(&character, 1));
+        appendPadded(conversion, character == '\0' ? L"\u2400" : boost::nowide::widen(&character, 1));
     } else {
-        const auto character = static_cast<wchar_t>(argument);
+        const auto character = argument == 0 ? L'\u2400' : static_cast<wchar_t>(argument);
         appendPadded(conversion, {&character, 1});
     }
+}
+
+void Formatter::appendErrorText(const Conversion& conversion)
+{
+    const std::string text = std::generic_category().message(m_error);
+    appendPadded(conversion, narrowArgument(text.c_str(), conversion.precision.number));
 }
 
 // C libraries have different ideas of it.
 void Formatter::appendPointer(const Conversion& conversion)
 {
-    const auto address = reinterpret_cast<std::uintptr_t>(m_arguments.next<void*>());
+    const auto address = reinterpret_cast<std::uintptr_t>(m_arguments.get<void*>(conversion.position));
     std::array<char, 16> digits; // NOLINT(*-member-init): written by to_chars
     const std::to_chars_result end = std::to_chars(digits.data(), digits.data() + digits.size(), address, 16);
     const std::wstring text = L"0x" + std::wstring(digits.data(), end.ptr);
@@ -283,7 +520,7 @@ void Formatter::appendPointer(const Conversion& conversion)
 
 void Formatter::appendPadded(const Conversion& conversion, std::wstring_view text)
 {
-    const auto width = static_cast<std::size_t>(conversion.width);
+    const auto width = static_cast<std::size_t>(conversion.width.number);
     const std::size_t padding = width > text.size() ? width - text.size() : 0;
     const bool isLeftJustified = conversion.flags.find(L'-') != std::wstring::npos;
     if (!isLeftJustified)
@@ -293,46 +530,57 @@ void Formatter::appendPadded(const Conversion& conversion, std::wstring_view tex
         m_result.append(padding, L' ');
 }
 
-std::intmax_t Formatter::nextSigned(Length length)
+// The sign between groups of digits is known to the C library of Linux alone.
+std::wstring platformFlags(std::wstring flags)
 {
-    switch (length) {
-    case Length::hh:
-        return static_cast<signed char>(m_arguments.next<int>());
-    case Length::h:
-        return static_cast<short>(m_arguments.next<int>());
-    case Length::l:
-        return m_arguments.next<long>();
-    case Length::ll:
-        return m_arguments.next<long long>();
-    case Length::j:
-    case Length::z:
-    case Length::t:
-        return m_arguments.next<std::intmax_t>();
-    case Length::none:
-        break;
-    }
-    return m_arguments.next<int>();
+    constexpr bool isWindows = sizeof(wchar_t) == sizeof(char16_t);
+    if (const std::size_t place = flags.find(L'\''); isWindows && place != std::wstring::npos)
+        flags.erase(place, 1);
+    return flags;
 }
 
-std::uintmax_t Formatter::nextUnsigned(Length length)
+std::intmax_t Formatter::signedArgument(const Conversion& conversion)
 {
-    switch (length) {
+    const int position = conversion.position;
+    switch (conversion.length) {
     case Length::hh:
-        return static_cast<unsigned char>(m_arguments.next<unsigned>());
+        return static_cast<signed char>(m_arguments.get<int>(position));
     case Length::h:
-        return static_cast<unsigned short>(m_arguments.next<unsigned>());
+        return static_cast<short>(m_arguments.get<int>(position));
     case Length::l:
-        return m_arguments.next<unsigned long>();
+        return m_arguments.get<long>(position);
     case Length::ll:
-        return m_arguments.next<unsigned long long>();
+        return m_arguments.get<long long>(position);
     case Length::j:
     case Length::z:
     case Length::t:
-        return m_arguments.next<std::uintmax_t>();
+        return m_arguments.get<std::intmax_t>(position);
     case Length::none:
         break;
     }
-    return m_arguments.next<unsigned>();
+    return m_arguments.get<int>(position);
+}
+
+std::uintmax_t Formatter::unsignedArgument(const Conversion& conversion)
+{
+    const int position = conversion.position;
+    switch (conversion.length) {
+    case Length::hh:
+        return static_cast<unsigned char>(m_arguments.get<unsigned>(position));
+    case Length::h:
+        return static_cast<unsigned short>(m_arguments.get<unsigned>(position));
+    case Length::l:
+        return m_arguments.get<unsigned long>(position);
+    case Length::ll:
+        return m_arguments.get<unsigned long long>(position);
+    case Length::j:
+    case Length::z:
+    case Length::t:
+        return m_arguments.get<std::uintmax_t>(position);
+    case Length::none:
+        break;
+    }
+    return m_arguments.get<unsigned>(position);
 }
 
 // Most integers are plain ones, and the C library's wide printf takes longer for one than all the rest does.
@@ -340,7 +588,8 @@ template <typename Integer>
 void Formatter::appendInteger(const Conversion& conversion, Integer number)
 {
     const bool isDecimal = conversion.type != L'x' && conversion.type != L'o';
-    if (!isDecimal || !conversion.flags.empty() || conversion.width != 0 || conversion.precision >= 0) {
+    if (!isDecimal || !conversion.flags.empty() || conversion.width.number != 0 ||
+        conversion.precision.number >= 0) {
         appendNumber(conversion, L"j", number);
         return;
     }
@@ -353,9 +602,11 @@ void Formatter::appendInteger(const Conversion& conversion, Integer number)
 template <typename Number>
 void Formatter::appendNumber(const Conversion& conversion, const wchar_t* length, Number number)
 {
-    const std::wstring format = L'%' + conversion.flags + L"*.*" + length + conversion.type;
+    const int width = conversion.width.number;
+    const int precision = std::min(conversion.precision.number, widest);
+    const std::wstring format = L'%' + platformFlags(conversion.flags) + L"*.*" + length + conversion.type;
     const auto print = [&](wchar_t* buffer, std::size_t size) {
-        return std::swprintf(buffer, size, format.c_str(), conversion.width, conversion.precision, number);
+        return std::swprintf(buffer, size, format.c_str(), width, precision, number);
     };
     std::array<wchar_t, 128> buffer; // NOLINT(*-member-init): written by swprintf
     int written = print(buffer.data(), buffer.size());
@@ -364,9 +615,10 @@ void Formatter::appendNumber(const Conversion& conversion, const wchar_t* length
         m_result.append(buffer.data(), static_cast<std::size_t>(written));
         return;
     }
-    // The longest double has 309 digits before the point; nothing else needs more beside width and precision.
-    const std::size_t longest = 512 + static_cast<std::size_t>(conversion.width) +
-                                static_cast<std::size_t>(std::max(conversion.precision, 0));
+    // The longest double has 309 digits before the point, and signs between them; nothing else needs more beside width
+    // and precision.
+    const std::size_t longest =
+        1024 + static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(std::max(precision, 0));
     std::wstring large(longest, L'\0');
     written = print(large.data(), large.size());
     m_result.append(large, 0, static_cast<std::size_t>(std::max(written, 0)));
@@ -374,9 +626,9 @@ void Formatter::appendNumber(const Conversion& conversion, const wchar_t* length
 
 } // namespace
 
-std::wstring formatWide(const wchar_t* format, std::va_list arguments)
+std::wstring formatWide(const wchar_t* format, std::va_list arguments, int error)
 {
-    return Formatter(format, arguments).run();
+    return Formatter(format, arguments, error).run();
 }
 
 } // namespace Brennic::Core

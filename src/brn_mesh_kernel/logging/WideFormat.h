@@ -13,8 +13,10 @@ namespace Brennic::Core {
 
 /// Formats as `ILogger` promises. Expects lower-case conversion letters.
 ///
-/// Text behind a conversion that the dialect does not know is copied as it stands, since nobody can tell
-/// which arguments it would take. `%n` takes its argument and stores nothing.
-std::wstring formatWide(const wchar_t* format, std::va_list arguments);
+/// A conversion that the dialect does not know, or whose argument another conversion takes as something else, is copied as
+/// it stands, and takes no argument. `%n` takes its argument and stores nothing.
+///
+/// \param error what `%m` describes.
+std::wstring formatWide(const wchar_t* format, std::va_list arguments, int error);
 
 } // namespace Brennic::Core

@@ -433,3 +433,16 @@ TEST(KernelClass, itHoldsOnePointer)
 {
     EXPECT_EQ(sizeof(Kernel), 2 * sizeof(void*)); // the virtual table's and its own
 }
+
+TEST_F(KernelTest, controlCharactersOfMessagesAreShownFromTheSettingOn)
+{
+    initializeWithPlainLines();
+    EXPECT_FALSE(kernel.ShowsControlCharacters());
+    EXPECT_EQ(kernel.SetShowsControlCharacters(true), Success);
+    EXPECT_TRUE(kernel.ShowsControlCharacters());
+    logger().Log(Info, L"name: %s", L"x\nforged \x1b[31m");
+    kernel.SetShowsControlCharacters(false);
+    logger().Log(Info, L"two\nlines");
+    EXPECT_EQ(logLines(), (std::vector<std::string>{R"(name: x\nforged \x1b[31m)", "two", "lines"}));
+    EXPECT_EQ(splitLines(debugger.text()).front(), R"([KVS_LOG] name: x\nforged \x1b[31m)");
+}

@@ -1,7 +1,9 @@
 #include <brn_mesh_kernel/logging/Log4CplusLogger.h>
 
+#include <cerrno>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -146,4 +148,26 @@ TEST_F(Log4CplusLoggerTest, theServiceIsTheFirstBase)
     const auto address = [](const void* pointer) { return reinterpret_cast<std::uintptr_t>(pointer); };
     EXPECT_EQ(address(static_cast<IService*>(&logger)), address(&logger));
     EXPECT_GT(address(static_cast<ILogger*>(&logger)), address(&logger));
+}
+
+TEST_F(Log4CplusLoggerTest, controlCharactersAreShownWhereThatIsSet)
+{
+    const wchar_t* const forged = L"a\n[1] FATAL - b\r\x1b[2J\u0085\u2028\u202e\ttab";
+    logger.Log(Info, L"%s", forged);
+    logger.setShowsControls(true);
+    logger.Log(Info, L"%s", forged);
+    ASSERT_EQ(events().size(), 2U);
+    EXPECT_EQ(events()[0].getMessage(), text(forged));
+    EXPECT_EQ(events()[1].getMessage(), text(LR"(a\n[1] FATAL - b\r\x1b[2J\x85\u2028\u202e)"
+                                             L"\ttab"));
+}
+
+TEST_F(Log4CplusLoggerTest, theErrorOfTheCallerIsDescribedAndStays)
+{
+    errno = ENOENT;
+    logger.Log(Info, L"%m");
+    EXPECT_EQ(errno, ENOENT);
+    ASSERT_EQ(events().size(), 1U);
+    const std::string expected = std::generic_category().message(ENOENT);
+    EXPECT_EQ(events()[0].getMessage(), text(std::wstring(expected.begin(), expected.end()).c_str()));
 }

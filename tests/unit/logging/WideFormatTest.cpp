@@ -1,10 +1,12 @@
 #include <brn_mesh_kernel/logging/WideFormat.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <system_error>
 
 #include <gtest/gtest.h>
 
@@ -16,7 +18,7 @@ std::wstring formatted(const wchar_t* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
-    std::wstring text = formatWide(format, arguments);
+    std::wstring text = formatWide(format, arguments, ENOENT);
     va_end(arguments);
     return text;
 }
@@ -121,9 +123,55 @@ TEST(WideFormat, numbersHaveNoLengthLimit)
     EXPECT_EQ(formatted(L"%f", 1e308).size(), 309U + 7U);
 }
 
-TEST(WideFormat, aUnknownConversionAndWhatFollowsAreCopied)
+TEST(WideFormat, aWidthThatMakesNoSenseTakesNoMemory)
 {
-    EXPECT_EQ(formatted(L"%d %y %s", 1, L"never read"), L"1 %y %s");
+    EXPECT_EQ(formatted(L"%100000000d", 5).size(), 1'000'000U);
+    EXPECT_EQ(formatted(L"%*s", -100'000'000, L"x").size(), 1'000'000U);
+    EXPECT_EQ(formatted(L"%.100000000d", 5).size(), 1'000'000U);
+    EXPECT_EQ(formatted(L"%.100000000f", 0.5).size(), 1'000'002U);
+}
+
+TEST(WideFormat, anUnknownConversionIsCopiedAloneAndTakesNoArgument)
+{
+    EXPECT_EQ(formatted(L"%d %y %s", 1, L"two"), L"1 %y two");
+    EXPECT_EQ(formatted(L"100%\n%-5k|%s", L"end"), L"100%\n%-5k|end");
+}
+
+TEST(WideFormat, argumentsCanHavePositions)
+{
+    EXPECT_EQ(formatted(L"%2$s of %1$d", 3, L"two"), L"two of 3");
+    EXPECT_EQ(formatted(L"%1$s %1$s %2$hs %1$.1s", L"wide", "narrow"), L"wide wide narrow w");
+    EXPECT_EQ(formatted(L"%3$lld %2$.1f %1$c", L'c', 2.5, -5'000'000'000LL), L"-5000000000 2.5 c");
+    EXPECT_EQ(formatted(L"[%1$*2$d][%3$.*2$f]", 7, 4, 0.5), L"[   7][0.5000]");
+    EXPECT_EQ(formatted(L"%2$s 100%%", 1, L"after one that nothing refers to"),
+              L"after one that nothing refers to 100%");
+}
+
+TEST(WideFormat, whatDisagreesWithThePositionsIsCopied)
+{
+    EXPECT_EQ(formatted(L"%1$s %d %s", L"x"), L"x %d %s");
+    EXPECT_EQ(formatted(L"%d %1$d", 5), L"5 %1$d");
+    EXPECT_EQ(formatted(L"%1$d %1$s", 5), L"5 %1$s");
+    EXPECT_EQ(formatted(L"%0$d %99999999999$d %1$d", 5), L"%0$d %99999999999$d 5");
+}
+
+TEST(WideFormat, theErrorOfTheCallerIsDescribed)
+{
+    const std::string text = std::generic_category().message(ENOENT);
+    const std::wstring wide(text.begin(), text.end());
+    EXPECT_EQ(formatted(L"cannot open: %m (%d)", 5), L"cannot open: " + wide + L" (5)");
+    EXPECT_EQ(formatted(L"%.2m|", 0), wide.substr(0, 2) + L"|");
+}
+
+TEST(WideFormat, digitsCanBeGrouped)
+{
+    EXPECT_EQ(formatted(L"%'d %'.1f", 1234567, 1234.5),
+              L"1234567 1234.5"); // by the C locale, which does not group
+}
+
+TEST(WideFormat, theCharacterZeroIsShownByItsSign)
+{
+    EXPECT_EQ(formatted(L"a%cb%hc%3c.", 0, 0, 0), L"a\u2400b\u2400  \u2400.");
 }
 
 TEST(WideFormat, anUnfinishedConversionIsCopied)
