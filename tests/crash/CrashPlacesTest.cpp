@@ -1,5 +1,7 @@
 #include "crash/support/CrashFixture.h"
 
+#include <cstdlib>
+
 #include <sys/stat.h>
 
 using namespace Brennic::Testing;
@@ -41,6 +43,31 @@ TEST_F(CrashPlace, anUncaughtExceptionOnAWorkerIsNamedThoughLocalsWouldBeDestroy
     EXPECT_EQ(crash("throw-past-locals", {"in=worker"}).signal, SIGABRT);
     expectReport();
     expectGoodDump(dump(), SIGABRT, "crashByException");
+}
+
+TEST_F(CrashPlace, anExceptionOnAWorkerIsNamedThoughTheHostCatchesOthers)
+{
+    EXPECT_EQ(crash("throw", {"in=worker-of-catching-host"}).signal, SIGABRT);
+    expectReport();
+    expectGoodDump(dump(), SIGABRT, "crashByException");
+}
+
+TEST_F(CrashPlace, anExceptionOnAWorkerIsNamedThoughTheHostCatchesOthersAndLocalsWouldBeDestroyed)
+{
+    EXPECT_EQ(crash("throw-past-locals", {"in=worker-of-catching-host"}).signal, SIGABRT);
+    expectReport();
+    expectGoodDump(dump(), SIGABRT, "crashByException");
+}
+
+TEST_F(CrashPlace, anExceptionOnAWorkerIsNamedWithoutGlib)
+{
+    setenv("QT_NO_GLIB", "1", 1); // for the children, whose threads then run Qt's own dispatcher
+    for (const std::string place : {"in=worker", "in=worker-of-catching-host"}) {
+        EXPECT_EQ(crash("throw", {place}).signal, SIGABRT);
+        expectReport();
+        expectGoodDump(dump(), SIGABRT, "crashByException");
+        std::filesystem::remove(dump());
+    }
 }
 
 TEST_F(CrashPlace, aWorkerSurvivesItsStackOverflowLongEnough)

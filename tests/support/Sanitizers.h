@@ -10,4 +10,10 @@ constexpr bool isSanitized = true;
 constexpr bool isSanitized = false;
 #endif
 
+#if defined(__SANITIZE_THREAD__)
+constexpr bool isThreadSanitized = true;
+#else
+constexpr bool isThreadSanitized = false;
+#endif
+
 } // namespace Brennic::Testing

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <future>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -29,6 +30,31 @@ void onWorker(const Function& function)
     char name[] = "crash_child";
     char* arguments[] = {name, nullptr};
     const QCoreApplication application(count, arguments);
+    Core::dispatchSync(function, Core::eQOS_Normal);
+}
+
+/// Catches what is not thrown.
+class CatchingApplication : public QCoreApplication
+{
+public:
+    using QCoreApplication::QCoreApplication;
+
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        try {
+            return QCoreApplication::notify(receiver, event);
+        } catch (const std::logic_error&) {
+            return false;
+        }
+    }
+};
+
+void onWorkerOfACatchingHost(const Function& function)
+{
+    int count = 1;
+    char name[] = "crash_child";
+    char* arguments[] = {name, nullptr};
+    const CatchingApplication application(count, arguments);
     Core::dispatchSync(function, Core::eQOS_Normal);
 }
 
@@ -104,6 +130,7 @@ const Places& places()
         {"main", [](const Function& function) { function(); }},
         {"thread", onThread},
         {"worker", onWorker},
+        {"worker-of-catching-host", onWorkerOfACatchingHost},
         {"guarded-thread", onGuardedThread},
         {"eight-threads", [](const Function& function) { onThreads(8, function); }},
         {"two-threads-in-turn", onTwoThreadsInTurn},
