@@ -21,7 +21,7 @@ function(brn_target_defaults target)
       # GCC sees uninitialized variables in its own instrumentation.
       target_compile_options(
         ${target} PRIVATE -fsanitize=${BRN_SANITIZER} -fno-sanitize-recover=all -fno-omit-frame-pointer
-                          -Wno-maybe-uninitialized
+                          $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
       )
       target_link_options(${target} PRIVATE -fsanitize=${BRN_SANITIZER})
     endif()

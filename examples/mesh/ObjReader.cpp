@@ -42,6 +42,6 @@ RawMesh readObj(std::string_view text)
     for (const Words* words = &lines.next(); !words->empty(); words = &lines.next())
         addLine(mesh, lines, *words);
     mesh.requireCornersExist();
-    mesh.isLastLineOpen = text.back() != '\n';
+    mesh.isLastLineOpen = !text.empty() && text.back() != '\n';
     return mesh;
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "MeshFileFixture.h"
+#include "ObjReader.h"
 #include "support/Sanitizers.h"
 
 using ::testing::EndsWith;
@@ -176,4 +177,11 @@ TEST_F(HostileMeshFileTest, aFileLargerThanTheMemoryIsRefused)
     if (error)
         GTEST_SKIP() << "no file is that large here: " << error.message();
     EXPECT_THAT(defectOf(path), HasSubstr("too large for this machine's memory"));
+}
+
+TEST(HostileMeshBytes, noBytesAreNoObjMesh)
+{
+    const RawMesh mesh = readObj({});
+    EXPECT_TRUE(mesh.positions.empty());
+    EXPECT_FALSE(mesh.isLastLineOpen);
 }

@@ -1,6 +1,7 @@
 #include "crash/support/Minidump.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "support/Files.h"
 
@@ -17,6 +18,19 @@ void require(bool holds, const char* what)
 } // namespace
 
 Minidump::Minidump(const std::filesystem::path& path) : m_bytes(readFile(path))
+{
+    readDirectory();
+}
+
+Minidump Minidump::fromBytes(std::string bytes)
+{
+    Minidump dump;
+    dump.m_bytes = std::move(bytes);
+    dump.readDirectory();
+    return dump;
+}
+
+void Minidump::readDirectory()
 {
     require(bytes(0, 4) == "MDMP", "no minidump");
     const auto count = read<std::uint32_t>(8);

@@ -31,6 +31,8 @@ public:
 
     /// Throws `std::runtime_error` if something in the file points outside it.
     explicit Minidump(const std::filesystem::path& path);
+    /// The same from the bytes of a file.
+    static Minidump fromBytes(std::string bytes);
 
     std::set<std::uint32_t> streamTypes() const;
     std::vector<std::uint32_t> threadIds() const;
@@ -51,6 +53,9 @@ public:
     std::size_t size() const { return m_bytes.size(); }
 
 private:
+    Minidump() = default;
+    void readDirectory();
+
     struct Location
     {
         std::uint32_t size;
