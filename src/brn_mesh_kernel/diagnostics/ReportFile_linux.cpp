@@ -1,6 +1,7 @@
 #include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
 #include <atomic>
+#include <cerrno>
 
 #include <brn_mesh_common/Util.h>
 #include <brn_mesh_common/minidump/WholeFile_linux.h>
@@ -15,6 +16,14 @@ struct ReportFile::Platform
 namespace {
 
 std::atomic<Minidump::WholeFile*> g_last{nullptr};
+
+// Hosts tell their users why, by errno.
+bool isDone(long result)
+{
+    if (result < 0)
+        errno = static_cast<int>(-result);
+    return result == 0;
+}
 
 } // namespace
 
@@ -32,17 +41,17 @@ bool ReportFile::open(const std::wstring& path)
     Minidump::PathText name;
     name.append(Objects::Util::ConvertToChar(path));
     g_last = &m_platform->file;
-    return m_platform->file.open(name) == 0;
+    return isDone(m_platform->file.open(name));
 }
 
 bool ReportFile::write(const char* text, std::size_t size)
 {
-    return m_platform->file.write(text, size) == 0;
+    return isDone(m_platform->file.write(text, size));
 }
 
 bool ReportFile::publish()
 {
-    return m_platform->file.publish() == 0;
+    return isDone(m_platform->file.publish());
 }
 
 void ReportFile::giveUpLast()

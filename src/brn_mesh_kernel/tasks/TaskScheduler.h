@@ -135,6 +135,7 @@ public:
         bool m_hasStarted = false;
         bool m_hasEvent = false;
         bool m_isLate = false;
+        bool m_isEventOld = false;    // it is to be posted again, behind the host's events
         bool m_isDeliverable = false; // busy without an event: one would arrive if the job runs an event loop
         int m_runs = 0;               // more than one where a job runs an event loop
         int m_waits = 0;
@@ -225,6 +226,8 @@ public:
     {
         const Lock lock(m_mutex);
         worker.m_hasEvent = worker.m_isLate = false;
+        if (std::exchange(worker.m_isEventOld, false))
+            return postAgain(worker);
         ++worker.m_runs;
         return takeNextLocked(worker, job);
     }
@@ -240,18 +243,14 @@ public:
     Notifications leave(Worker& worker)
     {
         const Lock lock(m_mutex);
-        --worker.m_runs;
-        Notifications out;
-        if (m_jobs.count() > 0 && !worker.m_hasEvent && Platform::isOpen())
-            notify(worker, out);
-        update(worker);
-        return settle(out);
+        endRun(worker);
+        return worker.m_hasEvent ? change(worker) : postAgain(worker);
     }
 
     /// The worker's event will not arrive: it has been dropped.
     Notifications loseEvent(Worker& worker)
     {
-        return change(worker, [&] { worker.m_hasEvent = worker.m_isLate = false; });
+        return change(worker, [&] { worker.m_hasEvent = worker.m_isLate = worker.m_isEventOld = false; });
     }
 
     /// The worker's thread begins to wait for a task of the family. What it was notified of, others hear now.
@@ -308,6 +307,12 @@ public:
         return settle();
     }
 
+    std::size_t pendingCount() const
+    {
+        const Lock lock(m_mutex);
+        return m_jobs.count();
+    }
+
     bool isBusy(const Worker& worker) const
     {
         const Lock lock(m_mutex);
@@ -355,17 +360,37 @@ private:
     {
         const Lock lock(m_mutex);
         function();
+        return change(worker);
+    }
+
+    Notifications change(Worker& worker)
+    {
         update(worker);
         return settle();
+    }
+
+    // An event that was posted while the worker was busy may stand before events of the host that came meanwhile.
+    void endRun(Worker& worker)
+    {
+        --worker.m_runs;
+        worker.m_isEventOld = worker.m_runs == 0 && worker.m_hasEvent;
+    }
+
+    Notifications postAgain(Worker& worker)
+    {
+        Notifications out;
+        if (m_jobs.count() > 0 && Platform::isOpen())
+            notify(worker, out);
+        update(worker);
+        return settle(out);
     }
 
     Notifications takeNextLocked(Worker& worker, Job& job)
     {
         m_jobs.pop(job);
         if (!job)
-            --worker.m_runs;
-        update(worker);
-        return settle();
+            endRun(worker);
+        return change(worker);
     }
 
     Notifications settle(Notifications out = {})

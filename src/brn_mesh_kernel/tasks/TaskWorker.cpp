@@ -23,9 +23,9 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds turnTime{1};
 
 // The GUI thread is to be back at its timers, input and painting within a frame of 16 ms. A pass through its posted
-// events is marked after the first of these times, and is a flood once it has spent the second in jobs. The event of a
+// events is measured after the first of these times, and is a flood once it has spent the second in jobs. The event of a
 // flood runs jobs for the third.
-constexpr std::chrono::milliseconds unmarkedTime{2};
+constexpr std::chrono::milliseconds shortTime{2};
 constexpr std::chrono::milliseconds passTime{12};
 constexpr std::chrono::milliseconds floodTime{8};
 
@@ -222,7 +222,10 @@ void TaskWorker::resume()
 {
     if (m_core->qos == eQOS_GUI) {
         beginPass();
-        postFlood();
+        m_isFlooded = false; // its events have been taken back
+        m_endedFloods = 0;
+        if (m_core->scheduler.pendingCount() > 0)
+            postFlood();
         return;
     }
     m_core->post(m_core->scheduler.resume());
@@ -280,30 +283,53 @@ void TaskWorker::serveGui(JobNumber number)
     const bool isFlood = number == everyJob;
     if (isFlood || number == noJob)
         beginPass();
-    if (isFlood)
-        m_isFlooded = false; // before the look at what is pending: who adds a job now posts an event for it
-    else if (m_isFlooded)
+    if (isFlood ? takeBackFlood() : m_isFlooded.load())
         return;
-    TaskJob job;
     Clock::time_point begin = Clock::now();
-    markPass(begin);
+    if (m_passBegan == Clock::time_point())
+        m_passBegan = begin;
+    const bool isLong = isFlood || begin - m_passBegan >= shortTime;
+    TaskJob job;
     for (int jobs = 0; jobs < mostInFlood && WorkerThreads::areEventsDelivered(); ++jobs) {
         const std::size_t pendingCount = m_core->scheduler.take(job, number);
         if (!job)
             return;
-        // Before the job runs: it may run an event loop.
+        // All this before the job runs: it may run an event loop.
+        if (pendingCount > 0 || isLong)
+            markPass();
         const bool isTooMuch = isFlood || m_passTime > passTime || pendingCount > mostInOrder;
         if (isTooMuch && pendingCount > 0 && !m_isFlooded)
             postFlood();
+        else if (isFlood && pendingCount == 0 && m_isFlooded)
+            endFlood();
         job.run();
         job = TaskJob();
-        if (!m_isPassMarked && !isFlood)
+        if (!isLong)
             continue;
         const Clock::time_point end = Clock::now();
         m_passTime += end - std::exchange(begin, end);
         if (isFlood && m_passTime > floodTime)
             return;
     }
+}
+
+// Whoever adds a job from now on posts an event for it. The look at what is pending comes after this: it finds a job
+// that somebody has left to the event of the flood.
+void TaskWorker::endFlood()
+{
+    m_isFlooded = false;
+    ++m_endedFloods;
+}
+
+// Whether the event that has come is that of a flood which has ended before it came.
+bool TaskWorker::takeBackFlood()
+{
+    if (m_endedFloods > 0) {
+        --m_endedFloods;
+        return true;
+    }
+    m_isFlooded = false;
+    return false;
 }
 
 void TaskWorker::beginPass()
@@ -314,17 +340,13 @@ void TaskWorker::beginPass()
 }
 
 // A pass delivers what was posted before it began. So an event that is posted in the middle of one arrives when the
-// thread has been at its timers and its input again. It is spared as long as the last pass cannot have taken long.
-void TaskWorker::markPass(Clock::time_point now)
+// thread has been at its timers and its input again. It also lets an event loop that a job runs deliver what is left
+// of the pass: without a new event, Qt takes it that there is nothing. A pass needs none that is short and has no more
+// to run.
+void TaskWorker::markPass()
 {
-    if (m_isPassMarked)
-        return;
-    if (m_passBegan == Clock::time_point())
-        m_passBegan = now;
-    if (now - m_passBegan < unmarkedTime)
-        return;
-    m_isPassMarked = true;
-    postGuiEvent(noJob);
+    if (!std::exchange(m_isPassMarked, true))
+        postGuiEvent(noJob);
 }
 
 void TaskWorker::tryRunTask(Task* pTask)

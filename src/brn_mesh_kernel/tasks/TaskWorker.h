@@ -96,8 +96,10 @@ private:
     void serve();
     void serveGui(JobNumber number);
     void beginPass();
-    void markPass(std::chrono::steady_clock::time_point now);
+    void markPass();
     void postFlood();
+    void endFlood();
+    bool takeBackFlood();
     void postGuiEvent(JobNumber number);
 
     const std::shared_ptr<TaskQueueCore> m_core;
@@ -117,6 +119,7 @@ private:
     std::chrono::steady_clock::time_point m_passBegan;
     std::chrono::steady_clock::duration m_passTime{0};
     bool m_isPassMarked = false;
+    int m_endedFloods = 0; // whose events are on their way
 };
 
 } // namespace Brennic::Core

@@ -139,6 +139,8 @@ TEST_F(TaskSchedulerTest, aWorkerThatLeavesComesBackForWhatIsPending)
     post(scheduler.leave(workers[0]));
     post(scheduler.leave(workers[0]));
     EXPECT_THAT(notified, IsEmpty()) << "its event is on its way";
+    EXPECT_EQ(arrive(0), 0) << "events of the host that came while it was busy come first";
+    EXPECT_THAT(notified, ElementsAre(0));
     EXPECT_EQ(arrive(0), 3);
 }
 
