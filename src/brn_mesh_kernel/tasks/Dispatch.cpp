@@ -9,6 +9,18 @@
 
 namespace Brennic::Core {
 
+// May take the task back, since nobody else knows it.
+class SynchronousDispatch
+{
+public:
+    static bool run(TaskQueue& queue, const std::function<void()>& function)
+    {
+        const auto task = std::make_shared<Task>(function);
+        queue.addTask(task);
+        return task->waitOrWithdraw(true);
+    }
+};
+
 bool dispatchAsync(const std::function<void()>& function, EQualityOfService qos)
 {
     return dispatchAsync(std::function<void()>(function), qos);
@@ -28,9 +40,7 @@ bool dispatchSync(const std::function<void()>& function, EQualityOfService qos)
     TaskQueue* const queue = TaskQueue::getGlobalQueue(qos);
     if (!function || queue == nullptr || (qos == eQOS_GUI && WorkerThreads::isGuiThreadOutOfReach()))
         return false;
-    const auto task = std::make_shared<Task>(function);
-    queue->addTask(task);
-    return task->waitOrWithdraw(true);
+    return SynchronousDispatch::run(*queue, function);
 }
 
 } // namespace Brennic::Core

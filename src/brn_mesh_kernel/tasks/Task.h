@@ -22,7 +22,6 @@
 
 #include <brn_mesh_kernel/library/Export.h>
 #include <brn_mesh_kernel/objects/SharedObject.h>
-#include <brn_mesh_kernel/tasks/EQualityOfService.h>
 
 namespace Brennic::Core {
 
@@ -109,8 +108,7 @@ public:
 private:
     friend class TaskQueue;
     friend struct TaskQueueCore;
-    friend BRN_MESH_KERNEL_EXPORT bool dispatchSync(const std::function<void()>& function,
-                                                    EQualityOfService qos);
+    friend class SynchronousDispatch;
     class TaskImpl;
     class WaitingWorker;
 

@@ -26,8 +26,8 @@ constexpr std::chrono::milliseconds turnTime{1};
 // events is measured after the first of these times, and is a flood once it has spent the second in jobs. The event of a
 // flood runs jobs for the third.
 constexpr std::chrono::milliseconds shortTime{2};
-constexpr std::chrono::milliseconds passTime{12};
-constexpr std::chrono::milliseconds floodTime{8};
+constexpr std::chrono::milliseconds passTime{7};
+constexpr std::chrono::milliseconds floodTime{5};
 
 // More pending jobs than these are a flood too, and its event runs no more than these.
 constexpr std::size_t mostInOrder = 16'384;
@@ -87,9 +87,10 @@ private:
 class TaskWorker::Turn
 {
 public:
-    explicit Turn(TaskWorker& worker) : m_worker(worker), m_core(*worker.m_core) {}
+    explicit Turn(TaskWorker& worker) : m_worker(worker), m_core(*worker.m_core) { ++worker.m_turns; }
     ~Turn()
     {
+        --m_worker.m_turns;
         if (m_isBusy)
             m_core.post(m_core.scheduler.leave(m_worker));
     }
@@ -273,7 +274,8 @@ void TaskWorker::serve()
         if (WorkerThreads::haveEnded())
             WorkerThreads::hold(*this);
         job = TaskJob();
-        if (!mayGoOn() || Clock::now() > end)
+        // One at a time inside the event loop of a job: others may run event loops too, and nest without end.
+        if (!mayGoOn() || m_turns > 1 || Clock::now() > end)
             return;
     }
 }
@@ -313,12 +315,13 @@ void TaskWorker::serveGui(JobNumber number)
     }
 }
 
-// Whoever adds a job from now on posts an event for it. The look at what is pending comes after this: it finds a job
-// that somebody has left to the event of the flood.
+// Whoever adds a job from now on posts an event for it; one that was added before may have been left to the flood.
 void TaskWorker::endFlood()
 {
     m_isFlooded = false;
     ++m_endedFloods;
+    if (m_core->scheduler.pendingCount() > 0)
+        postFlood();
 }
 
 // Whether the event that has come is that of a flood which has ended before it came.

@@ -111,6 +111,7 @@ private:
     QMetaObject::Connection m_loopBlocks; // these and the next belong to the worker's thread
     QMetaObject::Connection m_loopAwakes;
     std::unique_ptr<CrashStack> m_crashStack;
+    int m_turns = 0; // more than one where a job runs an event loop
 
     // Of the GUI worker.
     std::atomic<bool> m_isFlooded{false}; // an event is on its way that runs whatever is pending

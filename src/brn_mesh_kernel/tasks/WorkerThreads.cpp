@@ -103,9 +103,12 @@ bool isAnyStartingOrEnding()
 {
     const std::vector<Entry>& entries = state().entries;
     const std::vector<QThread*>& finished = state().finishedThreads;
+    const auto isEnding = [](QThread* thread) {
+        return thread != QThread::currentThread() && !thread->wait(0);
+    };
     return std::any_of(entries.begin(), entries.end(),
                        [](const Entry& entry) { return entry.worker->isStartingOrEnding(); }) ||
-           std::any_of(finished.begin(), finished.end(), [](QThread* thread) { return !thread->wait(0); });
+           std::any_of(finished.begin(), finished.end(), isEnding);
 }
 
 bool areAllAtRest()
@@ -115,15 +118,19 @@ bool areAllAtRest()
                        [](const Entry& entry) { return entry.worker->isAtRest(); });
 }
 
+// Deletes two at most, and none that would have to be waited for: a host's object may be deleted in a thread that is
+// ending, and get here.
 void deleteFinishedThreads()
 {
-    std::vector<QThread*> threads;
-    {
-        const Lock lock(state().mutex);
-        threads.swap(state().finishedThreads);
+    std::vector<std::unique_ptr<QThread>> deleted; // after the mutex is released
+    const Lock lock(state().mutex);
+    std::vector<QThread*>& threads = state().finishedThreads;
+    while (deleted.size() < 2 && !threads.empty()) {
+        if (threads.front() == QThread::currentThread() || !threads.front()->wait(0))
+            return;
+        deleted.emplace_back(threads.front());
+        threads.erase(threads.begin());
     }
-    for (QThread* thread : threads)
-        delete thread; // waits for the thread's last steps
 }
 
 void makeWorkersNow(const std::shared_ptr<TaskQueueCore>& core, int count)
@@ -293,7 +300,6 @@ void hold(TaskWorker& worker)
 
 void takeOver(QThread* thread)
 {
-    // Before this thread's own object is listed: no two threads wait for each other.
     deleteFinishedThreads();
     const Lock lock(state().mutex);
     state().finishedThreads.push_back(thread);

@@ -28,9 +28,11 @@
 #include <utility>
 #include <vector>
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QObject>
+#include <QThread>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
@@ -313,9 +315,15 @@ void serveEvents(Random& random)
 
 void makeHostObject(const std::shared_ptr<Place>& place, Random& random)
 {
-    if (!eventTimes().enter())
+    // A thread that waits for a task may have to run it itself, and a poster's has no event loop.
+    const bool hasEventLoop = QAbstractEventDispatcher::instance() != nullptr;
+    if (!hasEventLoop || !eventTimes().enter())
         return;
     auto* const object = new HostObject(place, static_cast<std::uint32_t>(random()));
+    // The thread may be that of an overflow queue, and end with its tasks before it delivers the event.
+    QObject::connect(
+        QThread::currentThread(), &QThread::finished, object, [object] { delete object; },
+        Qt::DirectConnection);
     object->post(); // which deletes it
 }
 
@@ -591,27 +599,17 @@ void soakWithApplicationsThatComeAndGo(Places& places, std::uint32_t seed, milli
     Random random(seed);
     const auto end = steady_clock::now() + time;
     auto application = std::make_unique<QCoreApplication>(argumentCount, arguments);
-    eventTimes().open();
     Posters threads(places, seed + 1);
     while (steady_clock::now() < end) {
         ++counts().applications;
         serveFor(milliseconds(below(random, 50)));
-        eventTimes().close();
-        const auto limit = steady_clock::now() + standstillLimit;
-        while (!eventTimes().isEmpty()) {
-            serveFor(milliseconds(1));
-            if (steady_clock::now() > limit)
-                fail("a slot or an event loop of a task does not end");
-        }
         application.reset();
         for (int i = below(random, 1000); i > 0; --i)
             std::this_thread::yield();
         application = std::make_unique<QCoreApplication>(argumentCount, arguments);
-        eventTimes().open();
     }
     threads.end();
     drain();
-    eventTimes().close();
 }
 
 /// Leaves the application object as it is: a worker may be in its functions.
@@ -636,7 +634,8 @@ int main(int count, char** values)
     if (count < 2)
         return 2;
     const milliseconds half(std::atol(values[1]) * 1000 / 2);
-    const auto seed = static_cast<std::uint32_t>(count > 2 ? std::stoul(values[2]) : std::random_device()());
+    const auto seed = static_cast<std::uint32_t>(count > 2 && *values[2] != '-' ? std::stoul(values[2])
+                                                                                : std::random_device()());
     std::printf("soak: seed %u\n", seed);
     std::fflush(stdout);
     {
@@ -644,7 +643,8 @@ int main(int count, char** values)
         Random random(seed);
         Places places(random);
         soakWithApplicationsThatComeAndGo(places, seed, half);
-        soakWithExceptions(places, seed + posters + 1, half);
+        if (count <= 3)
+            soakWithExceptions(places, seed + posters + 1, half);
     }
     entries().check();
     const Counts& all = counts();
