@@ -9,6 +9,7 @@
 #include <QThread>
 
 // What the C++ runtime asks of every frame that has handlers or clean-ups: whether it handles the exception.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the runtime names it so
 extern "C" _Unwind_Reason_Code __gxx_personality_v0(int version, _Unwind_Action actions,
                                                     _Unwind_Exception_Class exceptionClass,
                                                     _Unwind_Exception* exception, _Unwind_Context* context);
@@ -42,7 +43,8 @@ _Unwind_Reason_Code askFrame(_Unwind_Context* context, void* argument)
     Search& search = *static_cast<Search*>(argument);
     if (_Unwind_GetCFA(context) <= search.start || _Unwind_GetLanguageSpecificData(context) == nullptr)
         return _URC_NO_REASON;
-    const auto address = reinterpret_cast<const void*>(_Unwind_GetIP(context));
+    const auto address =
+        reinterpret_cast<const void*>(_Unwind_GetIP(context)); // NOLINT(performance-no-int-to-ptr)
     if (moduleOf(address) == search.qt)
         return _URC_NO_REASON;
     const _Unwind_Reason_Code answer =

@@ -68,8 +68,8 @@ void endLogging()
 [[gnu::constructor]] void watchForkAndExit()
 {
     LogGate::instance();
-    int failure = std::atexit(&endLogging);
-    failure = ::pthread_atfork(&holdGate, &releaseGate, &releaseGateInChild);
+    static_cast<void>(std::atexit(&endLogging));
+    const int failure = ::pthread_atfork(&holdGate, &releaseGate, &releaseGateInChild);
     static_cast<void>(failure); // out of memory while loading: what comes next says so
 }
 

@@ -1,5 +1,7 @@
 #include <brn_mesh_kernel/logging/VisibleControls.h>
 
+#include <cstdint>
+
 #include <algorithm>
 
 namespace Brennic::Core {
@@ -9,7 +11,7 @@ namespace {
 // As numbers: half the characters that this is about cannot be seen in a source file.
 bool isControl(wchar_t character)
 {
-    const auto code = static_cast<unsigned long>(character);
+    const auto code = static_cast<std::uint32_t>(character); // NOLINT(bugprone-signed-char-misuse)
     const bool isOfLatin = (code < 0x20 && code != '\t') || (code >= 0x7f && code <= 0x9f);
     const bool endsLine = code == 0x2028 || code == 0x2029;
     const bool turnsDirection = code == 0x061c || code == 0x200e || code == 0x200f ||
@@ -24,7 +26,7 @@ std::wstring visible(wchar_t character)
         return L"\\n";
     if (character == L'\r')
         return L"\\r";
-    const auto code = static_cast<unsigned>(character);
+    const auto code = static_cast<std::uint32_t>(character); // NOLINT(bugprone-signed-char-misuse)
     std::wstring text = code < 0x100 ? L"\\x" : L"\\u";
     for (int shift = code < 0x100 ? 4 : 12; shift >= 0; shift -= 4)
         text += digits[(code >> static_cast<unsigned>(shift)) & 0xfU];

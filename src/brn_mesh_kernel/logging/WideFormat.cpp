@@ -255,7 +255,8 @@ public:
     T get(int position)
     {
         if (position == 0)
-            return va_arg(m_arguments, T);
+            return va_arg(m_arguments,
+                          T); // NOLINT(clang-analyzer-valist.Uninitialized): a copy of the caller's
         const Value& value = m_values[static_cast<std::size_t>(position) - 1];
         if constexpr (std::is_pointer_v<T>)
             return static_cast<T>(value.pointer);
@@ -283,7 +284,7 @@ void Arguments::readAll(const std::vector<Kind>& kinds)
     for (const Kind kind : kinds) {
         Value value;
         value.kind = kind;
-        if (kind == Kind::longInteger)
+        if (kind == Kind::longInteger) // NOLINT(bugprone-branch-clone)
             value.integer = va_arg(m_arguments, long);
         else if (kind == Kind::longLong)
             value.integer = va_arg(m_arguments, std::intmax_t);
@@ -534,8 +535,8 @@ void Formatter::appendPadded(const Conversion& conversion, std::wstring_view tex
 std::wstring platformFlags(std::wstring flags)
 {
     constexpr bool isWindows = sizeof(wchar_t) == sizeof(char16_t);
-    if (const std::size_t place = flags.find(L'\''); isWindows && place != std::wstring::npos)
-        flags.erase(place, 1);
+    if constexpr (isWindows)
+        flags.erase(std::remove(flags.begin(), flags.end(), L'\''), flags.end());
     return flags;
 }
 

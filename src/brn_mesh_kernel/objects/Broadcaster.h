@@ -232,7 +232,7 @@ void Broadcaster<T>::notifyObservers(Notification notification)
     else if (isGuiArrivalObserved())
         dispatchAsync([] {}, eQOS_GUI);
     if (hasOthers)
-        notifyAll(sync, notification);
+        notifyAll(sync, notification); // NOLINT(bugprone-use-after-move): it is copied then
 }
 
 template <typename T>
