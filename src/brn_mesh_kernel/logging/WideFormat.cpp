@@ -255,8 +255,8 @@ public:
     T get(int position)
     {
         if (position == 0)
-            return va_arg(m_arguments,
-                          T); // NOLINT(clang-analyzer-valist.Uninitialized): a copy of the caller's
+            // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the constructor makes the copy
+            return va_arg(m_arguments, T);
         const Value& value = m_values[static_cast<std::size_t>(position) - 1];
         if constexpr (std::is_pointer_v<T>)
             return static_cast<T>(value.pointer);
@@ -284,7 +284,9 @@ void Arguments::readAll(const std::vector<Kind>& kinds)
     for (const Kind kind : kinds) {
         Value value;
         value.kind = kind;
-        if (kind == Kind::longInteger) // NOLINT(bugprone-branch-clone)
+        // Two of the types have the same size, on each platform others.
+        // NOLINTBEGIN(bugprone-branch-clone)
+        if (kind == Kind::longInteger)
             value.integer = va_arg(m_arguments, long);
         else if (kind == Kind::longLong)
             value.integer = va_arg(m_arguments, std::intmax_t);
@@ -294,6 +296,7 @@ void Arguments::readAll(const std::vector<Kind>& kinds)
             value.pointer = va_arg(m_arguments, void*);
         else
             value.integer = va_arg(m_arguments, int); // also one that nothing refers to
+        // NOLINTEND(bugprone-branch-clone)
         m_values.push_back(value);
     }
 }
