@@ -249,10 +249,12 @@ bool TaskWorker::event(QEvent* event)
     if (event->type() != workerEventType())
         return QObject::event(event);
     auto& workerEvent = static_cast<WorkerEvent&>(*event);
-    workerEvent.isDelivered = true;
+    // Without an application object a job's event loop is left alone: only the job's end holds the thread.
+    workerEvent.isDelivered =
+        m_core->qos == eQOS_GUI || (m_turns > 0 ? WorkerThreads::areEventsDelivered() : mayGoOn());
     if (m_core->qos == eQOS_GUI)
         serveGui(workerEvent.number);
-    else if (mayGoOn())
+    else if (workerEvent.isDelivered)
         serve();
     return true;
 }
@@ -275,7 +277,7 @@ void TaskWorker::serve()
             WorkerThreads::hold(*this);
         job = TaskJob();
         // One at a time inside the event loop of a job: others may run event loops too, and nest without end.
-        if (!mayGoOn() || m_turns > 1 || Clock::now() > end)
+        if (m_turns > 1 || !mayGoOn() || Clock::now() > end)
             return;
     }
 }
