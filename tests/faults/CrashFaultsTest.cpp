@@ -144,8 +144,9 @@ TEST_F(CrashFaults, withoutAFaultAllCallsOfTheCrashAreSeen)
     EXPECT_EQ(outcome.end.signal, SIGSEGV);
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
     expectReport();
+    // Not exit_group: the helper is killed as soon as it has said that it is done, and may not get there.
     for (const int call : {SYS_openat, SYS_write, SYS_pwrite64, SYS_renameat, SYS_clone, SYS_ptrace,
-                           SYS_futex, SYS_process_vm_readv, SYS_rt_tgsigqueueinfo, SYS_exit_group})
+                           SYS_futex, SYS_process_vm_readv, SYS_rt_tgsigqueueinfo})
         EXPECT_GT(outcome.calls.count(call), 0U) << call;
 }
 
