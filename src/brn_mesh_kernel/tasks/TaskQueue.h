@@ -129,6 +129,7 @@ private:
     bool isFamilyOf(const TaskWorker& worker) const;
     bool isGuiThread() const;
     bool mustWaiterRunTasks() const;
+    bool runsOnOtherCore() const;
     std::shared_ptr<Task> findAndRemoveTask(Task* pTask);
     void addWhileAllWait(std::shared_ptr<Task> task);
 

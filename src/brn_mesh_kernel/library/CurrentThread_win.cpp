@@ -1,4 +1,4 @@
-#include <brn_mesh_kernel/library/ThreadName.h>
+#include <brn_mesh_kernel/library/CurrentThread.h>
 
 #include <windows.h>
 
@@ -25,6 +25,11 @@ void nameCurrentThread(const std::string& name)
     static const SetThreadDescription setThreadDescription = findSetThreadDescription();
     if (setThreadDescription != nullptr)
         setThreadDescription(GetCurrentThread(), boost::nowide::widen(name).c_str());
+}
+
+int currentCore()
+{
+    return static_cast<int>(GetCurrentProcessorNumber());
 }
 
 } // namespace Brennic::Core
