@@ -13,8 +13,8 @@
 
 #include <string>
 
+#include <brn_mesh_common/EKvsStatus.h>
 #include <brn_mesh_common/Export.h>
-#include <brn_mesh_kernel/kernel/EKvsStatus.h>
 
 namespace Brennic::Objects::Util {
 

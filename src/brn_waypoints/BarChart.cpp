@@ -7,7 +7,7 @@
 #include <QHash>
 #include <QXmlStreamWriter>
 
-#include <brn_mesh_kernel/progress/DisplayWidth.h>
+#include <brn_console/DisplayWidth.h>
 #include <brn_waypoints/SummaryTable.h>
 
 namespace Brennic::Waypoints {

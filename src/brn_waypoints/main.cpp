@@ -9,6 +9,7 @@
 
 #include <boost/nowide/args.hpp>
 
+#include <brn_console/Terminal.h>
 #include <brn_waypoints/ChromeTrace.h>
 #include <brn_waypoints/HtmlPage.h>
 #include <brn_waypoints/Options.h>
@@ -16,7 +17,6 @@
 #include <brn_waypoints/ReportReader.h>
 #include <brn_waypoints/SummaryTable.h>
 #include <brn_waypoints/TextTable.h>
-#include <brn_waypoints/Utf8Console.h>
 
 namespace {
 
@@ -64,7 +64,7 @@ int fail(const char* message)
 int main(int argc, char** argv)
 {
     const boost::nowide::args utf8Arguments(argc, argv);
-    const Utf8Console console;
+    const Brennic::Core::Utf8Console console;
     try {
         if (const std::optional<Options> options = parseCommandLine(argc, argv))
             run(*options);

@@ -4,8 +4,7 @@
 ///
 /// 1. The waypoint report is written to the command log's path, if one is set.
 /// 2. The minidump is written to the dump file's path, or where a null path sends it.
-/// 3. The host's handler is called on the crashing thread with the dump file's path, and the process ends
-/// with
+/// 3. The host's handler is called on the crashing thread with the dump file's path, and the process ends with
 ///    exit code 1. Without a handler the platform's own handling of the crash goes on.
 ///
 /// One crash is handled per process: threads that crash meanwhile wait for its end. A step that crashes
@@ -13,9 +12,14 @@
 
 namespace Brennic::Core::CrashFilter {
 
+/// Writes the waypoint report of the process. An error leaves no report, and nothing else.
+/// Thread: one of the filter's own, which may allocate.
+using ReportWriter = void (*)(const wchar_t* path) noexcept;
+
 /// Installs the filter for the process, and gives the calling thread a CrashStack until it ends.
 /// May be called again, by a host that has had its own handlers installed since.
+/// \param writeReport takes step 1. The filter does not know the kernel, whose report that is.
 /// Thread: main thread.
-void install();
+void install(ReportWriter writeReport);
 
 } // namespace Brennic::Core::CrashFilter

@@ -6,7 +6,6 @@
 
 #include <brn_mesh_common/minidump/Syscall_linux.h>
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
-#include <brn_mesh_kernel/diagnostics/CommandLog.h>
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
@@ -151,12 +150,12 @@ void keepLibraryLoaded()
 
 } // namespace
 
-void CrashFilter::install()
+void CrashFilter::install(ReportWriter writeReport)
 {
     std::int32_t nobody = 0;
     g_homeProcess.compare_exchange_strong(nobody, Minidump::processId());
     isMainThread() ? guardMainThread() : guardOtherThread();
-    CrashReportThread::instance().start(writeCommandLog);
+    CrashReportThread::instance().start(writeReport);
     keepLibraryLoaded();
     installHandlers();
 }

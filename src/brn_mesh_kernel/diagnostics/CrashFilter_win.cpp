@@ -179,10 +179,10 @@ void keepLibraryLoaded()
 
 } // namespace
 
-void CrashFilter::install()
+void CrashFilter::install(ReportWriter writeReport)
 {
     guardMainThread();
-    CrashSteps::instance().prepare();
+    CrashSteps::instance().prepare(writeReport);
     keepLibraryLoaded();
     SetUnhandledExceptionFilter(onUnhandledException);
     handleStackOverflow();

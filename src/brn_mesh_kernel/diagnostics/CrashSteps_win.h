@@ -2,6 +2,7 @@
 /// \file
 /// Internal, not installed. The steps that the crash filter takes.
 
+#include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 #include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 #include <brn_mesh_kernel/diagnostics/CrashThread_win.h>
 
@@ -14,7 +15,8 @@ public:
     static CrashSteps& instance();
 
     /// Makes the threads that take the steps. Thread: main thread.
-    void prepare();
+    /// \param writeReport writes the waypoint report.
+    void prepare(CrashFilter::ReportWriter writeReport);
 
     /// Takes the steps for a crash of the calling thread. Does not return if the host has a handler.
     /// \param hasStack false if the thread has only enough stack to wait, as after its overflow: the handler is then called

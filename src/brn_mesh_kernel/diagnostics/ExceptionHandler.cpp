@@ -4,7 +4,6 @@
 
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
-#include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 
 namespace Brennic::Core {
 
@@ -13,6 +12,8 @@ namespace {
 using Handler = std::function<bool(const wchar_t*)>;
 
 } // namespace
+
+ExceptionHandler::ExceptionHandler(CrashFilter::ReportWriter writeReport) : m_writeReport(writeReport) {}
 
 EKvsStatus ExceptionHandler::Initialize()
 {
@@ -23,7 +24,7 @@ EKvsStatus ExceptionHandler::Initialize()
     settings.dumpFilePath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L".dmp");
     settings.commandLogPath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L"_command_log.xml");
     publishCrashSettings(std::move(settings));
-    CrashFilter::install();
+    CrashFilter::install(m_writeReport);
     return Success;
 }
 

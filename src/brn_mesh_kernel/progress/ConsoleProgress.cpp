@@ -8,11 +8,11 @@
 #include <QTimer>
 #include <boost/nowide/convert.hpp>
 
+#include <brn_console/Terminal.h>
 #include <brn_mesh_kernel/library/LiveLine.h>
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/progress/ProgressLine.h>
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
-#include <brn_mesh_kernel/progress/Terminal.h>
 
 namespace Brennic::Core {
 

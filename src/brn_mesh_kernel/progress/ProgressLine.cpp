@@ -5,7 +5,7 @@
 
 #include <QString>
 
-#include <brn_mesh_kernel/progress/DisplayWidth.h>
+#include <brn_console/DisplayWidth.h>
 
 namespace Brennic::Core {
 

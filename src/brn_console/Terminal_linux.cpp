@@ -1,4 +1,4 @@
-#include <brn_mesh_kernel/progress/Terminal.h>
+#include <brn_console/Terminal.h>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -18,7 +18,14 @@ std::size_t terminalWidth()
     return isKnown ? size.ws_col : usualWidth;
 }
 
-// Terminals take both as they are.
+// Terminals take UTF-8 and sequences as they are.
+class Utf8Console::Impl
+{
+};
+
+Utf8Console::Utf8Console() = default;
+Utf8Console::~Utf8Console() = default;
+
 class TerminalMode::Impl
 {
 };

@@ -1,6 +1,4 @@
-#include <brn_mesh_kernel/library/LibraryEntry.h>
-
-#include <cstdlib>
+#include <brn_mesh_kernel/kernel/LibraryEntry.h>
 
 #include <unistd.h>
 
@@ -15,12 +13,6 @@ namespace Brennic::Core {
 bool isForkedChild()
 {
     return ::getpid() != g_loadingProcess;
-}
-
-void callAtExit(void (*function)())
-{
-    const int failure = std::atexit(function);
-    static_cast<void>(failure); // the destructor detaches as well
 }
 
 } // namespace Brennic::Core

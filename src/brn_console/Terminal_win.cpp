@@ -1,4 +1,6 @@
-#include <brn_mesh_kernel/progress/Terminal.h>
+#include <brn_console/Terminal.h>
+
+#include <optional>
 
 #include <windows.h>
 
@@ -29,31 +31,48 @@ std::size_t terminalWidth()
     return width > 0 ? static_cast<std::size_t>(width) : usualWidth;
 }
 
+class Utf8Console::Impl
+{
+public:
+    explicit Impl(UINT formerCodePage) : m_formerCodePage(formerCodePage) {}
+    ~Impl() { SetConsoleOutputCP(m_formerCodePage); }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+private:
+    const UINT m_formerCodePage;
+};
+
+Utf8Console::Utf8Console()
+{
+    const UINT codePage = GetConsoleOutputCP();
+    if (codePage != 0 && SetConsoleOutputCP(CP_UTF8) != FALSE)
+        m_impl = std::make_unique<Impl>(codePage);
+}
+
+Utf8Console::~Utf8Console() = default;
+
 class TerminalMode::Impl
 {
 public:
-    Impl() : m_savedCodePage(GetConsoleOutputCP())
+    Impl()
     {
         if (GetConsoleMode(outputHandle(), &m_savedMode) == FALSE)
             return;
-        m_isConsole = true;
-        SetConsoleOutputCP(CP_UTF8);
+        m_console.emplace();
         SetConsoleMode(outputHandle(), m_savedMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     }
     ~Impl()
     {
-        if (!m_isConsole)
-            return;
-        SetConsoleMode(outputHandle(), m_savedMode);
-        SetConsoleOutputCP(m_savedCodePage);
+        if (m_console)
+            SetConsoleMode(outputHandle(), m_savedMode);
     }
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
 private:
-    UINT m_savedCodePage;
     DWORD m_savedMode = 0;
-    bool m_isConsole = false;
+    std::optional<Utf8Console> m_console; // empty: the output is no console
 };
 
 TerminalMode::TerminalMode() : m_impl(std::make_unique<Impl>()) {}

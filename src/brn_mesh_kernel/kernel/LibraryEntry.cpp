@@ -1,8 +1,13 @@
-#include <brn_mesh_kernel/library/LibraryEntry.h>
+#include <brn_mesh_kernel/kernel/LibraryEntry.h>
+
+#include <memory>
 
 #include <QCoreApplication>
 
+#include <brn_mesh_kernel/diagnostics/CrashStack.h>
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/tasks/GlobalQueues.h>
+#include <brn_mesh_kernel/tasks/TaskWorker.h>
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 namespace Brennic::Core {
@@ -17,6 +22,12 @@ void detachAtExit()
     callAtExit(&libraryDetached);
 }
 
+// Tasks do not know the crash filter, which needs room for itself on each of their threads.
+std::shared_ptr<void> makeCrashStack()
+{
+    return std::make_shared<CrashStack>();
+}
+
 void detachEarlyAtExit()
 {
     static const bool isFirst = (detachAtExit(), true);
@@ -27,6 +38,7 @@ void detachEarlyAtExit()
 
 void libraryAttached()
 {
+    TaskWorker::guardThreadsBy(&makeCrashStack);
     WorkerThreads::watchApplication();
     GlobalQueues::initGlobalQueues();
     detachAtExit();
@@ -36,14 +48,14 @@ void libraryAttached()
 void libraryDetached()
 {
     if (isForkedChild()) {
-        libraryLeftAlone();
+        libraryDetachedAfterThreads();
         return;
     }
     GlobalQueues::hideGlobalQueues();
     WorkerThreads::end();
 }
 
-void libraryLeftAlone()
+void libraryDetachedAfterThreads()
 {
     GlobalQueues::hideGlobalQueues();
     WorkerThreads::endAlone();
