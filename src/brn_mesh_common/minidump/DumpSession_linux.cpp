@@ -1,7 +1,7 @@
 #include <brn_mesh_common/minidump/DumpSession_linux.h>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/RaisedLimits_linux.h>
-#include <brn_mesh_common/minidump/RegisterContext_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <brn_mesh_common/minidump/SignalledThreads_linux.h>
 #include <brn_mesh_common/minidump/TracedThreads_linux.h>

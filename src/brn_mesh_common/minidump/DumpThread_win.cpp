@@ -6,6 +6,7 @@
 
 #include <boost/nowide/convert.hpp>
 
+#include <brn_mesh_common/WinUtil.h>
 #include <brn_mesh_common/minidump/DumpPath_win.h>
 #include <brn_mesh_common/minidump/ShallowWait_win.h>
 #include <brn_mesh_common/minidump/WholeFile_win.h>
@@ -209,10 +210,14 @@ void prepareDumpThread()
     dumpThread().prepare();
 }
 
-bool dumpOnDumpThread(_EXCEPTION_POINTERS* exception, const wchar_t* path)
+} // namespace Brennic::Minidump
+
+namespace Brennic::WinUtil {
+
+bool DumpMiniDump(_EXCEPTION_POINTERS* exception, const wchar_t* path)
 {
-    prepareDumpThread();
-    return dumpThread().run({{GetCurrentThreadId(), exception, FALSE}, path});
+    Minidump::prepareDumpThread();
+    return Minidump::dumpThread().run({{GetCurrentThreadId(), exception, FALSE}, path});
 }
 
-} // namespace Brennic::Minidump
+} // namespace Brennic::WinUtil

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <ctime>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
 #include <brn_mesh_common/minidump/Syscall_linux.h>
-#include <brn_mesh_common/minidump/SystemInfo_linux.h>
 
 namespace Brennic::Minidump {
 

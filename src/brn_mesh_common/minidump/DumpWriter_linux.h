@@ -15,7 +15,6 @@
 #include <brn_mesh_common/minidump/MemoryMap_linux.h>
 #include <brn_mesh_common/minidump/ModuleList_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
-#include <brn_mesh_common/minidump/StackFinder_linux.h>
 #include <brn_mesh_common/minidump/ThreadList_linux.h>
 
 namespace Brennic::Minidump {

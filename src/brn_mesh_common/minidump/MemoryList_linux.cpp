@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <brn_mesh_common/minidump/ProcessMemory_linux.h>
+#include <brn_mesh_common/minidump/MemoryMap_linux.h>
 
 namespace Brennic::Minidump {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <atomic>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
-#include <brn_mesh_common/minidump/RegisterContext_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 

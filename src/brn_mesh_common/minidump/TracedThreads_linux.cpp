@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
-#include <brn_mesh_common/minidump/RegisterContext_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 #include <elf.h>
