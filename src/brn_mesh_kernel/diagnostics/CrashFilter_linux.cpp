@@ -10,7 +10,6 @@
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
 #include <brn_mesh_kernel/diagnostics/CrashSteps_linux.h>
-#include <brn_mesh_kernel/diagnostics/DefaultAction_linux.h>
 #include <dlfcn.h>
 #include <unistd.h>
 

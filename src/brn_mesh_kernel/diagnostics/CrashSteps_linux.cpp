@@ -9,7 +9,6 @@
 #include <brn_mesh_common/minidump/Syscall_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
-#include <brn_mesh_kernel/diagnostics/DefaultAction_linux.h>
 #include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
 namespace Brennic::Core {

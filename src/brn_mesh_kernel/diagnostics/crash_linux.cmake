@@ -3,8 +3,8 @@ target_sources(
   brn_mesh_kernel_objects
   PRIVATE
     diagnostics/CrashReportThread_linux.cpp
+    diagnostics/CrashSignals_linux.cpp
     diagnostics/CrashSteps_linux.cpp
-    diagnostics/DefaultAction_linux.cpp
     diagnostics/ReportFile_linux.cpp
     diagnostics/StepTimer_linux.cpp
     # What the reports share with the dumps, and nobody else is to call.

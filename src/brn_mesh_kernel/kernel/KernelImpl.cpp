@@ -23,6 +23,11 @@ void writeReportOfCrash(const wchar_t* path) noexcept
 
 } // namespace
 
+// Out of line, so that the interface has one home for its virtual table.
+IService::~IService() = default;
+
+void IService::Terminate() {}
+
 Kernel::Impl::Impl()
     : logSystem(std::make_unique<LogSystem>()),
       profiler(std::make_unique<Profiler>()),

@@ -22,6 +22,11 @@ int toUnits(float change)
 
 } // namespace
 
+// Of the interface, which does nothing by itself.
+void ProgressReportingProtocol::progressUpdated(Progress*, float, const std::wstring&) {}
+
+void ProgressReportingProtocol::progressCompleted(Progress*, const std::wstring&) {}
+
 struct Progress::ProgressImpl
 {
     struct State final : ProgressState // whose constructor is private

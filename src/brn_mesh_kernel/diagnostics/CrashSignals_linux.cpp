@@ -1,4 +1,4 @@
-#include <brn_mesh_kernel/diagnostics/DefaultAction_linux.h>
+#include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
 
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <brn_mesh_common/minidump/Syscall_linux.h>
