@@ -8,7 +8,6 @@
 #include <QXmlStreamWriter>
 
 #include <brn_console/DisplayWidth.h>
-#include <brn_waypoints/SummaryTable.h>
 
 namespace Brennic::Waypoints {
 

@@ -1,4 +1,4 @@
-#include <brn_waypoints/OutputFile.h>
+#include <brn_waypoints/Outputs.h>
 
 #include <cerrno>
 #include <fstream>

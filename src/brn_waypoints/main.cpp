@@ -10,12 +10,10 @@
 #include <boost/nowide/args.hpp>
 
 #include <brn_console/Terminal.h>
-#include <brn_waypoints/ChromeTrace.h>
-#include <brn_waypoints/HtmlPage.h>
 #include <brn_waypoints/Options.h>
-#include <brn_waypoints/OutputFile.h>
+#include <brn_waypoints/Outputs.h>
 #include <brn_waypoints/ReportReader.h>
-#include <brn_waypoints/SummaryTable.h>
+#include <brn_waypoints/Summary.h>
 #include <brn_waypoints/TextTable.h>
 
 namespace {
