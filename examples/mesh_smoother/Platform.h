@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// What the program needs to know of its terminal, and of the user's wish to stop.
+/// What differs between platforms: the terminal, the user's wish to stop, and the last steps of a process.
 
 #include <functional>
 #include <memory>
@@ -36,3 +36,9 @@ private:
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };
+
+/// Raises an illegal-instruction fault.
+void raiseIllegalInstruction();
+
+/// Writes the text to the standard error without allocation and without locks, as a process that dies has to.
+void printWithoutMemory(const char* text);

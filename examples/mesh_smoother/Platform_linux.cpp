@@ -1,8 +1,9 @@
-#include "Terminal.h"
+#include "Platform.h"
 
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include <sys/socket.h>
@@ -79,3 +80,14 @@ InterruptWatch::InterruptWatch(std::function<void()> interrupted)
 }
 
 InterruptWatch::~InterruptWatch() = default;
+
+void raiseIllegalInstruction()
+{
+    std::raise(SIGILL);
+}
+
+void printWithoutMemory(const char* text)
+{
+    const ssize_t ignored = ::write(STDERR_FILENO, text, std::strlen(text));
+    static_cast<void>(ignored);
+}

@@ -1,6 +1,7 @@
-#include "Terminal.h"
+#include "Platform.h"
 
 #include <atomic>
+#include <cstring>
 #include <utility>
 
 #include <windows.h>
@@ -78,3 +79,14 @@ InterruptWatch::InterruptWatch(std::function<void()> interrupted)
 }
 
 InterruptWatch::~InterruptWatch() = default;
+
+void raiseIllegalInstruction()
+{
+    RaiseException(EXCEPTION_ILLEGAL_INSTRUCTION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
+}
+
+void printWithoutMemory(const char* text)
+{
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(std::strlen(text)), &written, nullptr);
+}
