@@ -44,19 +44,6 @@ void onRegistersAsked(int /*signal*/, siginfo_t* /*information*/, void* context)
     --g_inHandler;
 }
 
-// A real-time signal that the host does not use.
-int findFreeSignal()
-{
-    for (int signal = SIGRTMAX; signal >= SIGRTMIN; --signal) {
-        struct sigaction action
-        {
-        };
-        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
-            return signal;
-    }
-    return 0;
-}
-
 } // namespace
 
 SignalledThreads::SignalledThreads(std::int32_t process, ThreadList& threads)
@@ -84,7 +71,7 @@ SignalledThreads::~SignalledThreads()
 
 bool SignalledThreads::stop(const Deadline& deadline)
 {
-    m_signal = findFreeSignal();
+    m_signal = findFreeSignal(SignalSearch::FromHighest);
     if (m_signal == 0)
         return false;
     g_answers = 0;

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include <brn_mesh_common/minidump/Syscall_linux.h>
+#include <brn_mesh_common/minidump/ThreadClaim_linux.h>
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
@@ -17,9 +18,8 @@ namespace Brennic::Core {
 
 namespace {
 
-// Process and thread that handle the crash; 0: none so far. A forked child inherits its parent's, and tells
-// by the process that it is not its own.
-std::atomic<std::uint64_t> g_owner{0};
+// The thread that handles the crash.
+Minidump::ThreadClaim g_claim;
 // The process that installed the filter first, which the files belong to.
 std::atomic<std::int32_t> g_homeProcess{0};
 CrashSteps g_steps;
@@ -34,27 +34,14 @@ enum class Role
     ChildOfCrash, ///< a process that was forked while its parent's crash is handled
 };
 
-std::uint64_t ownerWord()
-{
-    const auto process = static_cast<std::uint64_t>(Minidump::processId());
-    return process << 32 | static_cast<std::uint64_t>(Minidump::threadId());
-}
-
-std::int32_t processOf(std::uint64_t owner)
-{
-    return static_cast<std::int32_t>(owner >> 32);
-}
-
 Role claimCrash()
 {
-    const std::uint64_t self = ownerWord();
-    std::uint64_t owner = g_owner;
-    while (processOf(owner) != processOf(self)) {
-        const bool isChild = owner != 0 && processOf(owner) == Minidump::systemCall(SYS_getppid);
-        if (g_owner.compare_exchange_weak(owner, self))
-            return isChild ? Role::ChildOfCrash : Role::First;
+    const Minidump::ThreadClaim::Holder first = g_claim.take();
+    if (!first.isInThisProcess()) {
+        const bool isParent = first.process != 0 && first.process == Minidump::systemCall(SYS_getppid);
+        return isParent ? Role::ChildOfCrash : Role::First;
     }
-    if (owner == self)
+    if (first.isThisThread())
         return Role::Failed;
     return CrashReportThread::instance().isCurrent() ? Role::Report : Role::Other;
 }

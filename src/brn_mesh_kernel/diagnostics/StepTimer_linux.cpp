@@ -8,26 +8,11 @@
 
 namespace Brennic::Core {
 
-namespace {
-
-int findSignal()
-{
-    // Not the highest one: the dump looks for a free signal from there on.
-    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) {
-        struct sigaction action
-        {
-        };
-        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
-            return signal;
-    }
-    return SIGRTMIN;
-}
-
-} // namespace
-
 void StepTimer::prepare(Handler handler)
 {
-    m_signal = findSignal();
+    const int freeSignal =
+        Minidump::findFreeSignal(Minidump::SignalSearch::FromLowest); // the dump takes the highest
+    m_signal = freeSignal != 0 ? freeSignal : SIGRTMIN;
     m_timer = -1;
     struct sigaction action
     {
