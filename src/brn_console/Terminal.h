@@ -8,10 +8,10 @@
 
 namespace Brennic::Core {
 
-/// Whether the standard output is shown to somebody.
+/// Whether the standard output is a terminal or a console.
 bool isOutputATerminal();
 
-/// The width of that terminal in columns at this moment; 80 where it does not tell.
+/// The current width of that terminal in columns; 80 if it is unknown.
 std::size_t terminalWidth();
 
 /// Has the process's console take UTF-8 while the object lives, also where only the standard error is shown on it.

@@ -37,7 +37,7 @@ void printTables(const std::vector<Report>& reports, std::ostream& out)
     }
 }
 
-// All reports are read before anything is written.
+// Reads all reports before it writes anything, so that a bad report leaves no partial output.
 void run(const Options& options)
 {
     std::vector<Report> reports;

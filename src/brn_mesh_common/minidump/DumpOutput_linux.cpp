@@ -11,7 +11,7 @@ namespace Brennic::Minidump {
 namespace {
 
 constexpr int mostAttempts = 100;
-constexpr long notFinished = 0; // what the error is while somebody writes
+constexpr long notFinished = 0; // the error while a writer is at work
 
 using Line = FixedText<2 * 4096 + 200>;
 
@@ -27,7 +27,7 @@ void announce(const PathText& path)
     print(line);
 }
 
-// The C library's texts are translated, which takes memory.
+// Not strerror(): it translates its texts, and allocates.
 std::string_view textOf(long error)
 {
     switch (-error) {
@@ -108,7 +108,8 @@ bool DumpOutput::writeToWantedPath(Snapshot& snapshot, Extent extent)
     return m_error == 0;
 }
 
-// Not all devices can be written but from front to back.
+// The directory at the front of a dump is written last. Some devices can only be written from front to back, so
+// the dump is written to a file first and then copied.
 bool DumpOutput::writeToDevice(Snapshot& snapshot, Extent extent)
 {
     m_error = writePartial(snapshot, temporaryDumpPath(snapshot.process), extent);

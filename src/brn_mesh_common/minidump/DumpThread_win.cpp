@@ -78,11 +78,11 @@ private:
     enum class State
     {
         Idle,
-        Busy, ///< somebody waits for a dump
-        Left, ///< the one who asked has gone; should the writer come back, it is idle
+        Busy, ///< a thread waits for a dump
+        Left, ///< the waiting thread has given up; should the writer return, it becomes idle
     };
 
-    // Of two calls at once the second waits for the first, but not for one that hangs.
+    // Of two calls at once the second waits for the first, unless the first has given up on a writer that hangs.
     bool claim()
     {
         for (State state = State::Idle; !m_state.compare_exchange_strong(state, State::Busy);
@@ -94,7 +94,7 @@ private:
         return true;
     }
 
-    // The writer stops all threads, this one too: its time is up only if it was seen to stand still.
+    // The writer suspends this thread too, so elapsed time alone would not show that the writer hangs.
     bool waitForAnswer()
     {
         StandstillWatch watch(m_thread, timeStandingStill, mostTime);
@@ -105,7 +105,7 @@ private:
         return true;
     }
 
-    // An answer that comes at this moment is lost.
+    // Ignores an answer that comes at this moment.
     bool leave()
     {
         State busy = State::Busy;

@@ -67,7 +67,7 @@ void DumpWriter::write()
         writeMaps();
     }
     writeProcFile(StreamType::LinuxProcStatus, procPath(m_snapshot.process, "status"));
-    // The same for every process that shares the memory, and the helper may always read its own.
+    // These are the same for all processes that share the memory, and the helper may always read its own.
     writeProcFile(StreamType::LinuxCommandLine, procPath(processId(), "cmdline"));
     writeProcFile(StreamType::LinuxAuxv, procPath(processId(), "auxv"));
     writeDirectory();
@@ -97,7 +97,7 @@ void DumpWriter::writeMemory()
         const AddressRange stack = stackOf(*thread);
         memory.add(stack.start, stack.end);
     }
-    // Not in the last resort: memory that cannot be read in time may be why it has come to that.
+    // Left out of the last attempt: reading this memory may be what made the earlier ones exceed their time.
     if (m_extent != Extent::CallingThread)
         addSurroundings(m_snapshot.threads.begin()->context);
     const EnvironmentBlock environment = findEnvironment();

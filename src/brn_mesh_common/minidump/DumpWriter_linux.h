@@ -46,7 +46,7 @@ public:
     /// Both live longer than the writer.
     DumpWriter(Snapshot& snapshot, DumpFile& file, Extent extent);
 
-    /// Writes everything. Whether that worked, the file knows.
+    /// Writes everything. Errors are recorded in the `DumpFile`.
     void write();
 
 private:

@@ -10,7 +10,7 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 
-// Where a handler returns to: the kernel has no way of its own.
+// Where a signal handler returns to: on this platform the kernel expects the program to bring that code.
 extern "C" void brnReturnFromSignal();
 asm(".pushsection .text\n"
     ".globl brnReturnFromSignal\n"
@@ -28,8 +28,8 @@ namespace {
 
 // What a process does with a signal, as the kernel keeps it.
 //
-// Tools that replace the C library's `sigaction` keep their handlers in the process's memory. In a process that shares
-// its memory with another, that changes the handlers of both.
+// We cannot use the C library's `sigaction`: tools that replace it keep the handlers in the process's memory. The
+// helper shares that memory, so it would change the handlers of the crashed process as well.
 class SignalAction
 {
 public:
@@ -38,7 +38,7 @@ public:
     static SignalAction byDefault() { return SignalAction(nullptr, 0); }
     static SignalAction calling(Handler handler) { return SignalAction(handler, SA_SIGINFO); }
 
-    /// \return whether the system has taken it.
+    /// \return whether the system has accepted it.
     bool applyTo(int signal) const
     {
         return systemCall(SYS_rt_sigaction, signal, &m_record, nullptr, sizeof(m_record.mask)) == 0;
@@ -46,9 +46,9 @@ public:
 
 private:
     static constexpr std::uint64_t hasRestorer =
-        0x04000000; // SA_RESTORER, which the C library keeps to itself
+        0x04000000; // SA_RESTORER, which the C library does not declare
 
-    // The kernel's.
+    // As the kernel lays it out.
     struct Record
     {
         Handler handler;
@@ -69,16 +69,16 @@ constexpr int firstPrivateDescriptor = 3;
 // Milliseconds.
 constexpr std::int64_t timeToBegin = 1000;
 constexpr std::int64_t timeToEnd = 1000;
-// Nanoseconds of the processor's time.
+// Nanoseconds of processor time that count as progress.
 constexpr std::int64_t leastUse = 1'000'000;
 
 alignas(64) std::array<std::byte, 0x40000> g_stack;
 
-// The one that runs, for its own handlers: they are given nothing.
+// The state of the running helper, for its signal handlers, which have no other way to find it.
 std::atomic<std::atomic<std::uint32_t>*> g_state{nullptr};
 
-// A sandbox that answers a call with a signal: to the caller it looks like a call that the system does not
-// have.
+// A sandbox may raise SIGSYS for a forbidden system call. Make the call return ENOSYS instead, as if the system
+// did not have it.
 void onForbiddenCall(int /*signal*/, siginfo_t* /*information*/, void* context)
 {
     static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_RAX] = -ENOSYS;
@@ -90,8 +90,8 @@ SignalMask allButFaults()
         SignalMask::of({SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS}));
 }
 
-// The C library's function of this kind is replaced by some tools. The child runs the function on its own stack,
-// and does not return.
+// Some tools replace the C library's clone(), so this makes the system call itself. The child runs the function
+// on its own stack and does not return.
 long cloneProcess(long flags, void* stackTop, const void* childId, void (*function)(void*), void* argument)
 {
     long result = SYS_clone;
@@ -117,13 +117,13 @@ long cloneProcess(long flags, void* stackTop, const void* childId, void (*functi
 HelperEnd HelperProcess::run(const TimeLimit& limit)
 {
     g_state = &m_state;
-    // The helper inherits it: no handler of the host may run there, should the terminal send it a signal.
+    // The helper inherits the mask: should the terminal send it a signal, no handler of the host may run there.
     const SignalMask before = allButFaults().apply(SIG_SETMASK);
     const bool isStarted = start();
     before.apply(SIG_SETMASK);
     if (!isStarted)
         return HelperEnd::NotStarted;
-    // Some systems let a process be traced by its descendants or by whom it names, and nobody else.
+    // Some systems allow only descendants to trace a process, and the one process that it names here.
     const bool isNamed = systemCall(SYS_prctl, PR_SET_PTRACER, m_id, 0, 0, 0) == 0;
     m_mayRun = 1;
     wakeAll(m_mayRun);
@@ -154,11 +154,12 @@ void HelperProcess::enter(void* self)
 void HelperProcess::work()
 {
     systemCall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
-    // A tracer's filter answers to nobody but what it traces, as if there were no such calls.
+    // The seccomp filter of a tracer makes system calls fail in processes that it does not trace, such as this one.
     m_isForbidden = !handleFaults();
     if (m_isForbidden || systemCall(SYS_getppid) != m_parent)
         return;
-    systemCall(SYS_close_range, firstPrivateDescriptor, ~0U, 0); // they may be used up, and none is ours
+    systemCall(SYS_close_range, firstPrivateDescriptor, ~0U,
+               0); // the process may have used up all descriptors; the copies here are not needed
     waitWhileEqual(m_mayRun, 0, Deadline(timeToBegin));
     m_function(m_argument);
     m_hasReturned = true;
@@ -170,19 +171,19 @@ bool HelperProcess::handleFaults()
     for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT})
         isDone = SignalAction::calling(onFault).applyTo(signal) && isDone;
     SignalAction::calling(onForbiddenCall).applyTo(SIGSYS);
-    // Not ignored: the stops of traced threads are announced by it.
+    // It must not be ignored: it announces the stops of traced threads.
     SignalAction::byDefault().applyTo(SIGCHLD);
     return isDone;
 }
 
-// The default action would write a core of the memory that we share, and could take the crashed process
-// along.
+// The default action of a fault would write a core dump of the shared memory, and the kernel kills all processes that
+// share the memory for that, the crashed one too.
 void HelperProcess::onFault(int /*signal*/, siginfo_t* /*information*/, void* /*context*/)
 {
     endSelf();
 }
 
-// Whoever waits for us is told first, and kills us should the system not let us go.
+// Wakes the waiting process first: it kills the helper if a sandbox forbids every way to exit.
 void HelperProcess::endSelf()
 {
     std::atomic<std::uint32_t>& state = *g_state;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t mxCsrOffset = 24; // in what fxsave stores
 constexpr std::uint16_t userDataSegment =
-    0x2b; // a signal frame does not tell; the value of every 64-bit thread
+    0x2b; // the value in every 64-bit thread; a signal frame does not have it
 
 std::uint64_t word(greg_t value)
 {

@@ -137,8 +137,8 @@ std::size_t readMemory(std::uint64_t address, void* buffer, std::size_t size)
     iovec remote{};
     remote.iov_base = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
     remote.iov_len = size;
-    // The caller's own id: the helper shares the memory of the crashed process, and nobody is refused his
-    // own.
+    // With the caller's own id, which is always allowed. The helper shares the memory of the crashed process, so
+    // it reads its own.
     long result = systemCall(SYS_process_vm_readv, processId(), &local, 1, &remote, 1, 0);
     if (result <= 0)
         result = readThroughProc(address, buffer, size);

@@ -1,11 +1,11 @@
 #pragma once
 /// \file
-/// Internal, not installed. The claim of one thread to what a process does one at a time: to handle a crash, or to write
-/// a dump.
+/// Internal, not installed. The claim of one thread to what a process does one at a time: handling a crash, or writing a
+/// dump.
 ///
-/// It is no lock, since the thread that holds a lock may be the one that has crashed: who comes second is told who was
-/// first, and decides. A forked child inherits the claim of its parent, and tells by the process that it is not its own.
-/// Safe in a signal handler.
+/// A lock would not do, since its holder may be the thread that has crashed. Here the second thread learns which
+/// thread has the claim, and decides. A forked child inherits the claim of its parent; the process id shows that
+/// it is not its own. Safe in a signal handler.
 
 #include <atomic>
 #include <cstdint>
@@ -20,7 +20,7 @@ class ThreadClaim
 public:
     struct Holder
     {
-        std::int32_t process; ///< 0: nobody
+        std::int32_t process; ///< 0: no thread has the claim
         std::int32_t thread;
 
         bool isInThisProcess() const { return process == processId(); }
@@ -28,7 +28,7 @@ public:
     };
 
     /// Takes the claim for the calling thread, unless a thread of this process has it.
-    /// \return who had it before. The caller has it now if that is nobody, or in another process.
+    /// \return the previous holder. The caller has the claim now unless that is a thread of this process.
     Holder take()
     {
         std::uint64_t holder = m_holder;
@@ -37,7 +37,7 @@ public:
         return unpacked(holder);
     }
 
-    /// Takes the claim from whoever has it.
+    /// Takes the claim, whichever thread has it.
     void takeOver() { m_holder = self(); }
 
     /// Gives the claim up, if the calling thread still has it.

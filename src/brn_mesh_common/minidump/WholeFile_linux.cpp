@@ -35,13 +35,13 @@ bool startsWith(std::string_view text, std::string_view start)
     return text.substr(0, start.size()) == start;
 }
 
-// Somebody else's may have been planted.
+// A link of another user may be an attack: in a shared folder it could lead us to overwrite any of our files.
 bool isTrustedLink(const struct stat& link)
 {
     return link.st_uid == 0 || link.st_uid == static_cast<uid_t>(systemCall(SYS_geteuid));
 }
 
-// "/dev/stdout" and "/proc/self/fd/1" may lead to a file: it is the descriptor that is meant.
+// "/dev/stdout" and "/proc/self/fd/1" mean the open descriptor, even where it is that of a regular file.
 bool isLinkToDevice(const PathText& path, const struct stat& link)
 {
     struct stat target
@@ -147,7 +147,7 @@ long WholeFile::examine()
         systemCall(SYS_openat, AT_FDCWD, m_path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0);
     if (file < 0)
         return file;
-    systemCall(SYS_close, file); // at once: there may be no other descriptor for the new file
+    systemCall(SYS_close, file); // now: the new file may need the last free descriptor
     m_mayBeWritten = true;
     if (status.st_uid == static_cast<uid_t>(systemCall(SYS_geteuid)))
         m_mode = status.st_mode & 0777;
@@ -177,7 +177,7 @@ long WholeFile::createPartial()
     m_descriptor = static_cast<int>(file);
     m_isPartial = true;
     if (m_mayBeWritten)
-        systemCall(SYS_fchmod, m_descriptor, m_mode); // more than the mask for new files allows, it may be
+        systemCall(SYS_fchmod, m_descriptor, m_mode); // sets bits that the umask would clear
     return 0;
 }
 
@@ -188,14 +188,14 @@ long WholeFile::write(const void* data, std::size_t size)
 
 long WholeFile::publish()
 {
-    const long closed = close(); // which may be told now that the disk is full
+    const long closed = close(); // a full disk may be reported only now
     if (!m_isPartial)
         return closed;
     long result = closed;
     if (closed == 0)
         result = systemCall(SYS_renameat, AT_FDCWD, m_partialPath.c_str(), AT_FDCWD, m_path.c_str());
     m_isPartial = result != 0;
-    // Somebody else's file in a folder like /tmp, or one that is mounted, can be written, but not replaced.
+    // A file of another user in a folder like /tmp, or a mount point, can be written, but not replaced.
     if (m_mayBeWritten && (isRefusal(result) || result == -EBUSY))
         result = replaceContent();
     discard();
@@ -210,7 +210,7 @@ long WholeFile::publishAsNew()
     const char* const from = m_partialPath.c_str();
     long result = systemCall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, m_path.c_str(), RENAME_NOREPLACE);
     m_isPartial = result != 0;
-    if (result == -EINVAL || result == -ENOSYS) // a file system, or a kernel, that does not know it
+    if (result == -EINVAL || result == -ENOSYS) // the file system or the kernel does not support it
         result = systemCall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, m_path.c_str(), 0);
     if (result != -EEXIST)
         discard();
@@ -224,7 +224,7 @@ void WholeFile::takeNextName(const PathText& path)
 
 long WholeFile::copyToDevice(const PathText& device)
 {
-    // Not kept waiting by a FIFO that nobody reads.
+    // O_NONBLOCK: opening a FIFO that has no reader would block.
     const long target =
         systemCall(SYS_openat, AT_FDCWD, device.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC, 0);
     if (target < 0)

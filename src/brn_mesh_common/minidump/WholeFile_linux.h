@@ -1,10 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. A file that has its name only when it is whole.
+/// Internal, not installed. A file that gets its name only when it is complete.
 ///
-/// It is created beside its place under a name that nobody can guess, and renamed when all of it is written: whoever reads
-/// the name finds the older file or the new one. No link is written through, and a disk that runs full costs the new file
-/// alone. By system calls alone, without allocation: safe in a signal handler. Results are 0 or -errno.
+/// It is written under a random name in the same folder and then renamed, so a reader finds the older file or the
+/// new one, never a part. It does not write through links, and a full disk does not cost the older file. Uses
+/// system calls only and does not allocate: safe in a signal handler. Results are 0 or -errno.
 ///
 /// Compiled into both libraries: the kernel's reports and this one's dumps are written alike.
 
@@ -23,7 +23,7 @@ class WholeFile
 public:
     enum class Readers
     {
-        Owner,  ///< what a process had in memory is nobody else's business
+        Owner,  ///< for dumps: the memory of a process may hold secrets
         AsUsual ///< as the process makes files; a file that is replaced keeps its rights
     };
 
@@ -31,14 +31,14 @@ public:
     WholeFile(const WholeFile&) = delete;
     WholeFile& operator=(const WholeFile&) = delete;
 
-    /// Whether the path leads to a device, a FIFO or an open descriptor: it is written to, not replaced. Links of other
-    /// users than this one and the system's lead nowhere.
+    /// Whether the path leads to a device, a FIFO or an open descriptor: it is written to, not replaced. Links of
+    /// other users than this one and the system's lead nowhere.
     static bool leadsToDevice(const PathText& path);
 
     /// Creates the file beside \p path, whatever lies there.
     long create(const PathText& path, Readers readers);
-    /// The same, but as one opens a file: what may not be written is not replaced, a device is opened itself, and so is a
-    /// file in a folder where none can be created.
+    /// The same, but as one opens a file: what may not be written is not replaced, a device is opened itself, and
+    /// so is a file in a folder where none can be created.
     long open(const PathText& path);
 
     int descriptor() const { return m_descriptor; }
@@ -50,13 +50,13 @@ public:
     /// The same, but -EEXIST if there is something under the name: another one can then be tried.
     long publishAsNew();
     void takeNextName(const PathText& path);
-    /// Writes what has been written into the device as well, and removes the file.
+    /// Copies the content to the device, and removes the file.
     long copyToDevice(const PathText& device);
-    /// Removes what is not published. Does nothing if there is nothing.
+    /// Removes the file if it has not been published.
     void discard();
-    /// The same for another thread, whose descriptors stay: what it writes from now on is never published.
+    /// The same, called for the thread that writes: its descriptor stays open, and what it writes is never published.
     void giveUp();
-    /// Forgets a file whose descriptor has gone with the process that wrote it.
+    /// Forgets a file whose descriptor was closed by the end of the process that wrote it.
     void forget();
 
 private:
@@ -69,7 +69,7 @@ private:
 
     int m_descriptor = -1;
     unsigned m_mode = 0;
-    bool m_isDevice = false;              // or whatever else the path leads to that is written itself
+    bool m_isDevice = false;              // or another target that is written directly
     bool m_mayBeWritten = false;          // a file under the name
     std::atomic<bool> m_isPartial{false}; // there is a file under the partial name
     PathText m_path;

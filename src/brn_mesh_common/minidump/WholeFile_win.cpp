@@ -18,7 +18,7 @@ bool isRefusal(DWORD error)
     return error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION || error == ERROR_WRITE_PROTECT;
 }
 
-// Names like NUL and CON, and pipes: the system tells them apart.
+// Names like NUL and CON, and pipes.
 bool isDeviceName(const wchar_t* path)
 {
     std::array<wchar_t, 32> full{};
@@ -134,7 +134,7 @@ bool WholeFile::publish()
         return false;
     }
     m_isPartial = MoveFileExW(m_partialPath.data(), m_path.data(), MOVEFILE_REPLACE_EXISTING) == 0;
-    // A file that somebody reads, say, can be written, but not replaced.
+    // A file that another process has open, for example, can be written, but not replaced.
     const bool isPublished =
         !m_isPartial || (m_mayBeWritten && isRefusal(GetLastError()) && replaceContent());
     discard();

@@ -1,9 +1,9 @@
 #pragma once
 /// \file
-/// Internal, not installed. A file that has its name only when it is whole.
+/// Internal, not installed. A file that gets its name only when it is complete.
 ///
-/// It is created beside its place under a name that nobody can guess, and moved when all of it is written: whoever reads the
-/// name finds the older file or the new one. A link under the name is replaced, and what it leads to is left alone.
+/// It is written under a random name in the same folder and then renamed, so a reader finds the older file or the new
+/// one, never a part. A link of that name is replaced; its target does not change.
 ///
 /// Compiled into both libraries: the kernel's reports and this one's dumps are written alike. Allocates nothing.
 
@@ -26,12 +26,12 @@ public:
 
     /// Creates the file beside \p path, whatever lies there. \return whether it could be created.
     bool create(const wchar_t* path);
-    /// The same, but as one opens a file: what may not be written is not replaced, a device is opened itself, and so is a
-    /// file in a folder where none can be created.
+    /// The same, but as one opens a file: what may not be written is not replaced, a device is opened itself, and
+    /// so is a file in a folder where none can be created.
     bool open(const wchar_t* path);
 
     HANDLE handle() const { return m_handle; }
-    /// \return how much has been written; negative if nobody knows. Thread: any.
+    /// \return how many bytes have been written; negative if that is unknown. Thread: any.
     LONGLONG size() const;
     /// Writes all of it. \return whether that worked.
     bool write(const void* data, DWORD size);
@@ -40,7 +40,7 @@ public:
     bool publish();
     /// The same, but only if there is nothing under the name.
     bool publishAsNew();
-    /// Removes what is not published. Does nothing if there is nothing.
+    /// Removes the file if it has not been published.
     void discard();
 
 private:

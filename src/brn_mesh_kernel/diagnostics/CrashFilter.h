@@ -7,8 +7,8 @@
 /// 3. The host's handler is called on the crashing thread with the dump file's path, and the process ends with
 ///    exit code 1. Without a handler the platform's own handling of the crash goes on.
 ///
-/// One crash is handled per process: threads that crash meanwhile wait for its end. A step that crashes
-/// itself, or takes longer than it may, is given up for the next one.
+/// One crash is handled per process: threads that crash meanwhile wait until the process ends. A step that itself
+/// crashes, or exceeds its time limit, is abandoned, and the next step follows.
 
 namespace Brennic::Core::CrashFilter {
 
@@ -18,7 +18,7 @@ using ReportWriter = void (*)(const wchar_t* path) noexcept;
 
 /// Installs the filter for the process, and gives the calling thread a CrashStack until it ends.
 /// May be called again, by a host that has had its own handlers installed since.
-/// \param writeReport takes step 1. The filter does not know the kernel, whose report that is.
+/// \param writeReport is called for step 1: the filter does not know the kernel, which has the waypoints.
 /// Thread: main thread.
 void install(ReportWriter writeReport);
 

@@ -20,7 +20,7 @@ namespace {
 
 // The thread that handles the crash.
 Minidump::ThreadClaim g_claim;
-// The process that installed the filter first, which the files belong to.
+// The process that installed the filter first. A forked child writes files of its own.
 std::atomic<std::int32_t> g_homeProcess{0};
 CrashSteps g_steps;
 std::atomic<const CrashStack*> g_stackOfMainThread{nullptr};
@@ -51,7 +51,8 @@ void onTimeLimit(int /*signal*/, siginfo_t* information, void* /*context*/)
     g_steps.goOnAtTimeLimit(*information);
 }
 
-// A sandbox may answer a call of ours with a signal. The caller gets an error, and finds another way.
+// A sandbox may raise SIGSYS for one of our own system calls. Make the call fail with ENOSYS instead: its caller has
+// another way.
 bool answerForbiddenCall(int signal, ucontext_t& context)
 {
     const bool isOurs = signal == SIGSYS && g_steps.copesWithForbiddenCalls();
@@ -60,7 +61,7 @@ bool answerForbiddenCall(int signal, ucontext_t& context)
     return isOurs;
 }
 
-// Others may call this as the handler that was there before theirs, and have less to pass on.
+// A handler installed after ours may chain to ours without the signal's details.
 siginfo_t completeInformation(int signal, const siginfo_t* information)
 {
     siginfo_t result{};
@@ -97,8 +98,9 @@ void installHandlers()
     {
     };
     action.sa_sigaction = onCrashSignal;
-    // A crash in the handling must come through; other signals must not run handlers of the host meanwhile.
-    // The real-time signals are ours then.
+    // A crash inside the handling must be delivered, to be handled as a failed step. Handlers of the host must
+    // not run meanwhile, so all other signals are blocked, except the real-time signals: we use them for time
+    // limits.
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     sigfillset(&action.sa_mask);
     for (const int signal : crashSignals)
@@ -114,7 +116,8 @@ bool isMainThread()
     return Minidump::threadId() == Minidump::processId();
 }
 
-// To the end of the process: the main thread's own variables are gone before that.
+// Never destroyed: the main thread's thread-local objects are destroyed before exit handlers run, which may crash
+// too.
 void guardMainThread()
 {
     if (g_stackOfMainThread == nullptr)
@@ -126,7 +129,7 @@ void guardOtherThread()
     thread_local const CrashStack stack;
 }
 
-// The handlers stay for good, so their code has to.
+// The handlers stay installed, so their code must stay mapped.
 void keepLibraryLoaded()
 {
     Dl_info library{};
@@ -138,8 +141,8 @@ void keepLibraryLoaded()
 
 void CrashFilter::install(ReportWriter writeReport)
 {
-    std::int32_t nobody = 0;
-    g_homeProcess.compare_exchange_strong(nobody, Minidump::processId());
+    std::int32_t notInstalled = 0;
+    g_homeProcess.compare_exchange_strong(notInstalled, Minidump::processId());
     isMainThread() ? guardMainThread() : guardOtherThread();
     CrashReportThread::instance().start(writeReport);
     keepLibraryLoaded();

@@ -25,7 +25,7 @@ void allocateOnce()
     std::free(memory);
 }
 
-// Signals of the host are handled by the host's threads.
+// New threads inherit the signal mask. The host's signals are to be handled on the host's threads.
 class BlockedHostSignals
 {
 public:

@@ -35,7 +35,7 @@ bool sendToSelf(const siginfo_t& information)
 {
     for (;;) {
         systemCall(SYS_exit_group, exitCodeOfSignals + signal);
-        systemCall(SYS_kill, Minidump::processId(), SIGKILL); // should the system not let us go
+        systemCall(SYS_kill, Minidump::processId(), SIGKILL); // in case a sandbox has forbidden exit_group
     }
 }
 
@@ -45,7 +45,8 @@ void letDefaultActionFollow(const siginfo_t& information, ucontext_t& context)
 {
     const SignalMask own = SignalMask::of({information.si_signo});
     own.apply(SIG_BLOCK); // until the handler returns
-    // Our own handler would be called again and again. And the first process of a container does not die of its own signals.
+    // If the default action cannot be restored, our own handler would be called again and again. The first
+    // process of a container ignores signals that it sends to itself.
     const bool diesOfSignal = setDefaultAction(information.si_signo) && Minidump::processId() != firstProcess;
     if (!diesOfSignal || !sendToSelf(information))
         exitInstead(information.si_signo);

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Internal, not installed. The signals of a process that dies of itself, and how it dies of one.
+/// Internal, not installed. The signals that mean a crash, and how the process dies of one.
 
 #include <csignal>
 #include <ucontext.h>
@@ -16,14 +16,13 @@ inline Minidump::SignalMask crashSignalMask()
     return Minidump::SignalMask::of({SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT});
 }
 
-// The next two have the process die of a signal as if nobody had caught it: exit status, core dump and an attached
-// debugger see the original signal with its original cause. Safe in a signal handler.
+// The next two make the process die of a signal as if no handler were installed: exit status, core dump and debugger
+// show the original signal and its cause. Safe in a signal handler.
 
-/// The process dies as soon as the signal handler that calls this, for its own signal, returns: at the
-/// instruction that was interrupted.
+/// Makes the process die as soon as the calling signal handler returns, at the instruction that was interrupted.
 void letDefaultActionFollow(const siginfo_t& information, ucontext_t& context);
 
-/// The process dies at once.
+/// Makes the process die at once.
 [[noreturn]] void dieByDefaultAction(const siginfo_t& information);
 
 } // namespace Brennic::Core

@@ -8,7 +8,7 @@ namespace Brennic::Core {
 
 namespace {
 
-// Not what a handler needs at least, but what the host's crash handler needs to show a window.
+// Far more than our own handler needs: the host's crash handler may show a window.
 constexpr std::size_t workSize = 1024UL * 1024;
 
 std::size_t pageSize()
@@ -16,7 +16,7 @@ std::size_t pageSize()
     return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-// With room for what the system puts there itself: the registers, which grow with the processor.
+// Adds room for the signal frame with the registers, which is larger on newer processors.
 std::size_t stackSize()
 {
     const std::size_t frame = static_cast<std::size_t>(sysconf(_SC_MINSIGSTKSZ));

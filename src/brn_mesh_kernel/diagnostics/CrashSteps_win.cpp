@@ -89,8 +89,8 @@ void CrashSteps::run(_EXCEPTION_POINTERS* exception, bool hasStack)
     exitAtOnce();
 }
 
-// A handler that hangs in the heap would hang for ever. Whether it may is found out before, by a thread that then does not
-// come back. One that ends its thread would leave a process that goes on.
+// The host's handler has no time limit, so a handler that hangs in the heap would hang for ever. Another thread
+// tries an allocation beforehand; if it does not return in time, the process is ended some seconds later.
 void CrashSteps::callHandler(bool hasStack)
 {
     const bool isHeapUsable = m_handlerThread.run(allocateOnce, timeForHeap);

@@ -17,7 +17,7 @@ namespace {
 
 std::atomic<Minidump::WholeFile*> g_last{nullptr};
 
-// Hosts tell their users why, by errno.
+// Sets errno, from which hosts explain the failure to their users.
 bool isDone(long result)
 {
     if (result < 0)

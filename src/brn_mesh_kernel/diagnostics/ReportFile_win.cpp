@@ -38,7 +38,7 @@ bool ReportFile::publish()
     return m_platform->file.publish();
 }
 
-// The thread that writes it has the file open, and takes it away with the process.
+// Does nothing: the writing thread holds the file open, so another thread cannot remove it.
 void ReportFile::giveUpLast() {}
 
 } // namespace Brennic::Core

@@ -18,7 +18,7 @@ void StepTimer::prepare(Handler handler)
     {
     };
     action.sa_sigaction = handler;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART; // a step that goes on misses no call
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART; // a step that continues must not see EINTR
     sigaction(m_signal, &action, nullptr);
     Minidump::SignalMask::of({m_signal}).apply(SIG_UNBLOCK);
 }

@@ -19,7 +19,7 @@ struct Waypoint
     std::int64_t memory; ///< bytes
 };
 
-/// Creates or replaces the file, as ReportFile.h tells: what was there before stays until the new one is whole.
+/// Creates or replaces the file (see ReportFile.h): an older one stays until the new one is complete.
 ///
 /// Text is UTF-8; numbers are written as the global C++ locale writes them at that moment. Frames and memory
 /// keep the low 32 bits of their values. The version elements are left out if no version is known, and the

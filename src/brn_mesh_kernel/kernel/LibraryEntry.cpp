@@ -14,15 +14,16 @@ namespace Brennic::Core {
 
 namespace {
 
-// The library's own destructor comes after the destruction of all that has static storage, Qt's included.
-// These handlers run in reverse order: the one from the time of loading comes before what was made earlier,
-// and the one from the time when the host made its application object before all that its tasks may be using.
+// The library's own destructor runs after all static objects have been destroyed, Qt's included, which is too
+// late. Exit handlers run in reverse order of registration. The one that is registered when the library is loaded
+// runs before the destruction of static objects made earlier; the one that is registered with the host's
+// application object runs before the destruction of what the host's tasks may be using.
 void detachAtExit()
 {
     callAtExit(&libraryDetached);
 }
 
-// Tasks do not know the crash filter, which needs room for itself on each of their threads.
+// The crash filter needs a stack of its own on each worker's thread; tasks/ does not know the filter.
 std::shared_ptr<void> makeCrashStack()
 {
     return std::make_shared<CrashStack>();

@@ -19,10 +19,10 @@ bool isForkedChild()
 
 namespace {
 
-// The shared library is linked with `-z nodelete`: dlclose() leaves it where it is, so the destructor runs
-// when the process ends and no thread is ever left in code that is gone. Joining the workers in dlclose()
-// instead is no way out, since it holds the loader's lock, which a thread takes when it first uses a thread
-// local variable, opens a plug-in or looks up a symbol.
+// The shared library is linked with `-z nodelete`: dlclose() does not unmap it, so no thread ever runs in
+// unmapped code, and the destructor runs when the process ends. We cannot join the workers in dlclose() instead.
+// It holds the loader's lock, and a worker that first uses a thread-local variable, opens a plug-in or looks up a
+// symbol needs that lock.
 [[gnu::constructor]] void attach()
 {
     g_loadingProcess = ::getpid();

@@ -4,9 +4,9 @@
 
 namespace {
 
-// The workers run the library's code, and FreeLibrary() must not take it away from under them. Joining them
-// before it does is no way out, since they need the loader's lock to end, which whoever unloads holds.
-// Hence detaching happens once, when the process ends.
+// The workers run the library's code, so FreeLibrary() must not unmap it. We cannot join them there either: a
+// thread needs the loader's lock to end, and the thread that unloads holds it. So detaching happens once, when
+// the process ends.
 void stayInMemory(HINSTANCE library)
 {
     HMODULE pinned = nullptr;

@@ -37,7 +37,7 @@ struct Conversion
     wchar_t type = L'\0';
 };
 
-/// The largest position of an argument; there are no more arguments with one.
+/// The largest position that an argument can have.
 constexpr int largestPosition = 64;
 
 /// Reads a format from its beginning to its end.

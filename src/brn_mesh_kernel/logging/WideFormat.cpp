@@ -21,7 +21,7 @@ namespace {
 
 using namespace WideFormat;
 
-// Far above what makes sense; with more, one record would take all memory.
+// Limits width and precision, far above sensible values: one record could otherwise use up all memory.
 constexpr int widest = 1'000'000;
 
 // Builds the text of one record.
@@ -75,7 +75,8 @@ std::wstring Formatter::run()
     }
 }
 
-// A format whose first argument has a position has them all by position: they are read before the first is used.
+// If the first conversion has a position, all arguments are fetched by position, and so are read before the first
+// use.
 void Formatter::findPositions()
 {
     std::vector<Kind> kinds;
@@ -104,7 +105,7 @@ void Formatter::findPositions()
     m_arguments.readAll(kinds);
 }
 
-// False if there is no such argument.
+// False if the argument does not exist.
 bool Formatter::resolve(Amount& amount)
 {
     if (!amount.isArgument)
@@ -115,7 +116,7 @@ bool Formatter::resolve(Amount& amount)
     return true;
 }
 
-// False if the conversion is to be copied as it stands: it is unknown, or has not the argument that it takes.
+// False if the conversion is copied unchanged, because it is unknown or its argument is missing or of another type.
 bool Formatter::append(Conversion& conversion)
 {
     if (conversion.type == L'%') {
@@ -217,7 +218,7 @@ void Formatter::appendText(const Conversion& conversion)
     }
 }
 
-// A character 0 is shown by its sign: it would end the record for whoever takes it for the end of a string.
+// Shows character 0 by its symbol: readers of the log that use C strings would end the record there.
 void Formatter::appendCharacter(const Conversion& conversion)
 {
     const int argument = m_arguments.get<int>(conversion.position);
@@ -236,7 +237,7 @@ void Formatter::appendErrorText(const Conversion& conversion)
     appendPadded(conversion, narrowArgument(text.c_str(), conversion.precision.number));
 }
 
-// C libraries have different ideas of it.
+// Not left to swprintf: C libraries print pointers differently.
 void Formatter::appendPointer(const Conversion& conversion)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(m_arguments.get<void*>(conversion.position));
@@ -258,7 +259,7 @@ void Formatter::appendPadded(const Conversion& conversion, std::wstring_view tex
         m_result.append(padding, L' ');
 }
 
-// The sign between groups of digits is known to the C library of Linux alone.
+// Only the C library of Linux knows the flag for grouped digits.
 std::wstring platformFlags(std::wstring flags)
 {
     constexpr bool isWindows = sizeof(wchar_t) == sizeof(char16_t);
@@ -343,8 +344,8 @@ void Formatter::appendNumber(const Conversion& conversion, const wchar_t* length
         m_result.append(buffer.data(), static_cast<std::size_t>(written));
         return;
     }
-    // The longest double has 309 digits before the point, and signs between them; nothing else needs more beside width
-    // and precision.
+    // The longest double has 309 digits before the point, and signs between them; nothing else needs more beside
+    // width and precision.
     const std::size_t longest =
         1024 + static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(std::max(precision, 0));
     std::wstring large(longest, L'\0');
