@@ -279,6 +279,7 @@ void Broadcaster<T>::notifyAll(const Snapshot<Entry>& observers, const Notificat
     std::for_each(observers.others.begin(), observers.others.end(), notifyOne);
 }
 
+/// Removes the observers that have been destroyed, and returns a snapshot of the others. Thread: any, under the lock.
 template <typename T>
 template <typename Entry>
 typename Broadcaster<T>::template Snapshot<Entry>
