@@ -2,26 +2,21 @@
 
 #include <array>
 #include <cstdio>
-#include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <ostream>
 
-#include <boost/property_tree/ptree.hpp>
-#include <boost/property_tree/xml_parser.hpp>
+#include "WaypointFile.h"
 
 namespace {
 
-using boost::property_tree::ptree;
-
-void printRow(const ptree& waypoint, std::ostream& out)
+void printRow(const Waypoint& waypoint, std::ostream& out)
 {
     constexpr double bytesPerMegabyte = 1048576.0;
-    const ptree& attributes = waypoint.get_child("<xmlattr>");
-    out << std::left << std::setw(12) << attributes.get<std::string>("name") << std::right << std::setw(10)
-        << attributes.get<std::string>("frames") << std::setw(10) << std::setprecision(3)
-        << attributes.get<double>("elapsed") << std::setw(13) << std::showpos << std::setprecision(1)
-        << attributes.get<double>("memory") / bytesPerMegabyte << std::noshowpos << '\n';
+    out << std::left << std::setw(12) << waypoint.name.toStdString() << std::right << std::setw(10)
+        << waypoint.iterations << std::setw(10) << std::setprecision(3) << waypoint.seconds << std::setw(13)
+        << std::showpos << std::setprecision(1) << waypoint.bytes / bytesPerMegabyte << std::noshowpos
+        << '\n';
 }
 
 } // namespace
@@ -37,12 +32,9 @@ void StageTimes::stageDone(const std::string& stage)
 
 void printReportTable(const std::filesystem::path& report, std::ostream& out)
 {
-    ptree tree;
-    std::ifstream file(report);
-    read_xml(file, tree);
+    const std::vector<Waypoint> waypoints = readLastRun(report);
     out << "waypoint      iterations   seconds  memory (MB)\n" << std::fixed;
-    for (const auto& [name, waypoint] : tree.get_child("Profiler.Waypoints"))
-        if (name == "Waypoint")
-            printRow(waypoint, out);
+    for (const Waypoint& waypoint : waypoints)
+        printRow(waypoint, out);
     out << std::defaultfloat;
 }
