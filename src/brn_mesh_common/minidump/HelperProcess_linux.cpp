@@ -139,6 +139,9 @@ HelperEnd HelperProcess::run(const TimeLimit& limit)
 
 bool HelperProcess::start()
 {
+    // Without CLONE_UNTRACED a debugger that follows new processes would stop the helper. With
+    // CLONE_CHILD_CLEARTID the kernel clears m_state and wakes its waiters when the helper has ended, however it
+    // ended.
     const int flags = CLONE_VM | CLONE_FS | CLONE_UNTRACED | CLONE_CHILD_CLEARTID;
     void* const stackTop = g_stack.data() + g_stack.size();
     m_id = static_cast<std::int32_t>(cloneProcess(flags, stackTop, &m_state, enter, this));
@@ -153,6 +156,8 @@ void HelperProcess::enter(void* self)
 
 void HelperProcess::work()
 {
+    // The helper must not outlive the crashed process, which may be killed meanwhile. getppid() below finds one
+    // that was killed before this call.
     systemCall(SYS_prctl, PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
     // The seccomp filter of a tracer makes system calls fail in processes that it does not trace, such as this one.
     m_isForbidden = !handleFaults();
@@ -197,6 +202,7 @@ void HelperProcess::endSelf()
     }
 }
 
+// Also reaps the helper, so that no zombie stays behind after a dump without a crash.
 void HelperProcess::end()
 {
     if (m_state != Gone)

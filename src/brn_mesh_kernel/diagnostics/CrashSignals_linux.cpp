@@ -22,6 +22,8 @@ bool setDefaultAction(int signal)
     return sigaction(signal, &action, nullptr) == 0;
 }
 
+// With the original information, so that a core dump and a debugger show the cause. A system that refuses to send
+// forged information still sends a plain signal.
 bool sendToSelf(const siginfo_t& information)
 {
     const auto process = Minidump::processId();
@@ -31,6 +33,7 @@ bool sendToSelf(const siginfo_t& information)
            systemCall(SYS_tgkill, process, thread, signal) == 0;
 }
 
+// By system call: exit() would run exit handlers and destructors in a broken process.
 [[noreturn]] void exitInstead(int signal)
 {
     for (;;) {
@@ -44,7 +47,9 @@ bool sendToSelf(const siginfo_t& information)
 void letDefaultActionFollow(const siginfo_t& information, ucontext_t& context)
 {
     const SignalMask own = SignalMask::of({information.si_signo});
-    own.apply(SIG_BLOCK); // until the handler returns
+    // The signal is sent while it is blocked, and delivered when the handler returns: the core dump then shows
+    // the fault.
+    own.apply(SIG_BLOCK);
     // If the default action cannot be restored, our own handler would be called again and again. The first
     // process of a container ignores signals that it sends to itself.
     const bool diesOfSignal = setDefaultAction(information.si_signo) && Minidump::processId() != firstProcess;

@@ -30,6 +30,7 @@ class CrashStack::Impl
 public:
     Impl()
     {
+        // A fault whose signal is blocked ends the process at once, without calling any handler.
         crashSignalMask().apply(SIG_UNBLOCK);
         const bool isKnown = sigaltstack(nullptr, &m_before) == 0;
         const bool hasOne = isKnown && (m_before.ss_flags & SS_DISABLE) == 0 && m_before.ss_size >= workSize;
@@ -54,6 +55,7 @@ private:
     {
         const std::size_t guard = pageSize();
         m_size = guard + stackSize();
+        // The pages are only used in a crash, so they are not reserved in memory or swap.
         void* const memory =
             mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (memory == MAP_FAILED)

@@ -103,6 +103,7 @@ void CrashSteps::goOnAtTimeLimit(const siginfo_t& information)
     m_timer.start(m_watch.standingStill(), information.si_value.sival_int);
 }
 
+// A forked child must not replace the files of its parent, which may crash as well.
 void CrashSteps::chooseFiles(bool isForked)
 {
     m_dumpPath = isForked ? insertProcessId(m_settings->dumpFilePath, m_ownDumpPath)
@@ -137,6 +138,7 @@ void CrashSteps::take(Step step)
     }
 }
 
+// On the report thread: building the report allocates.
 void CrashSteps::writeReport()
 {
     if (*m_reportPath != L'\0' && !CrashReportThread::instance().run(m_reportPath, timeForReport))

@@ -19,7 +19,7 @@ EKvsStatus ExceptionHandler::Initialize()
 {
     CrashSettings settings = crashSettings();
     if (!settings.dumpFilePath.empty())
-        return Success;
+        return Success; // another kernel of the process has set the paths, or this one before
     const std::wstring processName = Objects::Util::GetCurrentProcessName();
     settings.dumpFilePath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L".dmp");
     settings.commandLogPath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L"_command_log.xml");

@@ -203,6 +203,8 @@ std::wstring narrowArgument(const char* text, int precision)
     return boost::nowide::widen(utf8.data(), utf8.size());
 }
 
+// %s takes wide text on every platform, and %hs takes UTF-8: with the C library's printf both depend on the
+// platform, and narrow text that the C locale cannot convert makes the whole call fail.
 void Formatter::appendText(const Conversion& conversion)
 {
     constexpr std::wstring_view null = L"(null)";

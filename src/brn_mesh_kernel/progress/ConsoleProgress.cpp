@@ -82,6 +82,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    // A timer draws, not the report: reports may come by the thousand, from any thread.
     void draw()
     {
         m_report->state.elapsed = Clock::now() - m_start;
