@@ -16,7 +16,7 @@ set(minidump_sources
     minidump/RaisedLimits_linux.cpp
     minidump/SignalledThreads_linux.cpp
     minidump/ThreadPlace_linux.cpp
-    minidump/WholeFile_linux.cpp
+    minidump/AtomicFile_linux.cpp
     minidump/TracedThreads_linux.cpp
 )
 target_sources(brn_mesh_common PRIVATE WinUtil_linux.cpp ${minidump_sources})

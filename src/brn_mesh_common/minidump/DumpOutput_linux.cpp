@@ -75,7 +75,7 @@ Extent less(Extent extent)
 void DumpOutput::start(std::int32_t process)
 {
     if (m_process == process)
-        m_whole.giveUp();
+        m_whole.abandon();
     m_whole.forget();
     m_process = process;
     m_path.clear();
@@ -100,7 +100,7 @@ bool DumpOutput::write(Snapshot& snapshot, const wchar_t* path, Extent extent)
 
 bool DumpOutput::writeToWantedPath(Snapshot& snapshot, Extent extent)
 {
-    if (WholeFile::leadsToDevice(m_path))
+    if (AtomicFile::leadsToDevice(m_path))
         return writeToDevice(snapshot, extent);
     m_error = writePartial(snapshot, m_path, extent);
     if (m_error == 0)
@@ -141,7 +141,7 @@ long DumpOutput::publishAsNew(std::int32_t process)
 long DumpOutput::writePartial(Snapshot& snapshot, const PathText& path, Extent extent)
 {
     for (;;) {
-        const long created = m_whole.create(path, WholeFile::Readers::Owner);
+        const long created = m_whole.create(path, AtomicFile::Readers::Owner);
         if (created != 0)
             return created;
         m_file.begin(m_whole.descriptor());
@@ -158,7 +158,7 @@ long DumpOutput::writePartial(Snapshot& snapshot, const PathText& path, Extent e
 
 void DumpOutput::clearAfterWriter()
 {
-    m_whole.giveUp();
+    m_whole.abandon();
     m_whole.forget();
 }
 

@@ -3,10 +3,10 @@
 /// Internal, not installed. Writes a dump to disk: under the requested name or, if that fails, to the directory for
 /// temporary files; a smaller dump if the disk is too full.
 
+#include <brn_mesh_common/minidump/AtomicFile_linux.h>
 #include <brn_mesh_common/minidump/DumpFile_linux.h>
 #include <brn_mesh_common/minidump/DumpPath_linux.h>
 #include <brn_mesh_common/minidump/DumpWriter_linux.h>
-#include <brn_mesh_common/minidump/WholeFile_linux.h>
 
 namespace Brennic::Minidump {
 
@@ -36,7 +36,7 @@ private:
 
     std::int32_t m_process = 0; // whose files these are: a forked child has a copy of this
     DumpFile m_file;
-    WholeFile m_whole;
+    AtomicFile m_whole;
     PathText m_path;
     long m_error = 0; // of the wanted name
     PathText m_temporaryPath;

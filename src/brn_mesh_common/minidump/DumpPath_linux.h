@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include <brn_mesh_common/minidump/WholeFile_linux.h>
+#include <brn_mesh_common/minidump/AtomicFile_linux.h>
 
 namespace Brennic::Minidump {
 

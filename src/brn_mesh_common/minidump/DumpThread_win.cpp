@@ -7,9 +7,9 @@
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_common/WinUtil.h>
+#include <brn_mesh_common/minidump/AtomicFile_win.h>
 #include <brn_mesh_common/minidump/DumpPath_win.h>
 #include <brn_mesh_common/minidump/ShallowWait_win.h>
-#include <brn_mesh_common/minidump/WholeFile_win.h>
 
 #include <windows.h>
 
@@ -63,7 +63,7 @@ public:
         m_request = request;
         ResetEvent(m_answered);
         SetEvent(m_asked);
-        if (!waitForAnswer() && leave()) {
+        if (!waitForAnswer() && abandon()) {
             printLine("[KVS_LOG] No crash dump: not finished in time\n");
             return false;
         }
@@ -78,8 +78,8 @@ private:
     enum class State
     {
         Idle,
-        Busy, ///< a thread waits for a dump
-        Left, ///< the waiting thread has given up; should the writer return, it becomes idle
+        Busy,      ///< a thread waits for a dump
+        Abandoned, ///< the waiting thread has given up; should the writer return, it becomes idle
     };
 
     // Of two calls at once the second waits for the first, unless the first has given up on a writer that hangs.
@@ -87,7 +87,7 @@ private:
     {
         for (State state = State::Idle; !m_state.compare_exchange_strong(state, State::Busy);
              state = State::Idle) {
-            if (state == State::Left)
+            if (state == State::Abandoned)
                 return false;
             Sleep(1);
         }
@@ -106,10 +106,10 @@ private:
     }
 
     // Ignores an answer that comes at this moment.
-    bool leave()
+    bool abandon()
     {
         State busy = State::Busy;
-        return m_state.compare_exchange_strong(busy, State::Left);
+        return m_state.compare_exchange_strong(busy, State::Abandoned);
     }
 
     static DWORD WINAPI main(void* self)
@@ -127,8 +127,8 @@ private:
         for (;;) {
             WaitForSingleObject(m_asked, INFINITE);
             m_isWritten = m_writer != nullptr && writeSomewhere();
-            State left = State::Left;
-            if (!m_state.compare_exchange_strong(left, State::Idle))
+            State abandoned = State::Abandoned;
+            if (!m_state.compare_exchange_strong(abandoned, State::Idle))
                 SetEvent(m_answered);
         }
     }
@@ -192,7 +192,7 @@ private:
     Request m_request{};
     bool m_isWritten = false;
     PathBuffer m_temporaryPath{};
-    WholeFile m_file;
+    AtomicFile m_file;
     std::array<char, 3 * 32768> m_narrowPath{};
 };
 

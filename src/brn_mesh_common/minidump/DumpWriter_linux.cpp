@@ -104,7 +104,7 @@ void DumpWriter::writeMemory()
     if (m_extent != Extent::CallingThread)
         addSurroundings(m_snapshot.threads.begin()->context);
     const EnvironmentBlock environment = findEnvironment();
-    memory.leaveOut(environment.start, environment.end);
+    memory.exclude(environment.start, environment.end);
     memory.unite();
     memory.writeMemory(m_file);
     m_file.align();

@@ -142,7 +142,7 @@ void CrashSteps::take(Step step)
 void CrashSteps::writeReport()
 {
     if (*m_reportPath != L'\0' && !CrashReportThread::instance().run(m_reportPath, timeForReport))
-        ReportFile::giveUpLast();
+        ReportFile::abandonLast();
 }
 
 void CrashSteps::writeDump()

@@ -29,7 +29,7 @@ public:
 
     /// Removes the unpublished file of the report that was begun last, and prevents its publication. The crash filter
     /// calls it when the time for the report is over. Safe in a signal handler.
-    static void giveUpLast();
+    static void abandonLast();
 
 private:
     struct Platform;

@@ -2,13 +2,13 @@
 
 #include <string_view>
 
-#include <brn_mesh_common/minidump/WholeFile_win.h>
+#include <brn_mesh_common/minidump/AtomicFile_win.h>
 
 namespace Brennic::Core {
 
 struct ReportFile::Platform
 {
-    Minidump::WholeFile file;
+    Minidump::AtomicFile file;
     std::string lines; // as the platform ends them
 };
 
@@ -39,6 +39,6 @@ bool ReportFile::publish()
 }
 
 // Does nothing: the writing thread holds the file open, so another thread cannot remove it.
-void ReportFile::giveUpLast() {}
+void ReportFile::abandonLast() {}
 
 } // namespace Brennic::Core

@@ -9,7 +9,7 @@ target_sources(
     diagnostics/StepTimer_linux.cpp
     # What the reports share with the dumps, and nobody else is to call.
     "${PROJECT_SOURCE_DIR}/src/brn_mesh_common/minidump/RaisedLimits_linux.cpp"
-    "${PROJECT_SOURCE_DIR}/src/brn_mesh_common/minidump/WholeFile_linux.cpp"
+    "${PROJECT_SOURCE_DIR}/src/brn_mesh_common/minidump/AtomicFile_linux.cpp"
 )
 target_link_libraries(brn_mesh_kernel_objects PRIVATE ${CMAKE_DL_LIBS})
 # Nothing is left to be resolved while the process dies.

@@ -120,7 +120,7 @@ bool LimitedStream::takeFirstLoss()
     return m_isLossNew.load(std::memory_order_relaxed) && m_isLossNew.exchange(false);
 }
 
-void LimitedStream::leaveOut()
+void LimitedStream::noteLoss()
 {
     if (!m_hasLost)
         m_isLossNew = true;
@@ -164,7 +164,7 @@ std::size_t LimitedStream::writeWhole(std::string_view text, void (*before)())
     std::size_t count = 0;
     while (count < text.size()) {
         if (kind != Kind::file && !waitForRoom(deadline)) {
-            leaveOut();
+            noteLoss();
             break;
         }
         if (before != nullptr) {
@@ -179,7 +179,7 @@ std::size_t LimitedStream::writeWhole(std::string_view text, void (*before)())
             count += static_cast<std::size_t>(written);
         } else if (error == EPIPE || (error == EAGAIN && kind != Kind::file && timeLeft(deadline) == 0)) {
             guard.raised();
-            leaveOut();
+            noteLoss();
             break;
         } else if (error != EINTR && (error != EAGAIN || kind == Kind::file)) {
             break; // closed, or the disk is full

@@ -42,7 +42,7 @@ private:
     int timeLeft(Clock::time_point& deadline);
     bool waitForRoom(Clock::time_point& deadline);
     std::size_t writeWhole(std::string_view text, void (*before)());
-    void leaveOut();
+    void noteLoss();
 
     const int m_descriptor;
     std::mutex m_mutex;                         // held while a text is written

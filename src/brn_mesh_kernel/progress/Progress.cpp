@@ -62,7 +62,7 @@ Progress::~Progress()
 void Progress::setTotalUnitCount(int totalUnitCount)
 {
     m_impl->state->setTotalUnitCount(totalUnitCount);
-    m_impl->state->tell(this);
+    m_impl->state->notifyWatchers(this);
 }
 
 int Progress::getTotalUnitCount() const
@@ -77,7 +77,7 @@ void Progress::setCompletedUnitCount(int completedUnitCount)
     if (m_impl->state->isWatched()) {
         self = shared_from_this(); // a watcher may release the last other pointer,
         const std::shared_ptr<ProgressState> state = m_impl->state;
-        state->tell(this);
+        state->notifyWatchers(this);
         if (state->hasEnded()) // or destroy what it owns alone
             return;
     }
@@ -135,13 +135,13 @@ void Progress::addChildWithPendingCount(std::shared_ptr<Progress> child, int pen
     const bool isOwned = child->shared_from_this() != nullptr;
     m_impl->children[child.get()] = {child, isOwned ? part : nullptr};
     child->setDelegate(std::shared_ptr<ProgressReportingProtocol>(shared_from_this()), false);
-    m_impl->state->tell(this);
+    m_impl->state->notifyWatchers(this);
 }
 
 void Progress::setDescription(const std::wstring& description)
 {
     m_impl->state->setDescription(description);
-    m_impl->state->tell(this);
+    m_impl->state->notifyWatchers(this);
 }
 
 std::wstring Progress::getDescription() const

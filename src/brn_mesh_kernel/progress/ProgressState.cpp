@@ -174,7 +174,7 @@ void ProgressState::end(Progress* progress)
 {
     m_impl->hasEnded = true;
     try {
-        tell(progress);
+        notifyWatchers(progress);
     } catch (...) { // NOLINT(bugprone-empty-catch): exceptions must not leave a destructor
     }
 }
@@ -192,7 +192,7 @@ ProgressState::Report ProgressState::report(Progress* progress) const
 }
 
 // A watcher may destroy the progress, and this object with it.
-void ProgressState::tell(Progress* progress) const
+void ProgressState::notifyWatchers(Progress* progress) const
 {
     if (!isWatched())
         return;

@@ -102,7 +102,7 @@ private:
     void end(Progress* progress);
     bool isWatched() const;
     Report report(Progress* progress) const;
-    void tell(Progress* progress) const;
+    void notifyWatchers(Progress* progress) const;
 
     std::unique_ptr<ProgressStateImpl> m_impl;
 };

@@ -18,7 +18,7 @@ namespace Brennic::Minidump {
 using PathText = FixedText<4096>;
 
 /// Lies zeroed in static storage, or on a stack that has room for two paths.
-class WholeFile
+class AtomicFile
 {
 public:
     enum class Readers
@@ -27,9 +27,9 @@ public:
         AsUsual ///< as the process makes files; a file that is replaced keeps its rights
     };
 
-    WholeFile() = default;
-    WholeFile(const WholeFile&) = delete;
-    WholeFile& operator=(const WholeFile&) = delete;
+    AtomicFile() = default;
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
 
     /// Whether the path leads to a device, a FIFO or an open descriptor: it is written to, not replaced. Links of
     /// other users than this one and the system's lead nowhere.
@@ -55,7 +55,7 @@ public:
     /// Removes the file if it has not been published.
     void discard();
     /// The same, called for the thread that writes: its descriptor stays open, and what it writes is never published.
-    void giveUp();
+    void abandon();
     /// Forgets a file whose descriptor was closed by the end of the process that wrote it.
     void forget();
 

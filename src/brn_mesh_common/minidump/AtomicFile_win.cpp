@@ -1,4 +1,4 @@
-#include <brn_mesh_common/minidump/WholeFile_win.h>
+#include <brn_mesh_common/minidump/AtomicFile_win.h>
 
 #include <array>
 #include <cwchar>
@@ -29,14 +29,14 @@ bool isDeviceName(const wchar_t* path)
 
 } // namespace
 
-bool WholeFile::create(const wchar_t* path)
+bool AtomicFile::create(const wchar_t* path)
 {
     discard();
     m_isDevice = m_mayBeWritten = false;
     return appendExtension(path, L"", m_path) && createPartial();
 }
 
-bool WholeFile::open(const wchar_t* path)
+bool AtomicFile::open(const wchar_t* path)
 {
     discard();
     if (!appendExtension(path, L"", m_path) || !examine())
@@ -46,7 +46,7 @@ bool WholeFile::open(const wchar_t* path)
     return createPartial() || (m_mayBeWritten && isRefusal(GetLastError()) && openItself(TRUNCATE_EXISTING));
 }
 
-bool WholeFile::examine()
+bool AtomicFile::examine()
 {
     m_mayBeWritten = false;
     m_isDevice = isDeviceName(m_path.data());
@@ -67,14 +67,14 @@ bool WholeFile::examine()
     return m_mayBeWritten;
 }
 
-bool WholeFile::openItself(DWORD disposition)
+bool AtomicFile::openItself(DWORD disposition)
 {
     m_handle = CreateFileW(m_path.data(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                            disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     return m_handle != INVALID_HANDLE_VALUE;
 }
 
-bool WholeFile::createPartial()
+bool AtomicFile::createPartial()
 {
     DWORD error = ERROR_FILE_EXISTS;
     for (int attempt = 0; attempt != mostAttempts && error == ERROR_FILE_EXISTS; ++attempt) {
@@ -93,7 +93,7 @@ bool WholeFile::createPartial()
     return false;
 }
 
-LONGLONG WholeFile::size() const
+LONGLONG AtomicFile::size() const
 {
     const HANDLE file = m_handle;
     IO_STATUS_BLOCK status{};
@@ -112,7 +112,7 @@ LONGLONG WholeFile::size() const
     return isKnown ? information.end.QuadPart : -1;
 }
 
-bool WholeFile::write(const void* data, DWORD size)
+bool AtomicFile::write(const void* data, DWORD size)
 {
     const auto* bytes = static_cast<const char*>(data);
     while (size != 0) {
@@ -125,7 +125,7 @@ bool WholeFile::write(const void* data, DWORD size)
     return true;
 }
 
-bool WholeFile::publish()
+bool AtomicFile::publish()
 {
     if (!m_isPartial)
         return close();
@@ -141,7 +141,7 @@ bool WholeFile::publish()
     return isPublished;
 }
 
-bool WholeFile::publishAsNew()
+bool AtomicFile::publishAsNew()
 {
     m_isPartial = !close() || MoveFileExW(m_partialPath.data(), m_path.data(), 0) == 0;
     const bool isPublished = !m_isPartial;
@@ -149,18 +149,18 @@ bool WholeFile::publishAsNew()
     return isPublished;
 }
 
-bool WholeFile::replaceContent()
+bool AtomicFile::replaceContent()
 {
     return CopyFileW(m_partialPath.data(), m_path.data(), FALSE) != 0;
 }
 
-bool WholeFile::close()
+bool AtomicFile::close()
 {
     const HANDLE file = m_handle.exchange(INVALID_HANDLE_VALUE);
     return file == INVALID_HANDLE_VALUE || CloseHandle(file) != 0;
 }
 
-void WholeFile::discard()
+void AtomicFile::discard()
 {
     close();
     if (m_isPartial)

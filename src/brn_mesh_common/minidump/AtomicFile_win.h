@@ -16,13 +16,13 @@
 namespace Brennic::Minidump {
 
 /// Holds two paths of the greatest length: does not belong on a stack.
-class WholeFile
+class AtomicFile
 {
 public:
-    WholeFile() = default;
-    ~WholeFile() { discard(); }
-    WholeFile(const WholeFile&) = delete;
-    WholeFile& operator=(const WholeFile&) = delete;
+    AtomicFile() = default;
+    ~AtomicFile() { discard(); }
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
 
     /// Creates the file beside \p path, whatever lies there. \return whether it could be created.
     bool create(const wchar_t* path);

@@ -1,4 +1,4 @@
-#include <brn_mesh_common/minidump/WholeFile_linux.h>
+#include <brn_mesh_common/minidump/AtomicFile_linux.h>
 
 #include <array>
 #include <cerrno>
@@ -95,7 +95,7 @@ bool isRefusal(long error)
 
 } // namespace
 
-bool WholeFile::leadsToDevice(const PathText& path)
+bool AtomicFile::leadsToDevice(const PathText& path)
 {
     struct stat status
     {
@@ -103,7 +103,7 @@ bool WholeFile::leadsToDevice(const PathText& path)
     return statusOf(path, AT_SYMLINK_NOFOLLOW, status) == 0 && Minidump::leadsToDevice(path, status);
 }
 
-long WholeFile::create(const PathText& path, Readers readers)
+long AtomicFile::create(const PathText& path, Readers readers)
 {
     discard();
     m_path = path;
@@ -111,7 +111,7 @@ long WholeFile::create(const PathText& path, Readers readers)
     return createPartial();
 }
 
-long WholeFile::open(const PathText& path)
+long AtomicFile::open(const PathText& path)
 {
     discard();
     m_path = path;
@@ -125,7 +125,7 @@ long WholeFile::open(const PathText& path)
     return m_mayBeWritten && isRefusal(created) ? openItself(O_NOFOLLOW) : created;
 }
 
-long WholeFile::examine()
+long AtomicFile::examine()
 {
     m_isDevice = m_mayBeWritten = false;
     struct stat status
@@ -154,7 +154,7 @@ long WholeFile::examine()
     return 0;
 }
 
-long WholeFile::openItself(int flags)
+long AtomicFile::openItself(int flags)
 {
     const long file =
         systemCall(SYS_openat, AT_FDCWD, m_path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | flags, 0);
@@ -162,7 +162,7 @@ long WholeFile::openItself(int flags)
     return file < 0 ? file : 0;
 }
 
-long WholeFile::createPartial()
+long AtomicFile::createPartial()
 {
     if (m_path.isCut() || !hasName(m_path))
         return m_path.isCut() ? -ENAMETOOLONG : -ENOENT;
@@ -181,12 +181,12 @@ long WholeFile::createPartial()
     return 0;
 }
 
-long WholeFile::write(const void* data, std::size_t size)
+long AtomicFile::write(const void* data, std::size_t size)
 {
     return writeTo(m_descriptor, static_cast<const char*>(data), size);
 }
 
-long WholeFile::publish()
+long AtomicFile::publish()
 {
     const long closed = close(); // a full disk may be reported only now
     if (!m_isPartial)
@@ -202,7 +202,7 @@ long WholeFile::publish()
     return result;
 }
 
-long WholeFile::publishAsNew()
+long AtomicFile::publishAsNew()
 {
     const long closed = close();
     if (closed != 0)
@@ -217,12 +217,12 @@ long WholeFile::publishAsNew()
     return result;
 }
 
-void WholeFile::takeNextName(const PathText& path)
+void AtomicFile::takeNextName(const PathText& path)
 {
     m_path = path;
 }
 
-long WholeFile::copyToDevice(const PathText& device)
+long AtomicFile::copyToDevice(const PathText& device)
 {
     // O_NONBLOCK: opening a FIFO that has no reader would block.
     const long target =
@@ -236,7 +236,7 @@ long WholeFile::copyToDevice(const PathText& device)
     return result != 0 ? result : closed;
 }
 
-long WholeFile::replaceContent()
+long AtomicFile::replaceContent()
 {
     m_descriptor = static_cast<int>(
         systemCall(SYS_openat, AT_FDCWD, m_partialPath.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC, 0));
@@ -251,7 +251,7 @@ long WholeFile::replaceContent()
     return result != 0 ? result : closed;
 }
 
-long WholeFile::copyInto(int target)
+long AtomicFile::copyInto(int target)
 {
     std::array<char, 4096> buffer; // NOLINT(*-member-init): read before it is written
     long result = systemCall(SYS_lseek, m_descriptor, 0, SEEK_SET);
@@ -265,26 +265,26 @@ long WholeFile::copyInto(int target)
     return result;
 }
 
-long WholeFile::close()
+long AtomicFile::close()
 {
     const long result = m_descriptor < 0 ? 0 : systemCall(SYS_close, m_descriptor);
     m_descriptor = -1;
     return result;
 }
 
-void WholeFile::discard()
+void AtomicFile::discard()
 {
     close();
-    giveUp();
+    abandon();
 }
 
-void WholeFile::forget()
+void AtomicFile::forget()
 {
     m_descriptor = -1;
     m_isPartial = false;
 }
 
-void WholeFile::giveUp()
+void AtomicFile::abandon()
 {
     if (m_isPartial.exchange(false))
         systemCall(SYS_unlinkat, AT_FDCWD, m_partialPath.c_str(), 0);
