@@ -11,7 +11,7 @@ packages=(
   # the sample host
   libopenmesh-dev libcli11-dev glmark2-data
   # tests and benchmarks
-  libgtest-dev libgmock-dev libbenchmark-dev relacy-dev
+  libgtest-dev libgmock-dev libbenchmark-dev relacy-dev python3
   # a display for the tests of the widgets
   xvfb xauth
   # readers of crash dumps

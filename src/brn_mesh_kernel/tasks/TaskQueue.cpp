@@ -7,7 +7,7 @@
 #include <QMetaMethod>
 #include <QThread>
 
-#include <brn_mesh_kernel/library/CurrentThread.h>
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/tasks/GlobalQueues.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueueCore.h>

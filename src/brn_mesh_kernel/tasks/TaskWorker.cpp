@@ -8,8 +8,7 @@
 #include <QEvent>
 #include <QThread>
 
-#include <brn_mesh_kernel/diagnostics/CrashStack.h>
-#include <brn_mesh_kernel/library/CurrentThread.h>
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/library/QtHandlers.h>
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
@@ -37,6 +36,9 @@ constexpr TaskWorker::JobNumber noJob = 0; // of an event that marks a pass
 constexpr TaskWorker::JobNumber everyJob = QueueScheduler::Jobs::last;
 
 thread_local TaskWorker* t_worker = nullptr;
+
+// Set before the first worker's thread starts, so that the threads read it without a lock.
+std::shared_ptr<void> (*g_makeThreadGuard)() = nullptr;
 
 QEvent::Type workerEventType()
 {
@@ -141,6 +143,11 @@ TaskWorker* TaskWorker::current()
     return t_worker;
 }
 
+void TaskWorker::guardThreadsBy(std::shared_ptr<void> (*make)())
+{
+    g_makeThreadGuard = make;
+}
+
 bool TaskWorker::startThread()
 {
     thread()->start(threadPriority(m_core->qos));
@@ -150,7 +157,8 @@ bool TaskWorker::startThread()
 void TaskWorker::enterThread()
 {
     t_worker = this;
-    m_crashStack = std::make_unique<CrashStack>();
+    if (g_makeThreadGuard != nullptr)
+        m_threadGuard = g_makeThreadGuard();
     nameCurrentThread(m_threadName);
     const QAbstractEventDispatcher* const dispatcher = thread()->eventDispatcher();
     m_loopBlocks = connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &TaskWorker::enterLoop,
