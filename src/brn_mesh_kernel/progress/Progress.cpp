@@ -14,10 +14,15 @@ namespace {
 using Range = std::numeric_limits<int>;
 
 // A child without a total may report a fraction that is not a number, or far outside 0 to 1.
-int toUnits(float change)
+int toUnits(double units)
 {
-    const auto units = static_cast<double>(change); // represents every int exactly
     return std::isnan(units) ? 0 : static_cast<int>(std::clamp<double>(units, Range::min(), Range::max()));
+}
+
+int saturatedSum(int count, int change)
+{
+    const std::int64_t sum = std::int64_t{count} + change;
+    return static_cast<int>(std::clamp<std::int64_t>(sum, Range::min(), Range::max()));
 }
 
 } // namespace
@@ -42,11 +47,29 @@ struct Progress::ProgressImpl
         std::shared_ptr<Progress> progress;
         const ProgressState::Part* part = nullptr; // null for what reports and was never added
         float fraction = 0.0F;                     // what was reported last
+        std::int64_t moved = 0;                    // by how many units it has moved the count
     };
+
+    void setCount(Progress& progress, int completedUnitCount, std::int64_t movedByParts = 0);
 
     std::shared_ptr<ProgressState> state;
     std::map<const Progress*, Child> children; // one null stands for all that no pointer owns
+    bool keepsRemainders = false;
 };
+
+void Progress::ProgressImpl::setCount(Progress& progress, int completedUnitCount, std::int64_t movedByParts)
+{
+    state->setCompletedUnitCount(completedUnitCount, movedByParts);
+    std::shared_ptr<Progress> self;
+    if (state->isWatched()) {
+        self = progress.shared_from_this(); // a watcher may release the last other pointer,
+        const std::shared_ptr<ProgressState> kept = state;
+        kept->notifyWatchers(&progress);
+        if (kept->hasEnded()) // or destroy what it owns alone
+            return;
+    }
+    progress.notifyObservers(state->report(&progress));
+}
 
 Progress::Progress(int totalUnitCount, const std::wstring& description)
     : m_impl(std::make_unique<ProgressImpl>())
@@ -72,16 +95,7 @@ int Progress::getTotalUnitCount() const
 
 void Progress::setCompletedUnitCount(int completedUnitCount)
 {
-    m_impl->state->setCompletedUnitCount(completedUnitCount);
-    std::shared_ptr<Progress> self;
-    if (m_impl->state->isWatched()) {
-        self = shared_from_this(); // a watcher may release the last other pointer,
-        const std::shared_ptr<ProgressState> state = m_impl->state;
-        state->notifyWatchers(this);
-        if (state->hasEnded()) // or destroy what it owns alone
-            return;
-    }
-    notifyObservers(m_impl->state->report(this));
+    m_impl->setCount(*this, completedUnitCount);
 }
 
 int Progress::getCompletedUnitCount()
@@ -92,8 +106,7 @@ int Progress::getCompletedUnitCount()
 // Not atomic by design: callers that count from several threads serialize their increments.
 void Progress::incrementCompletedUnitCount(int unitCount)
 {
-    const std::int64_t sum = std::int64_t{getCompletedUnitCount()} + unitCount;
-    setCompletedUnitCount(static_cast<int>(std::clamp<std::int64_t>(sum, Range::min(), Range::max())));
+    setCompletedUnitCount(saturatedSum(getCompletedUnitCount(), unitCount));
 }
 
 int Progress::operator++()
@@ -135,6 +148,37 @@ void Progress::addChildWithPendingCount(std::shared_ptr<Progress> child, int pen
     const bool isOwned = child->shared_from_this() != nullptr;
     m_impl->children[child.get()] = {child, isOwned ? part : nullptr};
     child->setDelegate(std::shared_ptr<ProgressReportingProtocol>(shared_from_this()), false);
+    // A cancellation that has not seen the new part is seen here.
+    if (isCancelled())
+        child->cancel();
+    m_impl->state->notifyWatchers(this);
+}
+
+void Progress::setKeepsRemainders(bool keepsRemainders)
+{
+    m_impl->keepsRemainders = keepsRemainders;
+}
+
+void Progress::cancel()
+{
+    const std::shared_ptr<ProgressState> state = m_impl->state; // a handler may release this object
+    state->cancel();
+}
+
+bool Progress::isCancelled() const
+{
+    return m_impl->state->isCancelled();
+}
+
+void Progress::setCancelHandler(std::function<void()> handler)
+{
+    const std::shared_ptr<ProgressState> state = m_impl->state; // the handler may release this object
+    state->setCancelHandler(std::move(handler));
+}
+
+void Progress::fail(const std::wstring& text)
+{
+    m_impl->state->fail(text);
     m_impl->state->notifyWatchers(this);
 }
 
@@ -164,9 +208,16 @@ void Progress::progressUpdated(Progress* child, float fraction, const std::wstri
     }
     ProgressImpl::Child& known = entry->second;
     const int units = known.part == nullptr ? 0 : known.part->pendingUnitCount;
-    const float change = (fraction - known.fraction) * static_cast<float>(units);
+    const double change =
+        m_impl->keepsRemainders
+            ? std::trunc(static_cast<double>(fraction) * units) - static_cast<double>(known.moved)
+            : static_cast<double>((fraction - known.fraction) * static_cast<float>(units));
     known.fraction = fraction;
-    incrementCompletedUnitCount(toUnits(change));
+    const int before = getCompletedUnitCount();
+    const int after = saturatedSum(before, toUnits(change));
+    const std::int64_t moved = std::int64_t{after} - before;
+    known.moved += moved;
+    m_impl->setCount(*this, after, moved);
     static_cast<void>(getCompletedUnitCount()); // waits for a writer that stores the count at this moment
 }
 

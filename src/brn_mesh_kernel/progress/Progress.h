@@ -11,6 +11,12 @@
 ///     whole->setDelegate(statusBar, true);           // notified of every step, in the GUI thread
 ///     ++*reading;
 ///
+/// What the delegate is told loses fractions of units to truncation; hosts rely on the counts as they are. A display
+/// shows `getState()->getFraction()`, which is exact. A parent whose own count must arrive at its total has
+/// `setKeepsRemainders(true)`.
+///
+///     whole->cancel(); // from any thread; the work asks `isCancelled()`, or has set a handler
+///
 /// Each time the count is set, it is reported to the delegate, even if it stays the same. A child's delegate is
 /// its parent. The parent changes its own count by the change of the child's fraction times the pending count,
 /// truncated to an integer, and reports in turn, up to the root.
@@ -23,6 +29,7 @@
 /// Lifetime: a progress that gets children must be owned by a `std::shared_ptr`. It owns its children, until
 /// its end; they hold it weakly. Receivers and watchers may release the last pointer to what reports to them.
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -118,6 +125,35 @@ public:
     /// \p child meanwhile.
     /// Ownership: this object shares the child until its end.
     void addChildWithPendingCount(std::shared_ptr<Progress> child, int pendingUnitCount);
+
+    /// Carries what truncation cuts from a child's report over to its next one.
+    ///
+    /// A child that completes has then moved this object's count by exactly its pending count, whatever the totals and
+    /// the steps are. Without it, which is the default, the rest of each report is lost: 100 steps of 1 on 100 pending
+    /// units move the count by 31. What `getState()->getFraction()` returns does not depend on it.
+    /// Thread: any, but no child may report meanwhile.
+    void setKeepsRemainders(bool keepsRemainders);
+
+    /// Asks the work, and all parts of it, to stop; see `ProgressState::cancel`.
+    /// Thread: any that keeps this object until it returns; handlers and watchers are called in it.
+    void cancel();
+
+    /// Whether the work was asked to stop. For loops: costs one atomic load.
+    /// Thread: any.
+    bool isCancelled() const;
+
+    /// Has \p handler called when this object is cancelled, by itself or with what it is a part of: once, in the
+    /// cancelling thread, with no lock held. If it is cancelled already, the handler is called at once, in this thread.
+    /// It replaces an earlier one, is released at the end of this object, and may be empty.
+    /// \throws what the handler throws, if it is called at once.
+    /// Thread: any. Ownership: the handler is copied; what it refers to must live until it has been replaced or this
+    /// object has ended, and no cancellation is under way.
+    void setCancelHandler(std::function<void()> handler);
+
+    /// Says that the work has failed, and why, for people. Nothing is reported to the delegate, and nothing else
+    /// changes: neither the counts nor the parts, nor what this is a part of. Displays show the last text.
+    /// Thread: any that keeps this object until it returns; watchers are called in it.
+    void fail(const std::wstring& text);
 
     /// Replaces the description; nothing is reported.
     /// Thread: any, but no other thread may use this object meanwhile.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <iterator>
 #include <limits>
 #include <list>
@@ -13,6 +15,7 @@
 
 #include <tbb/spin_rw_mutex.h>
 
+#include <brn_mesh_kernel/progress/Cancellation.h>
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
 
 namespace Brennic::Core {
@@ -25,6 +28,13 @@ constexpr int levelCount = 256;
 // Replaced as a whole, so that a report only copies the pointer.
 using Watchers = std::vector<std::weak_ptr<ProgressReportingProtocol>>;
 
+struct CancellationPlatform
+{
+    using Mutex = std::mutex;
+    using Flag = std::atomic<bool>;
+    using Handler = std::function<void()>;
+};
+
 } // namespace
 
 // Behind a pointer for the sake of hosts that use Qt's keywords: TBB's headers have functions named `emit`.
@@ -33,17 +43,34 @@ struct ProgressState::ProgressStateImpl
     // The new levels of parts.
     using Levels = std::map<const ProgressState*, int>;
 
+    // What a cancellation has reached, and whom it has to tell.
+    struct Cancelled
+    {
+        std::vector<ProgressState*> states;
+        std::vector<Part> parts; // keeps them
+        std::vector<std::function<void()>> handlers;
+    };
+
     static bool collectLevels(const ProgressState& part, int newLevel, const ProgressState& whole,
                               Levels& levels);
+    static void cancelAll(ProgressState& state, Cancelled& cancelled);
+
+    // Without a lock: parts are only ever appended, and the last one's link to the next is not read.
+    template <typename Predicate>
+    bool isAnyPart(Predicate predicate);
 
     tbb::spin_rw_mutex countLock;
-    int completedUnitCount = 0; // guarded by countLock
+    int completedUnitCount = 0;    // guarded by countLock, like the next
+    std::int64_t movedByParts = 0; // what the reports of the parts have added to it
     std::atomic<int> totalUnitCount{-1};
     std::atomic<bool> hasEnded{false};
     std::atomic<bool> isWatched{false};
+    Cancellation<CancellationPlatform> cancellation;
+    std::atomic<bool> hasFailed{false};
     std::atomic<int> level{0}; // larger than that of every whole that this has been a part of
     std::mutex mutex;
     std::shared_ptr<const std::wstring> description; // guarded by mutex
+    std::wstring failure;                            // guarded by mutex
     std::list<Part> parts;                    // guarded by mutex; what is in it stays, and does not change
     std::int64_t pendingSum = 0;              // guarded by mutex
     std::shared_ptr<const Watchers> watchers; // guarded by mutex
@@ -65,6 +92,36 @@ bool ProgressState::ProgressStateImpl::collectLevels(const ProgressState& part, 
     return std::all_of(parts.begin(), parts.end(), [&](const Part& entry) {
         return collectLevels(*entry.state, newLevel + 1, whole, levels);
     });
+}
+
+template <typename Predicate>
+bool ProgressState::ProgressStateImpl::isAnyPart(Predicate predicate)
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    std::size_t left = parts.size();
+    auto part = parts.cbegin();
+    lock.unlock();
+    for (; left > 0; --left) {
+        if (predicate(*part))
+            return true;
+        if (left > 1)
+            ++part;
+    }
+    return false;
+}
+
+// What is cancelled already has cancelled its parts, and will cancel those that are added.
+void ProgressState::ProgressStateImpl::cancelAll(ProgressState& state, Cancelled& cancelled)
+{
+    std::function<void()> handler;
+    if (!state.m_impl->cancellation.cancel(handler))
+        return;
+    cancelled.states.push_back(&state);
+    cancelled.handlers.push_back(std::move(handler));
+    for (const Part& part : state.getParts()) {
+        cancelled.parts.push_back(part);
+        cancelAll(*part.state, cancelled);
+    }
 }
 
 void ProgressState::Report::operator()(ProgressReportingProtocol& receiver) const
@@ -102,6 +159,71 @@ bool ProgressState::hasEnded() const
     return m_impl->hasEnded;
 }
 
+double ProgressState::getFraction() const
+{
+    const double total = m_impl->totalUnitCount;
+    if (total <= 0)
+        return 0;
+    double units = 0;
+    {
+        const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, false);
+        units = static_cast<double>(std::int64_t{m_impl->completedUnitCount} - m_impl->movedByParts);
+    }
+    m_impl->isAnyPart([&units](const Part& part) {
+        units += part.pendingUnitCount * part.state->getFraction();
+        return false;
+    });
+    return std::clamp(units / total, 0.0, 1.0);
+}
+
+EProgressStatus ProgressState::getStatus() const
+{
+    const int completed = getCompletedUnitCount();
+    const int total = getTotalUnitCount();
+    if (m_impl->hasFailed)
+        return EProgressStatus::Failed;
+    if (total > 0 && completed >= total)
+        return EProgressStatus::Complete;
+    if (isCancelled())
+        return EProgressStatus::Cancelled;
+    if (hasEnded())
+        return EProgressStatus::Ended;
+    const bool isRunning = completed != 0 || m_impl->isAnyPart([](const Part& part) {
+        return part.state->getStatus() != EProgressStatus::Waiting;
+    });
+    return isRunning ? EProgressStatus::Running : EProgressStatus::Waiting;
+}
+
+std::wstring ProgressState::getFailure() const
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    return m_impl->failure;
+}
+
+void ProgressState::cancel()
+{
+    ProgressStateImpl::Cancelled cancelled;
+    ProgressStateImpl::cancelAll(*this, cancelled);
+    std::exception_ptr first;
+    for (const std::function<void()>& handler : cancelled.handlers) {
+        try {
+            if (handler)
+                handler();
+        } catch (...) {
+            first = first ? first : std::current_exception();
+        }
+    }
+    for (const ProgressState* state : cancelled.states)
+        state->notifyWatchers(nullptr);
+    if (first)
+        std::rethrow_exception(first);
+}
+
+bool ProgressState::isCancelled() const
+{
+    return m_impl->cancellation.isCancelled();
+}
+
 std::wstring ProgressState::getDescription() const
 {
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
@@ -135,10 +257,11 @@ void ProgressState::setTotalUnitCount(int totalUnitCount)
     m_impl->totalUnitCount = totalUnitCount;
 }
 
-void ProgressState::setCompletedUnitCount(int completedUnitCount)
+void ProgressState::setCompletedUnitCount(int completedUnitCount, std::int64_t movedByParts)
 {
     const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
     m_impl->completedUnitCount = completedUnitCount;
+    m_impl->movedByParts += movedByParts;
 }
 
 void ProgressState::setDescription(const std::wstring& description)
@@ -159,7 +282,7 @@ const ProgressState::Part* ProgressState::addPart(const std::shared_ptr<Progress
                     [](const auto& entry) { return entry.second >= levelCount; }))
         throw std::length_error("A tree of progress has at most 256 levels!");
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
-    m_impl->parts.push_back({part, pendingUnitCount});
+    m_impl->parts.push_back({part, pendingUnitCount}); // before the caller looks whether this is cancelled
     for (const auto& [state, level] : levels)
         state->m_impl->level = level;
     m_impl->pendingSum += pendingUnitCount;
@@ -170,10 +293,26 @@ const ProgressState::Part* ProgressState::addPart(const std::shared_ptr<Progress
     return &m_impl->parts.back();
 }
 
+// The handler that is replaced is released by this function's end.
+void ProgressState::setCancelHandler(std::function<void()> handler)
+{
+    if (!m_impl->cancellation.setHandler(handler) && handler)
+        handler();
+}
+
+void ProgressState::fail(const std::wstring& text)
+{
+    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    m_impl->failure = text;
+    m_impl->hasFailed = true;
+}
+
 void ProgressState::end(Progress* progress)
 {
     m_impl->hasEnded = true;
     try {
+        std::function<void()> handler; // what it holds on to may have ended with the work
+        static_cast<void>(m_impl->cancellation.setHandler(handler));
         notifyWatchers(progress);
     } catch (...) { // NOLINT(bugprone-empty-catch): exceptions must not leave a destructor
     }

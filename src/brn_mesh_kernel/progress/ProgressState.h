@@ -17,6 +17,8 @@
 /// are held weakly: they are no longer called once their owner releases them.
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,6 +29,17 @@ namespace Brennic::Core {
 
 class Progress;
 class ProgressReportingProtocol;
+
+/// How a piece of work stands. Of several that apply, the first one counts.
+enum class EProgressStatus
+{
+    Failed,    ///< `Progress::fail` was called.
+    Complete,  ///< The completed count has reached a total that is known.
+    Cancelled, ///< It was cancelled, by itself or with what it is a part of.
+    Ended,     ///< The progress was destroyed before its count reached the total.
+    Running,   ///< Something is completed, or a part is no longer waiting.
+    Waiting,   ///< Nothing has been reported yet.
+};
 
 /// The state of a progress; remains readable after the progress is destroyed.
 class ProgressState // exported by function: what only a progress may call stays inside
@@ -58,6 +71,37 @@ public:
     /// Thread: any; takes no lock.
     BRN_MESH_KERNEL_EXPORT bool hasEnded() const;
 
+    /// Returns the part of the work that is completed, from 0 to 1; 0 while the total is not known.
+    ///
+    /// It is computed from the fractions of the parts, in double precision. So it has what `getCompletedUnitCount` loses
+    /// to truncation: it reaches 1 when all parts are complete. What the progress counted by itself, beside the
+    /// reports of its parts, adds to it.
+    /// Thread: any. Visits all parts.
+    BRN_MESH_KERNEL_EXPORT double getFraction() const;
+
+    /// Returns how the work stands. A part that fails or is cancelled does not change the status of the whole: the
+    /// work decides what follows from it.
+    /// Thread: any. Visits parts until one is not waiting.
+    BRN_MESH_KERNEL_EXPORT EProgressStatus getStatus() const;
+
+    /// Returns the text of `Progress::fail`; empty while it has not been called.
+    /// Thread: any.
+    BRN_MESH_KERNEL_EXPORT std::wstring getFailure() const;
+
+    /// Asks the work to stop: it and all its parts are cancelled from now on, those that are added later too. What it is
+    /// a part of is not. The second call does nothing.
+    ///
+    /// First all are cancelled, then the handlers (`Progress::setCancelHandler`) are called, then the watchers, with
+    /// a null pointer for the sender. What a handler throws leaves this function after all have been called, the first
+    /// of several exceptions. Counts stay as they are, and reports go on: the work itself decides when it stops.
+    /// Thread: any, also after the progress has been destroyed; handlers and watchers are called in it, with no lock
+    /// held. Ownership: the caller's pointer to this object must stay until it returns.
+    BRN_MESH_KERNEL_EXPORT void cancel();
+
+    /// Whether the work was asked to stop.
+    /// Thread: any; takes no lock.
+    BRN_MESH_KERNEL_EXPORT bool isCancelled() const;
+
     /// Returns the description.
     /// Thread: any.
     BRN_MESH_KERNEL_EXPORT std::wstring getDescription() const;
@@ -70,10 +114,10 @@ public:
     /// Notifies \p watcher of every change, independently of the delegate. An empty pointer is ignored.
     ///
     /// It is called after each set of the count, before the delegate is, and in the same way; and besides
-    /// after a change of the total, the description or the parts, and in the destructor of the progress, when
-    /// \ref hasEnded. A watcher that is added twice is called twice. Its exceptions propagate to the caller that
-    /// made the change, and the watchers after it and the delegate are not called; during the destructor they are
-    /// dropped.
+    /// after a change of the total, the description or the parts, after a cancellation (with a null pointer for the
+    /// sender) and a failure, and in the destructor of the progress, when \ref hasEnded. A watcher that is added
+    /// twice is called twice. Its exceptions propagate to the caller that made the change, and the watchers after it
+    /// and the delegate are not called; during the destructor they are dropped.
     /// Thread: any; the watcher is called in the thread that makes the change, with no locks held.
     /// Ownership: stays with the caller; the watcher is held weakly.
     BRN_MESH_KERNEL_EXPORT void addWatcher(const std::shared_ptr<ProgressReportingProtocol>& watcher);
@@ -96,9 +140,11 @@ private:
     ProgressState(int totalUnitCount, const std::wstring& description);
 
     void setTotalUnitCount(int totalUnitCount);
-    void setCompletedUnitCount(int completedUnitCount);
+    void setCompletedUnitCount(int completedUnitCount, std::int64_t movedByParts = 0);
     void setDescription(const std::wstring& description);
     const Part* addPart(const std::shared_ptr<ProgressState>& part, int pendingUnitCount);
+    void setCancelHandler(std::function<void()> handler);
+    void fail(const std::wstring& text);
     void end(Progress* progress);
     bool isWatched() const;
     Report report(Progress* progress) const;

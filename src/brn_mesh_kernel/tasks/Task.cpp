@@ -28,9 +28,11 @@ public:
     std::mutex m_lock;
     std::condition_variable m_finishedCondition;
     std::shared_ptr<TaskQueue> m_queue;
-    // How often the callable has returned. A wait ends with the run that it waited for, even if the task has
-    // been armed again by then.
-    std::atomic<std::uint64_t> m_finishedRuns{0};
+    // How often the callable has returned, or the task was cancelled. A wait ends with the run that it waited for, even
+    // if the task has been armed again by then.
+    std::atomic<std::uint64_t> m_ends{0};
+    std::uint64_t m_cancellations = 0; // of these
+    bool m_isCancelled = false;        // and not added or assigned to since
     std::uint64_t m_wakeUps = 0;
     int m_waiters = 0;
 };
@@ -86,6 +88,7 @@ Task& Task::operator=(const std::function<void()>& function)
         return *this;
     m_impl->function().swap(callable);
     m_impl->m_state = ePending;
+    m_impl->m_isCancelled = false;
     return *this;
 }
 
@@ -113,7 +116,7 @@ void Task::runTask()
 
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     m_impl->m_state = eFinished;
-    ++m_impl->m_finishedRuns;
+    ++m_impl->m_ends;
     if (m_impl->m_waiters == 0)
         return;
     // Woken under the lock, the waiters would run into it. But a waiter may destroy a task that nobody owns.
@@ -131,25 +134,28 @@ void Task::waitTillFinished()
 bool Task::waitOrWithdraw(bool mayWithdraw)
 {
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
-    if (m_impl->m_state == eFinished)
-        return true;
-    const std::uint64_t runsBefore = m_impl->m_finishedRuns;
+    if (m_impl->m_state == eFinished || m_impl->m_isCancelled)
+        return m_impl->m_state == eFinished;
+    const std::uint64_t endsBefore = m_impl->m_ends;
+    const std::uint64_t cancellationsBefore = m_impl->m_cancellations;
     const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
     lock.unlock();
 
     // No lock is held: if the task finishes meanwhile, its run has been counted.
     const WaitingWorker waitingWorker(queue.get());
     const int yields = queue && queue->runsOnOtherCore() ? mostYields : 0;
-    for (int i = 0; i < yields && m_impl->m_finishedRuns == runsBefore; ++i)
+    for (int i = 0; i < yields && m_impl->m_ends == endsBefore; ++i)
         std::this_thread::yield();
-    return waitForRunAfter(runsBefore, mayWithdraw);
+    const bool hasEnded = waitForEndAfter(endsBefore, mayWithdraw);
+    lock.lock();
+    return hasEnded && m_impl->m_cancellations == cancellationsBefore;
 }
 
-bool Task::waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw)
+bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
-    while (m_impl->m_finishedRuns == runsBefore) {
+    while (m_impl->m_ends == endsBefore) {
         const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
         const bool isForGui = queue && queue->getQOS() == eQOS_GUI;
         const bool mustRun = queue && m_impl->m_state == ePending && queue->mustWaiterRunTasks();
@@ -171,6 +177,22 @@ bool Task::waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw)
     return true;
 }
 
+bool Task::cancel()
+{
+    std::unique_lock<std::mutex> lock(m_impl->m_lock);
+    const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
+    lock.unlock();
+    const std::shared_ptr<Task> self = queue ? queue->findAndRemoveTask(this) : nullptr;
+    if (!self)
+        return false;
+    lock.lock();
+    ++m_impl->m_ends;
+    ++m_impl->m_cancellations;
+    m_impl->m_isCancelled = true;
+    m_impl->m_finishedCondition.notify_all();
+    return true;
+}
+
 void Task::wakeWaiters()
 {
     const std::lock_guard<std::mutex> lock(m_impl->m_lock);
@@ -181,6 +203,7 @@ void Task::wakeWaiters()
 std::shared_ptr<TaskQueue> Task::setQueue(std::shared_ptr<TaskQueue> queue)
 {
     const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    m_impl->m_isCancelled = false;
     if (m_impl->m_state != eRunning)
         m_impl->m_queue.swap(queue);
     return queue;

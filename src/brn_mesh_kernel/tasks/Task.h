@@ -105,6 +105,13 @@ public:
     /// Thread: any; blocks until the task has finished, without limit.
     void waitTillFinished();
 
+    /// Takes the task back from its queue, if it has not begun to run. Whoever waits for it goes on, now and until it is
+    /// added again or assigned to; a `dispatchSync` that has made it returns false. Its state stays `ePending`.
+    ///
+    /// \return false if the task is in no queue: it runs, has run, was never added, or is being added at this moment.
+    /// Thread: any. Ownership: the queue's share of the task is released, which may be the last one.
+    bool cancel();
+
 private:
     friend class TaskQueue;
     friend struct TaskQueueCore;
@@ -117,7 +124,7 @@ private:
     std::shared_ptr<TaskQueue> setQueue(std::shared_ptr<TaskQueue> queue);
     // Withdrawing is for a caller that tells its own one: it returns false then, and the task is in no queue.
     bool waitOrWithdraw(bool mayWithdraw);
-    bool waitForRunAfter(std::uint64_t runsBefore, bool mayWithdraw);
+    bool waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw);
     void wakeWaiters();
 
     std::unique_ptr<TaskImpl> m_impl;
