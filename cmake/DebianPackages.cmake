@@ -25,11 +25,6 @@ set(CPACK_BRN_OBJCOPY "${CMAKE_OBJCOPY}")
 set(this_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(kernel_package "libbrn-mesh-kernel${BRN_SOVERSION}")
 set(widgets_package "libbrn-mesh-widgets${BRN_SOVERSION}")
-if(QT_VERSION_MAJOR EQUAL 6)
-  set(qt_package "qt6-base-dev")
-else()
-  set(qt_package "qtbase5-dev")
-endif()
 
 # brn_debian_package(<component> <package> SECTION <section> SUMMARY <line> DESCRIPTION <lines>... [DEPENDS <packages>])
 macro(brn_debian_package component package)
@@ -75,7 +70,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debi
 brn_debian_package(
   development libbrn-mesh-kernel-dev
   SECTION libdevel
-  DEPENDS "${kernel_package} ${this_version}, ${qt_package}"
+  DEPENDS "${kernel_package} ${this_version}, ${BRN_QT_PACKAGE}"
   SUMMARY "Run-time services for mesh processing - development files"
   DESCRIPTION ${about_kernel} "This package holds the headers, the CMake package and the entry for" "pkg-config."
 )
@@ -91,7 +86,7 @@ if(TARGET brn_mesh_widgets)
   brn_debian_package(
     widgets-development libbrn-mesh-widgets-dev
     SECTION libdevel
-    DEPENDS "${widgets_package} ${this_version}, libbrn-mesh-kernel-dev ${this_version}, ${qt_package}"
+    DEPENDS "${widgets_package} ${this_version}, libbrn-mesh-kernel-dev ${this_version}, ${BRN_QT_PACKAGE}"
     SUMMARY "Qt widgets for mesh processing - development files"
     DESCRIPTION ${about_widgets} "This package holds the headers and the CMake package."
   )

@@ -18,7 +18,7 @@ skip() {
 [ $# -gt 0 ] || set -- packages readme
 [ "$(id -u)" -eq 0 ] || skip "making one needs root"
 chroot / true 2>/dev/null || skip "chroot is not allowed here"
-tools/setup.sh debootstrap
+tools/setup.sh --none debootstrap
 
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/brn_mesh_kernel
 release=bookworm
