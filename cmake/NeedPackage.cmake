@@ -20,9 +20,9 @@ macro(brn_need_package debian_package name)
   endif()
 endmacro()
 
-# brn_need_program(<Debian package> <variable> <name>...)
+# brn_need_program(<Debian package> <variable> <name>...): the package's own program, whatever else PATH holds.
 macro(brn_need_program debian_package variable)
-  find_program(${variable} NAMES ${ARGN})
+  find_program(${variable} NAMES ${ARGN} HINTS /usr/bin)
   if(NOT ${variable})
     brn_report_missing("The program ${ARGV2}" ${debian_package})
   endif()
