@@ -4,9 +4,9 @@
 /// survive. The comparison with the record has to find every one.
 
 #if defined(PLANT_REMOVED_EXPORT)
-#  define PLANTED_AREA_EXPORT
+#define PLANTED_AREA_EXPORT
 #else
-#  define PLANTED_AREA_EXPORT PLANTED_EXPORT
+#define PLANTED_AREA_EXPORT PLANTED_EXPORT
 #endif
 
 namespace Brennic::Planted {
