@@ -7,7 +7,7 @@
 
 namespace Brennic::Core {
 
-/// Whether the standard output is shown to somebody.
+/// Whether the standard output is shown to somebody, by a terminal that moves its cursor when told to.
 bool isOutputATerminal();
 
 /// The width of that terminal in columns at this moment; 80 where it does not tell.

@@ -1,5 +1,8 @@
 #include <brn_mesh_kernel/progress/Terminal.h>
 
+#include <cstdlib>
+#include <string_view>
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -7,7 +10,10 @@ namespace Brennic::Core {
 
 bool isOutputATerminal()
 {
-    return ::isatty(STDOUT_FILENO) == 1;
+    const char* const kind = std::getenv("TERM");
+    const bool isDumb =
+        kind != nullptr && std::string_view(kind) == "dumb"; // it would show the sequences as text
+    return ::isatty(STDOUT_FILENO) == 1 && !isDumb;
 }
 
 std::size_t terminalWidth()
