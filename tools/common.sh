@@ -55,7 +55,7 @@ watched() {
   wait "$shower" 2>/dev/null || true
   if can_redraw; then printf '\r\033[K'; fi
   if [ "$status" -ne 0 ]; then
-    grep -vE '^(dl|pm)status:' "$log" >&2 || true
+    grep -vE '^(dl|pm)status:' "$log" | tail -n 100 >&2 || true
     say "failed: $*" >&2
   fi
   rm -f "$log"

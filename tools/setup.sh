@@ -51,9 +51,15 @@ if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
   exit 1
 fi
 
-# What apt writes to its status descriptor says in a line how far it is; `watched` shows that.
+options=(-o APT::Status-Fd=3 -o Dpkg::Use-Pty=0)
+# dpkg has every file written to the disk before it goes on, for the sake of a machine that loses its power meanwhile. That is
+# most of the time, and a chroot or container, where no system runs, is made anew instead.
+[ -d /run/systemd/system ] || options+=(-o Dpkg::Options::=--force-unsafe-io)
+
+# What apt writes to its status descriptor says in a line how far it is; `watched` shows that. sudo hands on no such descriptor,
+# and apt keeps it from dpkg's scripts, so that it cannot be the standard output.
 apt() {
-  watched as_root env DEBIAN_FRONTEND=noninteractive apt-get -o APT::Status-Fd=1 -o Dpkg::Use-Pty=0 "$@"
+  watched as_root env DEBIAN_FRONTEND=noninteractive sh -c 'exec apt-get "$@" 3>&1' apt-get "${options[@]}" "$@"
 }
 
 say "Installing ${missing[*]}"
