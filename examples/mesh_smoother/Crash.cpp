@@ -5,7 +5,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "IllegalInstruction.h"
+#include "Platform.h"
 
 // Not in the unnamed one, where the compiler would see that only one function can be called.
 namespace CrashShapes {

@@ -1,4 +1,4 @@
-#include "CrashNotice.h"
+#include "Crash.h"
 
 #include <array>
 #include <string>
@@ -8,7 +8,7 @@
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
 
-#include "StandardError.h"
+#include "Platform.h"
 
 namespace {
 

@@ -5,8 +5,10 @@
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
 
-#include "CrashNotice.h"
+#include "Crash.h"
 #include "Options.h"
+#include "Pipeline.h"
+#include "ResidentMemory.h"
 
 using Brennic::Core::Kernel;
 namespace FileUtil = Brennic::Objects::FileUtil;
@@ -30,4 +32,14 @@ KernelSession::KernelSession(const Options& options, Brennic::Core::IProfilerSou
 KernelSession::~KernelSession()
 {
     Kernel::Instance().Terminate();
+}
+
+std::int64_t ProcessSource::MemoryUsage()
+{
+    return residentMemoryInBytes();
+}
+
+std::int64_t ProcessSource::FrameCount()
+{
+    return m_pipeline.iterationsDone();
 }

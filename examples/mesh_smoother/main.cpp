@@ -22,11 +22,9 @@
 #include "KernelSession.h"
 #include "Options.h"
 #include "Pipeline.h"
-#include "ProcessSource.h"
-#include "ReportTable.h"
+#include "Platform.h"
+#include "Printing.h"
 #include "RunFiles.h"
-#include "StageTimes.h"
-#include "Terminal.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <QFrame>
 #include <QRect>
 
-#include "Waypoint.h"
+#include "WaypointFile.h"
 
 class WaypointChart : public QFrame
 {

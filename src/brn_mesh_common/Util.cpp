@@ -36,6 +36,7 @@ Core::EKvsStatus QueryVersionInfo(VersionInfo& versionInfo)
     return Core::Success;
 }
 
+// On Windows, Nowide's conversion would take the character after a lone first half along with it.
 std::string ConvertToChar(const std::wstring& text)
 {
     if constexpr (sizeof(wchar_t) == sizeof(char16_t))

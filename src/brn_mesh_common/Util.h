@@ -13,15 +13,15 @@
 
 #include <string>
 
+#include <brn_mesh_common/EKvsStatus.h>
 #include <brn_mesh_common/Export.h>
-#include <brn_mesh_kernel/kernel/EKvsStatus.h>
 
 namespace Brennic::Objects::Util {
 
 /// The version texts of a product and of the file (module) that runs.
 struct VersionInfo
 {
-    std::wstring companyName;        ///< who makes the product
+    std::wstring companyName;        ///< the maker of the product
     std::wstring fileDescription;    ///< what the file is
     std::wstring fileVersion;        ///< version of the file, as text
     std::wstring productDescription; ///< what the product is
@@ -45,7 +45,7 @@ BRN_MESH_COMMON_EXPORT Core::EKvsStatus QueryVersionInfo(VersionInfo& versionInf
 
 /// Returns the file name of the running executable, without its directory; on Windows without ".exe" too.
 ///
-/// Never empty: "process" where the system does not tell.
+/// Never empty: "process" if the name is unknown.
 /// Thread: any. Allocates, so not for signal handlers.
 BRN_MESH_COMMON_EXPORT std::wstring GetCurrentProcessName();
 

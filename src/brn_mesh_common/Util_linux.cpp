@@ -7,6 +7,8 @@
 
 #include <boost/nowide/convert.hpp>
 
+#include <brn_mesh_common/VersionResources.h>
+
 namespace Brennic::Objects::Util {
 
 namespace {
@@ -39,6 +41,12 @@ std::wstring GetCurrentProcessName()
 {
     const std::string name = executableFileName();
     return name.empty() ? L"process" : boost::nowide::widen(name);
+}
+
+// Executables and shared objects carry no version texts here.
+bool readVersionResources(VersionInfo& /*versionInfo*/)
+{
+    return false;
 }
 
 } // namespace Brennic::Objects::Util

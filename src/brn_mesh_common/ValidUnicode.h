@@ -1,13 +1,13 @@
 #pragma once
 /// \file
-/// Internal, not installed. Text of UTF-16 units that may be part of no character.
+/// Internal, not installed. UTF-16 text that may have unpaired surrogates.
 
 #include <string>
 
 namespace Brennic::Objects::Util {
 
-/// Replaces each unit of UTF-16 that is part of no character by U+FFFD, and nothing else. A conversion to UTF-8
-/// would take the character after a lone first half along with it.
+/// Replaces each unpaired surrogate by U+FFFD. Without this, a conversion to UTF-8 would also lose the character that
+/// follows a lone first half.
 inline std::wstring validUnicode(std::wstring text)
 {
     const auto isFirstHalf = [](wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; };

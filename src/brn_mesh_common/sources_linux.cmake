@@ -8,22 +8,18 @@ set(minidump_sources
     minidump/DumpWriter_linux.cpp
     minidump/ElfBuildId_linux.cpp
     minidump/HelperProcess_linux.cpp
+    minidump/MachineRecords_linux.cpp
     minidump/MemoryList_linux.cpp
     minidump/MemoryMap_linux.cpp
     minidump/ModuleList_linux.cpp
     minidump/ProcFile_linux.cpp
-    minidump/ProcessMemory_linux.cpp
     minidump/RaisedLimits_linux.cpp
-    minidump/RegisterContext_linux.cpp
-    minidump/SignalAction_linux.cpp
     minidump/SignalledThreads_linux.cpp
-    minidump/StackFinder_linux.cpp
-    minidump/SystemInfo_linux.cpp
     minidump/ThreadPlace_linux.cpp
-    minidump/WholeFile_linux.cpp
+    minidump/AtomicFile_linux.cpp
     minidump/TracedThreads_linux.cpp
 )
-target_sources(brn_mesh_common PRIVATE ${minidump_sources})
+target_sources(brn_mesh_common PRIVATE WinUtil_linux.cpp ${minidump_sources})
 # ThreadSanitizer does not know processes that share memory.
 if(BRN_SANITIZER MATCHES "thread")
   set_source_files_properties(${minidump_sources} PROPERTIES COMPILE_OPTIONS -fno-sanitize=thread)

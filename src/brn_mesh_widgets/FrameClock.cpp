@@ -27,7 +27,7 @@ bool FrameClock::event(QEvent* event)
     return true;
 }
 
-// The time counts from the frame's end, so that slow views leave the event loop its share.
+// The interval counts from the end of a frame, so that slow views leave time for other events.
 void FrameClock::begin()
 {
     const QPointer<FrameClock> self(this); // a slot may destroy the model

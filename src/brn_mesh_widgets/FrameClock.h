@@ -24,7 +24,7 @@ public:
     explicit FrameClock(QObject* parent);
     ~FrameClock() override;
 
-    /// Returns what asks for the next frame; it may outlive this object.
+    /// Returns the object that requests the next frame; it may outlive this clock.
     const std::shared_ptr<FrameRequest>& request() const { return m_request; }
 
     bool event(QEvent* event) override;

@@ -34,7 +34,7 @@ public:
     /// Thread: GUI thread.
     void accept();
 
-    /// Lets go of the target; requests do nothing from now on.
+    /// Forgets the target; later requests do nothing.
     /// Thread: GUI thread.
     void detach();
 

@@ -65,7 +65,7 @@ QRect runningPiece(const QRect& bar, qint64 milliseconds)
     return {bar.left() + static_cast<int>(way * (bar.width() - width)), bar.top(), width, bar.height()};
 }
 
-// By the style's full bar, of which one piece is let through: styles animate their own busy bars in widgets only.
+// Draws the style's full bar, clipped to one piece: styles animate their own busy bars in widgets only.
 void paintIndeterminate(QPainter* painter, QStyleOptionProgressBar bar, const QStyleOptionViewItem& option,
                         qint64 milliseconds)
 {
@@ -116,7 +116,7 @@ void ProgressDelegate::ProgressDelegateImpl::keepMoving(const QWidget* widget, c
         timer.start();
 }
 
-// What was not painted since the last tick is not visible: without any such cell there is nothing to move.
+// A cell that was not painted since the last tick is not visible. Without any visible cell the timer stops.
 void ProgressDelegate::ProgressDelegateImpl::tick()
 {
     if (m_paintedCells.empty())

@@ -14,7 +14,7 @@ const ProgressNode& nodeOf(const QModelIndex& index)
     return *static_cast<const ProgressNode*>(index.internalPointer());
 }
 
-// Rounded down: what is not complete does not say so.
+// Rounded down, so that only a complete progress shows 100 %.
 QString percentage(const ProgressNode& node)
 {
     if (node.totalUnitCount() <= 0)
@@ -124,7 +124,7 @@ void ProgressModel::ProgressModelImpl::appendNewRows(ProgressNode& node)
     model.endInsertRows();
 }
 
-// One signal for neighbours: a view may look at its whole viewport for each.
+// One signal for adjacent rows: a view may examine its whole viewport for each signal.
 void ProgressModel::ProgressModelImpl::announce(const std::vector<ProgressNode*>& changed)
 {
     for (std::size_t first = 0; first < changed.size();) {

@@ -12,11 +12,11 @@
 /// model watches the progress, and leaves its delegate to the host.
 ///
 /// Threads: the model belongs to the GUI thread. The tree may be reported on, grow and be destroyed in any
-/// threads. A report marks what has changed and is never held up; the model reads it in the GUI thread, once
-/// per frame of 16 ms at most, however many reports there were.
+/// threads. A report only marks what has changed and never blocks; the model reads it in the GUI thread, at most once
+/// per frame of 16 ms, however many reports there were.
 ///
 /// Lifetime: the model does not own the progress and keeps none alive: it shares their states. Rows of a tree
-/// that has gone stay as they were last, until the next `setProgress`.
+/// that has been destroyed keep their last values, until the next `setProgress`.
 
 #include <memory>
 
@@ -71,7 +71,7 @@ public:
     /// Thread: GUI thread.
     explicit ProgressModel(QObject* parent = nullptr);
 
-    /// Lets go of the tree, whose threads are not waited for.
+    /// Releases the tree, without waiting for threads that report on it.
     /// Thread: GUI thread.
     ~ProgressModel() override;
 

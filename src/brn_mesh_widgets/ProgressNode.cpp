@@ -6,7 +6,7 @@
 
 namespace Brennic::Widgets {
 
-// Watched before it is read: a change between the two is noticed.
+// Added as a watcher before the first read, so that no change in between is missed.
 ProgressNode::ProgressNode(std::shared_ptr<Core::ProgressState> state,
                            const std::shared_ptr<FrameRequest>& request)
     : m_state(std::move(state)), m_watch(std::make_shared<ProgressWatch>(request))
@@ -17,7 +17,7 @@ ProgressNode::ProgressNode(std::shared_ptr<Core::ProgressState> state,
 
 bool ProgressNode::read()
 {
-    const bool hasEnded = m_state->hasEnded(); // first: what is read after the end is final
+    const bool hasEnded = m_state->hasEnded(); // read first: values that are read after the end are final
     Values values{QString::fromStdWString(m_state->getDescription()), m_state->getTotalUnitCount(),
                   m_state->getCompletedUnitCount(), hasEnded};
     const auto shown = [](const Values& all) {

@@ -33,7 +33,7 @@ private:
 ProgressStatusBar::ProgressStatusBarImpl::ProgressStatusBarImpl(ProgressStatusBar& owner)
     : m_owner(owner), m_label(new QLabel(&owner)), m_bar(new QProgressBar(&owner))
 {
-    m_label->setTextFormat(Qt::PlainText); // a description is no markup
+    m_label->setTextFormat(Qt::PlainText); // a description must not be interpreted as rich text
     auto* const layout = new QHBoxLayout(&owner);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_label);
@@ -93,7 +93,7 @@ ProgressStatusBar::ProgressStatusBar(QWidget* parent)
 
 ProgressStatusBar::~ProgressStatusBar()
 {
-    m_impl->setModel(nullptr); // the own model goes later than what listens to it
+    m_impl->setModel(nullptr); // the own model is destroyed after the members that listen to it
 }
 
 void ProgressStatusBar::setProgress(const std::shared_ptr<Core::Progress>& progress)

@@ -7,10 +7,10 @@
 ///     bar->setProgress(import);
 ///
 /// Of a tree it shows the root. While the total is not known, the bar is a busy one. When the progress is
-/// complete, or has gone, the widget says so, or shows nothing any more.
+/// complete or has been destroyed, the widget says so or hides its contents.
 ///
-/// Threads: the widget belongs to the GUI thread; the progress may be reported on in any. Of its reports one
-/// in 16 ms is shown at most.
+/// Threads: the widget belongs to the GUI thread; the progress may be reported on in any thread. The widget shows at
+/// most one report every 16 ms.
 ///
 /// Lifetime: the widget does not own the progress and does not keep it alive.
 
@@ -43,7 +43,7 @@ public:
     /// Thread: GUI thread.
     explicit ProgressStatusBar(QWidget* parent = nullptr);
 
-    /// Lets go of the progress.
+    /// Releases the progress.
     /// Thread: GUI thread.
     ~ProgressStatusBar() override;
 

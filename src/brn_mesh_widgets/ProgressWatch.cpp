@@ -21,7 +21,8 @@ void ProgressWatch::progressCompleted(Core::Progress*, const std::wstring&)
     mark();
 }
 
-// Whoever sets the mark asks for the frame; the others would only make its cache line travel.
+// Only the thread that sets the mark requests the frame. The others read first, so that they do not contend for
+// the cache line.
 void ProgressWatch::mark()
 {
     if (!m_isChanged && !m_isChanged.exchange(true))

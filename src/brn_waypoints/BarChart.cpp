@@ -7,8 +7,7 @@
 #include <QHash>
 #include <QXmlStreamWriter>
 
-#include <brn_mesh_kernel/progress/DisplayWidth.h>
-#include <brn_waypoints/SummaryTable.h>
+#include <brn_console/DisplayWidth.h>
 
 namespace Brennic::Waypoints {
 

@@ -1,4 +1,4 @@
-#include <brn_waypoints/ChromeTrace.h>
+#include <brn_waypoints/Outputs.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include <brn_waypoints/HtmlPage.h>
+#include <brn_waypoints/Outputs.h>
 
 #include <ostream>
 
@@ -7,7 +7,6 @@
 
 #include <brn_waypoints/BarChart.h>
 #include <brn_waypoints/Summary.h>
-#include <brn_waypoints/SummaryTable.h>
 
 namespace Brennic::Waypoints {
 

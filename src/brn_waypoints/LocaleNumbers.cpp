@@ -41,7 +41,7 @@ std::optional<Number> split(const QString& text)
     return number;
 }
 
-// Letters would be an exponent, or no number at all.
+// A letter would be part of an exponent, or the text is not a number.
 bool areSeparatorsOfOneKind(const Number& number, std::size_t count)
 {
     const auto end = number.separators.begin() + static_cast<std::ptrdiff_t>(count);
@@ -50,7 +50,7 @@ bool areSeparatorsOfOneKind(const Number& number, std::size_t count)
     });
 }
 
-// The first groups are the whole part, the one that may be left is the fraction.
+// The first groups form the integer part; a group after them is the fraction.
 double valueOf(const Number& number, std::size_t wholeGroups)
 {
     QString digits;

@@ -1,11 +1,12 @@
 #pragma once
 /// \file
-/// Reads numbers as a C++ locale has written them, without being told which.
+/// Reads numbers that were written under an unknown C++ locale.
 ///
 /// A report is written under one locale. Which character groups digits and which is the decimal point shows in
 /// some of its numbers; the others are read by that. Seconds have three decimals at most and no zeros at their
-/// end, so `0,25` and `1.234,5` have a decimal point, and `1,230` and `1.234.567` have grouped digits. Where nothing
-/// tells, as in a lone `1.234`, it is a decimal point: it takes whole seconds, a thousand of them, for the other.
+/// end, so `0,25` and `1.234,5` have a decimal point, and `1,230` and `1.234.567` have grouped digits. Where a
+/// report has only ambiguous numbers such as `1.234`, the separator is taken for a decimal point: the other
+/// reading would need exactly a thousand or more whole seconds.
 
 #include <cstdint>
 #include <optional>
@@ -18,7 +19,7 @@ namespace Brennic::Waypoints {
 class LocaleNumbers
 {
 public:
-    /// Takes notice of how the number is written, if it is one.
+    /// Remembers the separators of the number, if the text is one.
     void learnInteger(const QString& text);
     void learnSeconds(const QString& text);
 

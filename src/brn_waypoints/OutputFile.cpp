@@ -1,4 +1,4 @@
-#include <brn_waypoints/OutputFile.h>
+#include <brn_waypoints/Outputs.h>
 
 #include <cerrno>
 #include <fstream>
@@ -45,7 +45,7 @@ void writeTo(const fs::path& place, const std::string& name, const Writer& write
         fail(name, reasonOf(errno));
 }
 
-// Gone again when it has not taken its place.
+// Removed by the destructor unless it has replaced the target.
 class NewFile
 {
 public:
@@ -83,7 +83,7 @@ private:
     bool m_isKept = false;
 };
 
-// Of a link the file that it leads to.
+// For a link, the file that it leads to: the link itself is kept.
 fs::path target(const fs::path& file)
 {
     std::error_code error;

@@ -25,7 +25,7 @@ struct NumberText
     QString text;
 };
 
-// A waypoint whose numbers are not understood yet.
+// A waypoint whose numbers have not been parsed: that needs the separators of all of them.
 struct WrittenWaypoint
 {
     QString name;
@@ -52,8 +52,9 @@ bool isBlank(QChar character)
     return character == QLatin1Char('\t') || character == QLatin1Char('\n') || character == QLatin1Char('\r');
 }
 
-// The writer lets through what XML does not allow, and a terminal should not get: control characters are shown by
-// their pictures instead, and what is no character by the sign for that.
+// The library writes names as they are, so a report may have characters that XML forbids and that a terminal
+// would obey. Control characters are replaced by their visible symbols, and invalid ones by the replacement
+// character.
 QChar asAllowed(QChar character)
 {
     constexpr char16_t pictures = 0x2400;
@@ -68,7 +69,7 @@ QChar asAllowed(QChar character)
     return isControl || code >= firstNoCharacter ? QChar(QChar::ReplacementCharacter) : character;
 }
 
-// Of one line, also if a reference to a character has put a line end into it.
+// Also replaces line breaks that were written as character references.
 QString oneLine(QString text)
 {
     for (QChar& character : text)
@@ -76,7 +77,7 @@ QString oneLine(QString text)
     return text;
 }
 
-// A separator of digits may be a byte that is no UTF-8; it becomes the sign for what is no character.
+// A locale's separator of digits may be a byte that is not UTF-8; it becomes the replacement character.
 QString decoded(const QByteArray& bytes)
 {
     QString text = QString::fromUtf8(bytes);
@@ -112,7 +113,7 @@ private:
     }
     [[noreturn]] void failHere(const QString& what) const { failAt(m_reader.lineNumber(), what); }
 
-    // A kernel without waypoints and versions writes no more than that.
+    // A kernel without waypoints and versions writes the declaration alone.
     bool isDeclarationAlone() const
     {
         const QString text = m_text.trimmed();
@@ -182,7 +183,7 @@ private:
                                           integer(written, written.memory)});
     }
 
-    // The writer keeps 32 bits.
+    // The library writes the low 32 bits.
     std::int64_t integer(const WrittenWaypoint& waypoint, const NumberText& number) const
     {
         using Limits = std::numeric_limits<std::int32_t>;
@@ -192,7 +193,7 @@ private:
         return static_cast<std::int64_t>(value);
     }
 
-    // 64 bits of milliseconds.
+    // The library counts milliseconds in 64 bits.
     double seconds(const WrittenWaypoint& waypoint) const
     {
         constexpr double longest = 9223372036854776.0;
@@ -224,7 +225,7 @@ private:
     Report m_report;
 };
 
-// Told at once, whatever is behind it: a device may have no end.
+// Fails as soon as the beginning is not XML, without reading the rest: a device may never end.
 void requireXml(const QByteArray& beginning, const QString& title)
 {
     const QByteArray text = beginning.startsWith("\xEF\xBB\xBF") ? beginning.mid(3) : beginning;

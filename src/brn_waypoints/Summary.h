@@ -1,10 +1,13 @@
 #pragma once
 /// \file
-/// What the waypoints of each name of a report come to.
+/// What the waypoints of each name of a report come to, as numbers and as the texts of every kind of output.
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
+
+#include <QString>
+#include <QStringList>
 
 #include <brn_waypoints/Report.h>
 
@@ -35,5 +38,17 @@ private:
     std::vector<SummaryRow> m_rows;
     SummaryRow m_total;
 };
+
+/// The headings: name, count, seconds, share, frames, memory.
+QStringList summaryHeadings();
+
+/// The cells of a row below \ref summaryHeadings.
+QStringList summaryCells(const Summary& summary, const SummaryRow& row);
+
+/// All rows, and the total as the last.
+std::vector<QStringList> summaryTable(const Summary& summary);
+
+/// "1.234": seconds with their milliseconds.
+QString secondsText(double seconds);
 
 } // namespace Brennic::Waypoints

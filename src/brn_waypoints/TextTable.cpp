@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <brn_mesh_kernel/progress/DisplayWidth.h>
+#include <brn_console/DisplayWidth.h>
 
 namespace Brennic::Waypoints {
 

@@ -9,14 +9,12 @@
 
 #include <boost/nowide/args.hpp>
 
-#include <brn_waypoints/ChromeTrace.h>
-#include <brn_waypoints/HtmlPage.h>
+#include <brn_console/Terminal.h>
 #include <brn_waypoints/Options.h>
-#include <brn_waypoints/OutputFile.h>
+#include <brn_waypoints/Outputs.h>
 #include <brn_waypoints/ReportReader.h>
-#include <brn_waypoints/SummaryTable.h>
+#include <brn_waypoints/Summary.h>
 #include <brn_waypoints/TextTable.h>
-#include <brn_waypoints/Utf8Console.h>
 
 namespace {
 
@@ -39,7 +37,7 @@ void printTables(const std::vector<Report>& reports, std::ostream& out)
     }
 }
 
-// All reports are read before anything is written.
+// Reads all reports before it writes anything, so that a bad report leaves no partial output.
 void run(const Options& options)
 {
     std::vector<Report> reports;
@@ -64,7 +62,7 @@ int fail(const char* message)
 int main(int argc, char** argv)
 {
     const boost::nowide::args utf8Arguments(argc, argv);
-    const Utf8Console console;
+    const Brennic::Core::Utf8Console console;
     try {
         if (const std::optional<Options> options = parseCommandLine(argc, argv))
             run(*options);

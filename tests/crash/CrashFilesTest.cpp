@@ -12,12 +12,6 @@ class CrashFiles : public CrashFixture
 {
 };
 
-class CrashFilesInUnusualDirectory : public CrashFixture
-{
-protected:
-    CrashFilesInUnusualDirectory() : CrashFixture("Gr\u00f6\u00dfe \u6a21 \U0001F600") {}
-};
-
 std::filesystem::path copyOfChild(const std::filesystem::path& directory)
 {
     std::filesystem::create_directories(directory);
@@ -26,36 +20,6 @@ std::filesystem::path copyOfChild(const std::filesystem::path& directory)
 }
 
 } // namespace
-
-TEST_F(CrashFiles, withoutALogPathAreBareNamesInTheWorkingDirectory)
-{
-    EXPECT_EQ(crash("null-write", {"log=none", "handler=true"}).exitCode, 1);
-    expectGoodDump(m_directory / "crash_child.dmp", SIGSEGV, "crashByNullWrite");
-    EXPECT_TRUE(std::filesystem::exists(m_directory / "crash_child_command_log.xml"));
-    EXPECT_EQ(handlersPath(), "crash_child.dmp");
-}
-
-TEST_F(CrashFiles, followALogPathThatIsSetAndInitialisedAnew)
-{
-    EXPECT_EQ(crash("null-write", {"log=re-pointed", "handler=true"}).exitCode, 1);
-    expectGoodDump(m_host / "other" / "crash_child.dmp", SIGSEGV, "crashByNullWrite");
-    EXPECT_THAT(dumpsIn(m_host), ::testing::IsEmpty());
-    EXPECT_EQ(handlersPath(), m_host / "other" / "crash_child.dmp");
-}
-
-TEST_F(CrashFiles, ofTwoKernelsAreTheFirstOnesIfTheSecondHasNoLogPath)
-{
-    EXPECT_EQ(crash("null-write", {"log=two-kernels"}).signal, SIGSEGV);
-    expectReport();
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}
-
-TEST_F(CrashFiles, ofTwoKernelsAreTheSecondOnesIfItHasALogPath)
-{
-    EXPECT_EQ(crash("null-write", {"log=two-kernels-with-paths"}).signal, SIGSEGV);
-    expectGoodDump(m_host / "other" / "crash_child.dmp", SIGSEGV, "crashByNullWrite");
-    EXPECT_THAT(dumpsIn(m_host), ::testing::IsEmpty());
-}
 
 TEST_F(CrashFiles, ofAnEarlierCrashAreReplaced)
 {
@@ -90,14 +54,6 @@ TEST_F(CrashFiles, areReadableByTheirOwnerAlone)
     crash("null-write");
     const auto permissions = std::filesystem::status(dump()).permissions();
     EXPECT_EQ(permissions, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-}
-
-TEST_F(CrashFilesInUnusualDirectory, areInThatDirectory)
-{
-    EXPECT_EQ(crash("null-write", {"handler=true"}).exitCode, 1);
-    expectReport();
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-    EXPECT_EQ(handlersPath(), dump().string());
 }
 
 TEST_F(CrashFiles, ofAProgramThatWasDeletedNameItByItsPathAndBuildId)

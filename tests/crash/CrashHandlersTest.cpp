@@ -12,67 +12,6 @@ class CrashHandler : public CrashFixture
 
 } // namespace
 
-TEST_F(CrashHandler, thatReturnsTrueIsFollowedByExitCodeOne)
-{
-    const ProcessEnd end = crash("null-write", {"handler=true"});
-    EXPECT_EQ(end.exitCode, 1);
-    EXPECT_LT(end.time.count(), usualTime);
-    EXPECT_EQ(handlersPath(), dump().string());
-    expectReport();
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}
-
-TEST_F(CrashHandler, thatReturnsFalseIsFollowedByExitCodeOneToo)
-{
-    EXPECT_EQ(crash("abort", {"handler=false"}).exitCode, 1);
-    EXPECT_EQ(handlersPath(), dump().string());
-    expectGoodDump(dump(), SIGABRT, "crashByAbort");
-}
-
-TEST_F(CrashHandler, findsReportAndDumpFinished)
-{
-    EXPECT_EQ(crash("null-write", {"handler=check-files"}).exitCode, 1);
-    EXPECT_EQ(readFile(m_host / "found"), "dump and report");
-}
-
-TEST_F(CrashHandler, isCalledOnTheCrashingThread)
-{
-    crash("null-write", {"handler=note-thread", "in=thread"});
-    EXPECT_EQ(readFile(m_host / "thread"), std::to_string(Minidump(dump()).crashedThread()));
-}
-
-TEST_F(CrashHandler, thatCrashesEndsTheProcessAllTheSame)
-{
-    const ProcessEnd end = crash("null-write", {"handler=segfault"});
-    EXPECT_EQ(end.exitCode, 1);
-    EXPECT_LT(end.time.count(), usualTime);
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}
-
-TEST_F(CrashHandler, thatAbortsEndsTheProcessAllTheSame)
-{
-    EXPECT_EQ(crash("null-write", {"handler=abort"}).exitCode, 1);
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}
-
-TEST_F(CrashHandler, thatAbortsInAnAbortEndsTheProcessAllTheSame)
-{
-    EXPECT_EQ(crash("abort", {"handler=abort"}).exitCode, 1);
-    expectGoodDump(dump(), SIGABRT, "crashByAbort");
-}
-
-TEST_F(CrashHandler, thatThrowsEndsTheProcessAllTheSame)
-{
-    EXPECT_EQ(crash("null-write", {"handler=throw"}).exitCode, 1);
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}
-
-TEST_F(CrashHandler, thatEndsItsThreadEndsTheProcessAllTheSame)
-{
-    EXPECT_EQ(crash("null-write", {"handler=end-thread", "in=thread"}).exitCode, 1);
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}
-
 TEST_F(CrashHandler, mayWaitAsLongAsItLikes)
 {
     constexpr std::chrono::seconds longerThanAnyLimit{7};
@@ -107,26 +46,12 @@ TEST_F(CrashHandler, thatHangsInABrokenHeapIsEndedAfterFiveSeconds)
     expectGoodDump(dump(), SIGABRT, "crashInHeapByDoubleFree");
 }
 
-TEST_F(CrashHandler, mayAllocateAfterAnOrdinaryCrash)
-{
-    const ProcessEnd end = crash("null-write", {"handler=allocate"});
-    EXPECT_EQ(end.exitCode, 1);
-    EXPECT_LT(end.time.count(), usualTime);
-}
-
 TEST_F(CrashHandler, thatForksAChildThatCrashesIsNotCalledAgain)
 {
     const ProcessEnd end = crash("null-write", {"handler=fork-and-crash"});
     EXPECT_EQ(end.exitCode, 1);
     EXPECT_LT(end.time.count(), usualTime);
     EXPECT_THAT(dumpsIn(m_host), ::testing::ElementsAre(dump()));
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}
-
-TEST_F(CrashHandler, mayReplaceItself)
-{
-    EXPECT_EQ(crash("null-write", {"handler=change-settings"}).exitCode, 1);
-    EXPECT_EQ(handlersPath(), dump().string());
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
 }
 

@@ -16,15 +16,6 @@ protected:
 
 } // namespace
 
-TEST_F(CrashInside, aDirectorySetAfterInitializeMeansNoReportAndADumpAmongTheTemporaryFiles)
-{
-    EXPECT_EQ(startInside("null-write").wait().exitCode, 1);
-    EXPECT_EQ(handlersPath(), "");
-    EXPECT_THAT(dumpsIn(m_host), ::testing::IsEmpty());
-    EXPECT_FALSE(std::filesystem::exists(m_host / "crash_child_inside_command_log.xml"));
-    expectGoodDump(temporaryDump(), SIGSEGV, "crashByNullWrite");
-}
-
 TEST_F(CrashInside, aDumpWithoutAPathIsNamedAfterProcessIdAndTimeAndCannotBeGuessed)
 {
     ChildProcess child = startInside("null-write");

@@ -328,10 +328,3 @@ TEST_F(CrashSituation, aReportThatCannotBeWrittenCostsNothing)
     expectDeath(crash("null-write"));
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
 }
-
-TEST_F(CrashSituation, settingsThatChangeAllTheTimeDoNotMatter)
-{
-    EXPECT_EQ(crash("null-write", {"after=changing-settings"}).exitCode, 1);
-    expectReport();
-    expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
-}

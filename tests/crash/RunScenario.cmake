@@ -10,7 +10,7 @@
 #   FUNCTION   a function that is on the crashing thread's stack
 #   REPORT     "whole" by default, "begun" or "none"
 #   REPORT_HAS, REPORT_HAS_TOO  lines of it
-#   HANDLER    what the host's handler was given; not called by default
+#   HANDLER    what the host's handler was given, "path" for the path of the dump; not called by default
 #   NOTE, FOUND  a file in the host's directory, and what it says: "the crashed thread" for that thread's number
 foreach(name IN ITEMS EMULATOR PROGRAM LLDB OBJ2YAML WORK_DIR ARGUMENTS EXIT)
   if(NOT DEFINED ${name})
@@ -92,8 +92,11 @@ execute_process(
 )
 expect_equal("the exit code" "${exit_code}" "${EXIT}")
 
+set(DUMP_PATH "${HOST}/${program_name}.dmp")
 if(NOT DUMP)
-  set(DUMP "${HOST}/${program_name}.dmp")
+  set(DUMP "${DUMP_PATH}")
+elseif(NOT DUMP MATCHES "^(none|temporary)$")
+  set(DUMP_PATH "${DUMP}")
 endif()
 file(GLOB_RECURSE dumps "${WORK_DIR}/*.dmp" "${WORK_DIR}/*.part")
 if(DUMP STREQUAL "none")
@@ -121,6 +124,8 @@ foreach(part IN LISTS expected_report REPORT_HAS REPORT_HAS_TOO)
 endforeach()
 if(NOT DEFINED HANDLER)
   set(HANDLER "no file")
+elseif(HANDLER STREQUAL "path")
+  string(REPLACE "/" "\\" HANDLER "${DUMP_PATH}")
 endif()
 text_of("${host_dir}/handler" handler)
 expect_equal("what the handler was given" "${handler}" "${HANDLER}")

@@ -18,6 +18,7 @@ function(brn_crash_test name)
     ${name}
     PRIVATE BRN_CRASH_CHILD="$<TARGET_FILE:crash_child>"
             BRN_CRASH_CHILD_INSIDE="$<TARGET_FILE:crash_child_inside>" BRN_LLDB="${BRN_LLDB}" BRN_OBJ2YAML="${BRN_OBJ2YAML}"
+            BRN_CRASH_SCENARIOS="${CMAKE_CURRENT_SOURCE_DIR}/scenarios.txt"
             BRN_MINIDUMP_STACKWALK="${BRN_MINIDUMP_STACKWALK}" BRN_SANITIZER_NAME="${BRN_SANITIZER}"
   )
   target_link_libraries(
@@ -32,8 +33,8 @@ brn_crash_test(
   SOURCES CrashFilesTest.cpp
           CrashHandlersTest.cpp
           CrashInsideTest.cpp
-          CrashKindsTest.cpp
           CrashPlacesTest.cpp
+          CrashScenarioTest.cpp
           CrashSituationsTest.cpp
           CrashUnderDebuggerTest.cpp
           support/ChildProcess.cpp

@@ -7,8 +7,8 @@
 #include <QString>
 #include <boost/nowide/convert.hpp>
 
+#include <brn_console/DisplayWidth.h>
 #include <brn_mesh_kernel/logging/VisibleControls.h>
-#include <brn_mesh_kernel/progress/DisplayWidth.h>
 #include <brn_mesh_kernel/progress/ProgressLine.h>
 
 #include "PlantedFault.h"

@@ -8,10 +8,9 @@
 #include <QByteArray>
 #include <QString>
 
-#include <brn_waypoints/ChromeTrace.h>
-#include <brn_waypoints/HtmlPage.h>
+#include <brn_waypoints/Outputs.h>
 #include <brn_waypoints/ReportReader.h>
-#include <brn_waypoints/SummaryTable.h>
+#include <brn_waypoints/Summary.h>
 #include <brn_waypoints/TextTable.h>
 
 #include "PlantedFault.h"

@@ -1,7 +1,7 @@
 /// \file
 /// For programs that hold the library's own objects: does what DllMain does when the library is loaded.
 
-#include <brn_mesh_kernel/library/LibraryEntry.h>
+#include <brn_mesh_kernel/kernel/LibraryEntry.h>
 
 namespace {
 

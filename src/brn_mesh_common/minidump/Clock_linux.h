@@ -30,7 +30,7 @@ inline std::int64_t monotonicNow()
     return now.tv_sec * nanosecondsPerSecond + now.tv_nsec;
 }
 
-/// A point in time by which something has to be done.
+/// A point in time at which a wait ends.
 class Deadline
 {
 public:
@@ -54,8 +54,8 @@ inline void sleepMicroseconds(std::int64_t microseconds)
     systemCall(SYS_nanosleep, &time, nullptr);
 }
 
-/// Blocks until \p word has another value than \p value. Also wakes for the kernel's wake-up when a process
-/// ends. \return whether it has, before \p deadline.
+/// Blocks until \p word differs from \p value. The kernel's own wake-up at the end of a process ends the wait too.
+/// \return whether it differs; false after \p deadline.
 inline bool waitWhileEqual(const std::atomic<std::uint32_t>& word, std::uint32_t value,
                            const Deadline& deadline)
 {
@@ -64,13 +64,13 @@ inline bool waitWhileEqual(const std::atomic<std::uint32_t>& word, std::uint32_t
         if (left == 0)
             return false;
         const timespec timeout = toTimespec(left);
-        // Not the private kind: the other side may be a process of its own that shares this memory.
+        // Not FUTEX_PRIVATE: the other side may be another process that shares this memory.
         systemCall(SYS_futex, &word, FUTEX_WAIT, value, &timeout, nullptr, 0);
     }
     return true;
 }
 
-/// Wakes everybody who waits for \p word.
+/// Wakes all threads that wait for \p word.
 inline void wakeAll(const std::atomic<std::uint32_t>& word)
 {
     systemCall(SYS_futex, &word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);

@@ -11,7 +11,7 @@ namespace Brennic::Minidump {
 namespace {
 
 constexpr int mostAttempts = 100;
-constexpr long notFinished = 0; // what the error is while somebody writes
+constexpr long notFinished = 0; // the error while a writer is at work
 
 using Line = FixedText<2 * 4096 + 200>;
 
@@ -27,7 +27,7 @@ void announce(const PathText& path)
     print(line);
 }
 
-// The C library's texts are translated, which takes memory.
+// Not strerror(): it translates its texts, and allocates.
 std::string_view textOf(long error)
 {
     switch (-error) {
@@ -75,7 +75,7 @@ Extent less(Extent extent)
 void DumpOutput::start(std::int32_t process)
 {
     if (m_process == process)
-        m_whole.giveUp();
+        m_whole.abandon();
     m_whole.forget();
     m_process = process;
     m_path.clear();
@@ -100,7 +100,7 @@ bool DumpOutput::write(Snapshot& snapshot, const wchar_t* path, Extent extent)
 
 bool DumpOutput::writeToWantedPath(Snapshot& snapshot, Extent extent)
 {
-    if (WholeFile::leadsToDevice(m_path))
+    if (AtomicFile::leadsToDevice(m_path))
         return writeToDevice(snapshot, extent);
     m_error = writePartial(snapshot, m_path, extent);
     if (m_error == 0)
@@ -108,7 +108,8 @@ bool DumpOutput::writeToWantedPath(Snapshot& snapshot, Extent extent)
     return m_error == 0;
 }
 
-// Not all devices can be written but from front to back.
+// The directory at the front of a dump is written last. Some devices can only be written from front to back, so
+// the dump is written to a file first and then copied.
 bool DumpOutput::writeToDevice(Snapshot& snapshot, Extent extent)
 {
     m_error = writePartial(snapshot, temporaryDumpPath(snapshot.process), extent);
@@ -140,7 +141,7 @@ long DumpOutput::publishAsNew(std::int32_t process)
 long DumpOutput::writePartial(Snapshot& snapshot, const PathText& path, Extent extent)
 {
     for (;;) {
-        const long created = m_whole.create(path, WholeFile::Readers::Owner);
+        const long created = m_whole.create(path, AtomicFile::Readers::Owner);
         if (created != 0)
             return created;
         m_file.begin(m_whole.descriptor());
@@ -157,7 +158,7 @@ long DumpOutput::writePartial(Snapshot& snapshot, const PathText& path, Extent e
 
 void DumpOutput::clearAfterWriter()
 {
-    m_whole.giveUp();
+    m_whole.abandon();
     m_whole.forget();
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 /// \file
-/// Internal, not installed. Gets a dump onto a disk: under the wanted name or, failing that, among the
-/// temporary files; as full as there is room for.
+/// Internal, not installed. Writes a dump to disk: under the requested name or, if that fails, to the directory for
+/// temporary files; a smaller dump if the disk is too full.
 
+#include <brn_mesh_common/minidump/AtomicFile_linux.h>
 #include <brn_mesh_common/minidump/DumpFile_linux.h>
 #include <brn_mesh_common/minidump/DumpPath_linux.h>
 #include <brn_mesh_common/minidump/DumpWriter_linux.h>
-#include <brn_mesh_common/minidump/WholeFile_linux.h>
 
 namespace Brennic::Minidump {
 
@@ -14,18 +14,17 @@ namespace Brennic::Minidump {
 class DumpOutput
 {
 public:
-    /// Removes what a writer of this process has left that was ended, and forgets why it has failed.
+    /// Removes the file of an earlier writer of this process that was killed, and forgets its error.
     void start(std::int32_t process);
 
-    /// \param path the wanted name; null for a new file among the temporary files.
+    /// \param path the requested name; null for a new file in the directory for temporary files.
     /// \param extent the most that is written.
-    /// \return whether a complete dump lies somewhere. Where it does not lie at \p path, standard error
-    /// tells.
+    /// \return whether a complete dump was written. If its path is not \p path, a line on standard error names it.
     bool write(Snapshot& snapshot, const wchar_t* path, Extent extent);
 
-    /// Removes what a writer has left that was ended. Its descriptors have ended with it.
+    /// Removes the file of a writer that was killed, whose descriptors have been closed with it.
     void clearAfterWriter();
-    /// Says in one line on standard error why there is no dump.
+    /// Prints one line on standard error with the reason why there is no dump.
     void tellFailure(const wchar_t* path) const;
 
 private:
@@ -37,7 +36,7 @@ private:
 
     std::int32_t m_process = 0; // whose files these are: a forked child has a copy of this
     DumpFile m_file;
-    WholeFile m_whole;
+    AtomicFile m_whole;
     PathText m_path;
     long m_error = 0; // of the wanted name
     PathText m_temporaryPath;

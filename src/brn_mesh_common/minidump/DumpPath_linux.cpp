@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t longestName = 180; // short enough for a file name with the rest
 
-// The writer's own name is that of the process, and nobody is refused it.
+// Reads the link of the calling process, which is always allowed. The dump's helper has the same executable.
 void appendExecutableName(PathText& path)
 {
     std::array<char, PATH_MAX> target{};

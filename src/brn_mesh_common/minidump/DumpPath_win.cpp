@@ -29,8 +29,7 @@ void makeRandomName(wchar_t* name)
     std::uint64_t bits = 0;
     LARGE_INTEGER counter{};
     QueryPerformanceCounter(&counter);
-    if (RtlGenRandom(&bits, sizeof bits) ==
-        0) // without the system's help at least no two threads get the same
+    if (RtlGenRandom(&bits, sizeof bits) == 0) // at least no two threads get the same name
         bits = (static_cast<std::uint64_t>(counter.QuadPart) ^
                 (static_cast<std::uint64_t>(GetCurrentThreadId()) << 40)) *
                0x9e3779b97f4a7c15;

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Internal, not installed. Where a dump goes for which nobody has chosen a name.
+/// Internal, not installed. The path of a dump for which the caller has given none.
 
 #include <array>
 #include <cstddef>
@@ -11,13 +11,13 @@ namespace Brennic::Minidump {
 using PathBuffer = std::array<wchar_t, 32768>;
 
 /// Sets \p path to a new file in the directory for temporary files, named after the process, its id and the
-/// time (UTC), and letters that nobody can guess. \return false if there is no such directory.
+/// time (UTC), and random letters. \return false if there is no such directory.
 bool makeTemporaryDumpPath(PathBuffer& path);
 
 /// Of a random name, with its terminator.
 constexpr std::size_t randomNameSize = 13;
 
-/// Makes a name of letters and digits that nobody can guess.
+/// Makes a random name of letters and digits.
 void makeRandomName(wchar_t* name);
 
 /// Sets \p result to \p path and \p extension. \return false if that is too long.

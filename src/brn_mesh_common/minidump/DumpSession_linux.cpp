@@ -1,7 +1,7 @@
 #include <brn_mesh_common/minidump/DumpSession_linux.h>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/RaisedLimits_linux.h>
-#include <brn_mesh_common/minidump/RegisterContext_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <brn_mesh_common/minidump/SignalledThreads_linux.h>
 #include <brn_mesh_common/minidump/TracedThreads_linux.h>
@@ -12,10 +12,11 @@ namespace {
 
 constexpr TimeLimit timeForHelper{3000, 20'000};
 constexpr TimeLimit timeForLastHelper{1000, 5000};
-// Milliseconds. They have to run for it, and one of idle priority gets no time for long while others work.
+// Milliseconds. A thread must be scheduled to stop, and one of idle priority may wait long for that on a busy
+// machine.
 constexpr std::int64_t timeToStopThreads = 1500;
 
-// A write past the limit for file sizes, or to a FIFO that nobody reads any more, sends a signal, besides failing.
+// A write beyond the file size limit, or to a FIFO without a reader, raises a signal besides failing.
 class BlockedWriteSignals
 {
 public:
@@ -66,7 +67,7 @@ bool DumpSession::writeWithTracedThreads()
     return m_isWritten;
 }
 
-// Not after a helper that came to no end: what it met would be met again.
+// Not tried after a helper that failed: a second one would meet the same fault.
 bool DumpSession::writeWithSignalledThreads()
 {
     if (m_helperEnd == HelperEnd::Failed)
@@ -76,7 +77,7 @@ bool DumpSession::writeWithSignalledThreads()
     threads.stop(Deadline(timeToStopThreads));
     runHelper(Threads::Known, Extent::Full);
     if (!m_isWritten && m_helperEnd != HelperEnd::Failed)
-        write(); // what the system denies the helper it may grant the process itself
+        write(); // the system may allow the process what it denies the helper
     return m_isWritten;
 }
 

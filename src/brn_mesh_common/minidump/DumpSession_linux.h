@@ -1,15 +1,14 @@
 #pragma once
 /// \file
-/// Internal, not installed. One dump from start to end: who stops the threads, who writes, what is tried
-/// next.
+/// Internal, not installed. Writes one dump: stops the threads, and tries another way if one fails.
 ///
-/// The ways, each tried when the one before is closed:
+/// The ways, in this order:
 /// 1. A helper process stops all threads with ptrace and writes.
-/// 2. The threads write down their own registers on a signal, and the helper writes; where it cannot, the calling
-///    thread writes itself.
-/// 3. The calling thread alone is written, in case something about the others made the helper fail.
+/// 2. Each thread records its own registers in a signal handler, and the helper writes; if the helper cannot, the
+///    calling thread writes.
+/// 3. The dump has the calling thread alone, in case another thread made the helper fail.
 ///
-/// If there is no dump in the end, standard error tells why.
+/// If all fail, a line on standard error says why.
 
 #include <cstdint>
 

@@ -6,9 +6,10 @@
 
 #include <boost/nowide/convert.hpp>
 
+#include <brn_mesh_common/WinUtil.h>
+#include <brn_mesh_common/minidump/AtomicFile_win.h>
 #include <brn_mesh_common/minidump/DumpPath_win.h>
 #include <brn_mesh_common/minidump/ShallowWait_win.h>
-#include <brn_mesh_common/minidump/WholeFile_win.h>
 
 #include <windows.h>
 
@@ -62,7 +63,7 @@ public:
         m_request = request;
         ResetEvent(m_answered);
         SetEvent(m_asked);
-        if (!waitForAnswer() && leave()) {
+        if (!waitForAnswer() && abandon()) {
             printLine("[KVS_LOG] No crash dump: not finished in time\n");
             return false;
         }
@@ -77,23 +78,23 @@ private:
     enum class State
     {
         Idle,
-        Busy, ///< somebody waits for a dump
-        Left, ///< the one who asked has gone; should the writer come back, it is idle
+        Busy,      ///< a thread waits for a dump
+        Abandoned, ///< the waiting thread has given up; should the writer return, it becomes idle
     };
 
-    // Of two calls at once the second waits for the first, but not for one that hangs.
+    // Of two calls at once the second waits for the first, unless the first has given up on a writer that hangs.
     bool claim()
     {
         for (State state = State::Idle; !m_state.compare_exchange_strong(state, State::Busy);
              state = State::Idle) {
-            if (state == State::Left)
+            if (state == State::Abandoned)
                 return false;
             Sleep(1);
         }
         return true;
     }
 
-    // The writer stops all threads, this one too: its time is up only if it was seen to stand still.
+    // The writer suspends this thread too, so elapsed time alone would not show that the writer hangs.
     bool waitForAnswer()
     {
         StandstillWatch watch(m_thread, timeStandingStill, mostTime);
@@ -104,11 +105,11 @@ private:
         return true;
     }
 
-    // An answer that comes at this moment is lost.
-    bool leave()
+    // Ignores an answer that comes at this moment.
+    bool abandon()
     {
         State busy = State::Busy;
-        return m_state.compare_exchange_strong(busy, State::Left);
+        return m_state.compare_exchange_strong(busy, State::Abandoned);
     }
 
     static DWORD WINAPI main(void* self)
@@ -126,8 +127,8 @@ private:
         for (;;) {
             WaitForSingleObject(m_asked, INFINITE);
             m_isWritten = m_writer != nullptr && writeSomewhere();
-            State left = State::Left;
-            if (!m_state.compare_exchange_strong(left, State::Idle))
+            State abandoned = State::Abandoned;
+            if (!m_state.compare_exchange_strong(abandoned, State::Idle))
                 SetEvent(m_answered);
         }
     }
@@ -191,7 +192,7 @@ private:
     Request m_request{};
     bool m_isWritten = false;
     PathBuffer m_temporaryPath{};
-    WholeFile m_file;
+    AtomicFile m_file;
     std::array<char, 3 * 32768> m_narrowPath{};
 };
 
@@ -209,10 +210,14 @@ void prepareDumpThread()
     dumpThread().prepare();
 }
 
-bool dumpOnDumpThread(_EXCEPTION_POINTERS* exception, const wchar_t* path)
+} // namespace Brennic::Minidump
+
+namespace Brennic::WinUtil {
+
+bool DumpMiniDump(_EXCEPTION_POINTERS* exception, const wchar_t* path)
 {
-    prepareDumpThread();
-    return dumpThread().run({{GetCurrentThreadId(), exception, FALSE}, path});
+    Minidump::prepareDumpThread();
+    return Minidump::dumpThread().run({{GetCurrentThreadId(), exception, FALSE}, path});
 }
 
-} // namespace Brennic::Minidump
+} // namespace Brennic::WinUtil

@@ -1,21 +1,16 @@
 #pragma once
 /// \file
-/// Internal, not installed. A thread that waits to write a dump of the process.
+/// Internal, not installed. The thread that writes the dumps of `DumpMiniDump`.
 ///
-/// The system's writer suspends all threads but its own, and cannot show a thread where it was if it runs on it. The thread
-/// that asks may also have overflowed its stack, or hold the lock without which no new thread begins.
+/// The system's writer suspends all threads but the one that it runs on, of which it cannot record the state. So
+/// it runs on a thread of its own. That thread is started beforehand: the thread that asks for a dump may have
+/// overflowed its stack, or hold the loader's lock, which a new thread needs.
 
 #include <brn_mesh_common/Export.h>
 
-struct _EXCEPTION_POINTERS; // NOLINT(bugprone-reserved-identifier): the platform's name
-
 namespace Brennic::Minidump {
 
-/// Makes the thread and loads the system's writer, once per process. Thread: any.
+/// Starts the thread, which loads the system's writer; once per process. Thread: any.
 BRN_MESH_COMMON_EXPORT void prepareDumpThread();
-
-/// Has a dump of the process written, the calling thread as the one that crashed, and waits for it.
-/// \return whether a complete one was written in time. Thread: any; takes little stack.
-bool dumpOnDumpThread(_EXCEPTION_POINTERS* exception, const wchar_t* path);
 
 } // namespace Brennic::Minidump

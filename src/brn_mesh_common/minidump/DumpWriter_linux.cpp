@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <ctime>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
 #include <brn_mesh_common/minidump/Syscall_linux.h>
-#include <brn_mesh_common/minidump/SystemInfo_linux.h>
 
 namespace Brennic::Minidump {
 
@@ -31,6 +31,7 @@ std::uint32_t protectionOf(const Mapping& mapping)
     return mapping.isExecutable ? code[access] : data[access];
 }
 
+// Readers expect the signal's number in the exception code, and si_code in its flags.
 ExceptionRecord describeException(const siginfo_t* signal, std::uint64_t instruction)
 {
     ExceptionRecord record{};
@@ -53,6 +54,7 @@ DumpWriter::DumpWriter(Snapshot& snapshot, DumpFile& file, Extent extent)
 
 void DumpWriter::write()
 {
+    // Leaves room for header and directory, which can only be written when all offsets are known.
     constexpr std::array<std::byte, sizeof(Header) + mostStreams * sizeof(DirectoryEntry)> room{};
     m_file.write(room);
     writeSystemInfo();
@@ -67,7 +69,7 @@ void DumpWriter::write()
         writeMaps();
     }
     writeProcFile(StreamType::LinuxProcStatus, procPath(m_snapshot.process, "status"));
-    // The same for every process that shares the memory, and the helper may always read its own.
+    // These are the same for all processes that share the memory, and the helper may always read its own.
     writeProcFile(StreamType::LinuxCommandLine, procPath(processId(), "cmdline"));
     writeProcFile(StreamType::LinuxAuxv, procPath(processId(), "auxv"));
     writeDirectory();
@@ -89,6 +91,7 @@ void DumpWriter::writeContexts()
         m_file.write(thread->context);
 }
 
+// Every stack is in this list as well as in the thread list: lldb takes memory only from here.
 void DumpWriter::writeMemory()
 {
     MemoryList& memory = m_snapshot.memory;
@@ -97,11 +100,11 @@ void DumpWriter::writeMemory()
         const AddressRange stack = stackOf(*thread);
         memory.add(stack.start, stack.end);
     }
-    // Not in the last resort: memory that cannot be read in time may be why it has come to that.
+    // Left out of the last attempt: reading this memory may be what made the earlier ones exceed their time.
     if (m_extent != Extent::CallingThread)
         addSurroundings(m_snapshot.threads.begin()->context);
     const EnvironmentBlock environment = findEnvironment();
-    memory.leaveOut(environment.start, environment.end);
+    memory.exclude(environment.start, environment.end);
     memory.unite();
     memory.writeMemory(m_file);
     m_file.align();
@@ -143,6 +146,7 @@ Location DumpWriter::contextOf(const CapturedThread& thread) const
     return {size, m_firstContext + index * size};
 }
 
+// Not optional: lldb crashes on a dump without a thread list.
 void DumpWriter::writeThreadList()
 {
     m_file.align();
@@ -173,6 +177,7 @@ void DumpWriter::writeThreadNames()
     addList(StreamType::ThreadNames, m_snapshot.nameRecords.begin(), m_snapshot.nameRecords.end());
 }
 
+// Written for a dump without a crash too: lldb takes the registers of the first thread only from this stream.
 void DumpWriter::writeException()
 {
     const CapturedThread& thread = *m_snapshot.threads.begin();
@@ -192,6 +197,7 @@ void DumpWriter::writeModules()
     addList(StreamType::ModuleList, m_snapshot.moduleRecords.begin(), m_snapshot.moduleRecords.end());
 }
 
+// The build id tells a debugger whether a file that it finds is the one that was running.
 Module DumpWriter::describe(const LoadedModule& module)
 {
     Module record{};
@@ -241,6 +247,7 @@ void DumpWriter::writeProcFile(StreamType type, const ProcPath& path)
         addStream(type, m_file.write(buffer.data(), size));
 }
 
+// The header comes last too: without its signature, what an interrupted writer has left is not taken for a dump.
 void DumpWriter::writeDirectory()
 {
     timespec now{};

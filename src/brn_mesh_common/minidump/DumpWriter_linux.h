@@ -15,7 +15,6 @@
 #include <brn_mesh_common/minidump/MemoryMap_linux.h>
 #include <brn_mesh_common/minidump/ModuleList_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
-#include <brn_mesh_common/minidump/StackFinder_linux.h>
 #include <brn_mesh_common/minidump/ThreadList_linux.h>
 
 namespace Brennic::Minidump {
@@ -47,7 +46,7 @@ public:
     /// Both live longer than the writer.
     DumpWriter(Snapshot& snapshot, DumpFile& file, Extent extent);
 
-    /// Writes everything. Whether that worked, the file knows.
+    /// Writes everything. Errors are recorded in the `DumpFile`.
     void write();
 
 private:

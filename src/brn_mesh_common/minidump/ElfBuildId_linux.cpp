@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <brn_mesh_common/minidump/MemoryMap_linux.h>
 #include <brn_mesh_common/minidump/ModuleList_linux.h>
-#include <brn_mesh_common/minidump/ProcessMemory_linux.h>
 #include <elf.h>
 
 namespace Brennic::Minidump {

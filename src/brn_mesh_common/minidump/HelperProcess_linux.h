@@ -1,10 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. Runs a function in a process of its own that shares our memory and nothing else.
+/// Internal, not installed. Runs a function in a helper process that shares our memory and nothing else.
 ///
-/// It has no thread of ours, so it may trace them all; it has its own descriptors, so it can free some; it
-/// can be ended when it takes too long; and a fault in it leaves us alone. It holds no lock that we could
-/// wait for.
+/// A process of its own may trace all our threads, which no thread of ours may. It can close descriptors without
+/// affecting ours, it can be killed when it takes too long, and a fault in it does not crash us again. It holds
+/// no lock that we could wait for.
 
 #include <atomic>
 #include <csignal>
@@ -16,9 +16,9 @@ namespace Brennic::Minidump {
 
 enum class HelperEnd
 {
-    Returned,   ///< the function has run to its end
-    Failed,     ///< it faulted or was out of time
-    NotStarted, ///< the system makes no process for us, or one that may call nothing
+    Returned,   ///< the function has returned
+    Failed,     ///< it faulted or exceeded its time limit
+    NotStarted, ///< the system refused a process, or one that may make system calls
 };
 
 /// One at a time: it runs on a stack in static storage.
@@ -29,15 +29,15 @@ public:
 
     HelperProcess(Function function, void* argument) : m_function(function), m_argument(argument) {}
 
-    /// Starts the helper, lets it trace us, and waits for its end, which it comes to in every case: it ends when it has
-    /// faulted, when the limit is over, and with the calling thread.
+    /// Starts the helper, allows it to trace us, and waits until it has ended. The helper ends in every case: after a
+    /// fault, at the time limit, and when the calling thread ends.
     HelperEnd run(const TimeLimit& limit);
 
 private:
-    // What the other side waits for.
+    // The word that each side waits for.
     enum State : std::uint32_t
     {
-        Gone = 0, // as the system says it
+        Gone = 0, // the kernel writes it when the process ends
         Alive,
         Finished
     };

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <brn_mesh_common/minidump/ProcessMemory_linux.h>
+#include <brn_mesh_common/minidump/MemoryMap_linux.h>
 
 namespace Brennic::Minidump {
 
@@ -12,7 +12,7 @@ void MemoryList::add(std::uint64_t start, std::uint64_t end)
         m_ranges.add({start, end, 0});
 }
 
-void MemoryList::leaveOut(std::uint64_t start, std::uint64_t end)
+void MemoryList::exclude(std::uint64_t start, std::uint64_t end)
 {
     for (std::size_t i = 0, count = m_ranges.size(); i != count; ++i) {
         Range& range = m_ranges[i];

@@ -18,7 +18,7 @@ public:
     void add(std::uint64_t start, std::uint64_t end);
 
     /// Leaves [start, end) out of what has been added so far.
-    void leaveOut(std::uint64_t start, std::uint64_t end);
+    void exclude(std::uint64_t start, std::uint64_t end);
 
     /// Sorts the ranges and unites those that overlap or touch: readers refuse a list with overlaps.
     void unite();

@@ -4,10 +4,16 @@
 #include <charconv>
 
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
+#include <brn_mesh_common/minidump/Syscall_linux.h>
+#include <fcntl.h>
+#include <sys/uio.h>
 
 namespace Brennic::Minidump {
 
 namespace {
+
+constexpr std::uint64_t redZone = 128; // functions may keep data that far below the stack pointer
+constexpr std::uint64_t farthestStack = 0x100000;
 
 // Fields of a line: "start-end perms offset device inode   name".
 class LineReader
@@ -61,6 +67,17 @@ Mapping parseLine(std::string_view line)
     return mapping;
 }
 
+// For systems that forbid process_vm_readv altogether.
+long readThroughProc(std::uint64_t address, void* buffer, std::size_t size)
+{
+    const long descriptor = systemCall(SYS_openat, AT_FDCWD, "/proc/self/mem", O_RDONLY | O_CLOEXEC, 0);
+    if (descriptor < 0)
+        return descriptor;
+    const long result = systemCall(SYS_pread64, descriptor, buffer, size, address);
+    systemCall(SYS_close, descriptor);
+    return result;
+}
+
 } // namespace
 
 void MemoryMap::load()
@@ -87,6 +104,45 @@ const Mapping* MemoryMap::findReadable(std::uint64_t address) const
     const Mapping* const mapping = firstAbove(address);
     const bool isFound = mapping != end() && mapping->start <= address && mapping->isReadable;
     return isFound ? mapping : nullptr;
+}
+
+AddressRange findStack(const MemoryMap& map, std::uint64_t stackPointer, std::uint64_t mostBytes)
+{
+    const Mapping* mapping = map.firstAbove(stackPointer);
+    while (mapping != map.end() && !mapping->isReadable)
+        ++mapping;
+    if (mapping == map.end())
+        return {};
+    const bool isInside = mapping->start <= stackPointer;
+    if (!isInside && mapping->start - stackPointer > farthestStack)
+        return {};
+    const std::uint64_t lowest = stackPointer > redZone ? (stackPointer - redZone) & ~std::uint64_t{15} : 0;
+    const std::uint64_t start = std::max(mapping->start, lowest);
+    return {start, std::min(mapping->end, start + mostBytes)};
+}
+
+AddressRange findSurroundings(const MemoryMap& map, std::uint64_t address, std::uint64_t radius)
+{
+    const Mapping* const mapping = map.findReadable(address);
+    if (mapping == nullptr)
+        return {};
+    const bool fitsBelow = address - mapping->start > radius;
+    const bool fitsAbove = mapping->end - address > radius;
+    return {fitsBelow ? address - radius : mapping->start, fitsAbove ? address + radius : mapping->end};
+}
+
+std::size_t readMemory(std::uint64_t address, void* buffer, std::size_t size)
+{
+    const iovec local{buffer, size};
+    iovec remote{};
+    remote.iov_base = reinterpret_cast<void*>(address); // NOLINT(performance-no-int-to-ptr)
+    remote.iov_len = size;
+    // With the caller's own id, which is always allowed. The helper shares the memory of the crashed process, so
+    // it reads its own.
+    long result = systemCall(SYS_process_vm_readv, processId(), &local, 1, &remote, 1, 0);
+    if (result <= 0)
+        result = readThroughProc(address, buffer, size);
+    return result > 0 ? static_cast<std::size_t>(result) : 0;
 }
 
 } // namespace Brennic::Minidump

@@ -1,9 +1,6 @@
 #pragma once
 /// \file
-/// Internal, not installed. The mappings of the process, read once from `/proc/self/maps`.
-///
-/// Lies zeroed in static storage: room for the 65,530 mappings that the system allows by default, of which
-/// only the pages that are needed are ever touched.
+/// Internal, not installed. The memory of the process: what is mapped, which part a thread uses, and what is in it.
 
 #include <array>
 #include <cstddef>
@@ -28,6 +25,10 @@ struct Mapping
     std::uint64_t size() const { return end - start; }
 };
 
+/// The mappings of the process, read once from `/proc/self/maps`.
+///
+/// Lies zeroed in static storage: room for the 65,530 mappings that the system allows by default, of which
+/// only the pages that are needed are ever touched.
 class MemoryMap
 {
 public:
@@ -49,5 +50,30 @@ private:
     std::size_t m_textSize = 0;
     std::array<char, 0x600000> m_text{};
 };
+
+struct AddressRange
+{
+    std::uint64_t start;
+    std::uint64_t end;
+};
+
+/// The used part of the stack, from the stack pointer up, \p mostBytes at most. Empty if there is none.
+///
+/// The stack pointer of a thread that has overflowed its stack lies in the guard page or below: the stack is
+/// then the next readable memory above.
+AddressRange findStack(const MemoryMap& map, std::uint64_t stackPointer, std::uint64_t mostBytes);
+
+/// \p radius bytes before and behind \p address, as far as they are mapped and readable. Empty if it is not.
+AddressRange findSurroundings(const MemoryMap& map, std::uint64_t address, std::uint64_t radius);
+
+/// Copies up to \p size bytes from \p address. \return how many could be read, from the start on.
+std::size_t readMemory(std::uint64_t address, void* buffer, std::size_t size);
+
+/// \return whether all of it could be read.
+template <typename T>
+bool readMemory(std::uint64_t address, T& record)
+{
+    return readMemory(address, &record, sizeof record) == sizeof record;
+}
 
 } // namespace Brennic::Minidump

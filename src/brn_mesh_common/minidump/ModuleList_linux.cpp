@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include <brn_mesh_common/minidump/ProcessMemory_linux.h>
+#include <brn_mesh_common/minidump/MemoryMap_linux.h>
 #include <elf.h>
 #include <sys/auxv.h>
 

@@ -22,7 +22,7 @@ struct LoadedModule
 {
     std::uint64_t base;
     std::uint64_t end;
-    std::string_view path; ///< also of a file that has been deleted or replaced since
+    std::string_view path; ///< the original one if the file has been deleted or replaced
     ElfBuildId buildId;
 };
 

@@ -47,7 +47,7 @@ private:
 
 struct ThreadStatus
 {
-    bool hasEnded; ///< but is still listed, as the main thread is until the others end
+    bool hasEnded; ///< but is still listed: the main thread is, until all others have ended
     std::uint64_t blockedSignals;
 };
 
@@ -65,7 +65,7 @@ EnvironmentBlock findEnvironment();
 /// Where a thread waits in the system.
 struct WaitingPlace
 {
-    std::uint64_t stackPointer; ///< 0: it does not wait, or the system does not tell
+    std::uint64_t stackPointer; ///< 0: it does not wait, or the system does not show it
     std::uint64_t instruction;
 };
 

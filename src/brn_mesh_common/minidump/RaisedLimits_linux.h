@@ -1,7 +1,7 @@
 #pragma once
 /// \file
-/// Internal, not installed. Raises the limits for file sizes and open files as far as the system lets us, so
-/// that a dump can be written in spite of them. Restores them when it is destroyed.
+/// Internal, not installed. Raises the limits for file sizes and open files as far as the system allows, so that a dump
+/// can be written. Restores them when it is destroyed.
 
 #include <sys/resource.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Internal, not installed. Names of files that nobody can guess.
+/// Internal, not installed. Random file names, which another user cannot predict and create first.
 
 #include <cstddef>
 #include <cstdint>
@@ -19,7 +19,7 @@ template <std::size_t Capacity>
 void appendRandomName(FixedText<Capacity>& text)
 {
     std::uint64_t bits = 0;
-    // Without the system's help at least no two threads get the same.
+    // If the system has no random numbers yet, at least no two threads get the same name.
     if (systemCall(SYS_getrandom, &bits, sizeof bits, GRND_NONBLOCK) != sizeof bits)
         bits = (static_cast<std::uint64_t>(monotonicNow()) ^ (static_cast<std::uint64_t>(threadId()) << 40)) *
                0x9e3779b97f4a7c15;

@@ -1,9 +1,9 @@
 #pragma once
 /// \file
-/// Internal, not installed. Waiting with next to no stack, for a thread that has overflowed its own.
+/// Internal, not installed. Waiting with hardly any stack, for a thread that has overflowed its own.
 ///
-/// The system keeps the reserve that a thread has asked for; Wine leaves it one page, of which its `WaitForSingleObject`
-/// alone takes a fifth.
+/// After an overflow, Windows gives the thread the reserve that it has asked for. Wine gives it one page, and its
+/// `WaitForSingleObject` alone uses a fifth of that.
 
 #include <windows.h>
 
@@ -20,9 +20,9 @@ inline bool waitWithLittleStack(HANDLE object, DWORD milliseconds)
     return NtWaitForSingleObject(object, FALSE, milliseconds == INFINITE ? nullptr : &time) == WAIT_OBJECT_0;
 }
 
-/// Tells whether somebody who is waited for stands still. A step's time is counted from the moment at which its thread was
-/// last seen to have used processor time, or its file to have grown: what is slow on a busy machine is not ended, but what
-/// runs in a circle is, by the second limit.
+/// A time limit that ends a step which makes no progress, and not one that is slow on a busy machine. The limit
+/// counts from the moment at which the thread was last seen to have used processor time, or its file to have
+/// grown. A second limit, on the total time, ends endless loops.
 class StandstillWatch
 {
 public:
@@ -73,7 +73,7 @@ private:
     LONGLONG m_sizeThen = -1;
 };
 
-/// Milliseconds between two looks at whoever is waited for.
+/// Milliseconds between two looks at the thread.
 constexpr DWORD timeBetweenLooks = 100;
 
 } // namespace Brennic::Minidump

@@ -1,7 +1,7 @@
 #pragma once
 /// \file
 /// Internal, not installed. Signal masks as the kernel keeps them: 64 bits, without the C library's
-/// exceptions.
+/// exceptions. And the search for a signal that is free.
 
 #include <csignal>
 #include <cstddef>
@@ -54,5 +54,29 @@ private:
 
     std::uint64_t m_bits;
 };
+
+enum class SignalSearch
+{
+    FromLowest,
+    FromHighest
+};
+
+/// A real-time signal that has no handler and so is not the host's; 0 if there is none. Two users that search from
+/// different ends do not meet.
+inline int findFreeSignal(SignalSearch search)
+{
+    const bool rises = search == SignalSearch::FromLowest;
+    const int lowest = SIGRTMIN;
+    const int highest = SIGRTMAX;
+    for (int i = 0; i <= highest - lowest; ++i) {
+        const int signal = rises ? lowest + i : highest - i;
+        struct sigaction action
+        {
+        };
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
+            return signal;
+    }
+    return 0;
+}
 
 } // namespace Brennic::Minidump

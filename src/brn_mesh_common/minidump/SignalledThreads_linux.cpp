@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <atomic>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
-#include <brn_mesh_common/minidump/RegisterContext_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 
@@ -12,12 +12,12 @@ namespace Brennic::Minidump {
 
 namespace {
 
-// Threads wait in their handlers no longer than a dump may take, should it never tell them to go on.
+// The longest that a thread waits in its handler, in case the dump ends without waking it.
 constexpr std::int64_t longestWait = 26'000;
 
 constexpr std::int64_t timeForPlaces = 1000;
 
-// Where the handlers write. Static: an answer may come late, after the object is gone.
+// Where the handlers write. Static, because a handler may run late, after the object has been destroyed.
 std::atomic<ThreadList*> g_threads{nullptr};
 std::atomic<std::uint32_t> g_answers{0};
 std::atomic<std::uint32_t> g_round{0}; // ends when it changes
@@ -44,19 +44,6 @@ void onRegistersAsked(int /*signal*/, siginfo_t* /*information*/, void* context)
     --g_inHandler;
 }
 
-// A real-time signal that the host does not use.
-int findFreeSignal()
-{
-    for (int signal = SIGRTMAX; signal >= SIGRTMIN; --signal) {
-        struct sigaction action
-        {
-        };
-        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
-            return signal;
-    }
-    return 0;
-}
-
 } // namespace
 
 SignalledThreads::SignalledThreads(std::int32_t process, ThreadList& threads)
@@ -73,7 +60,8 @@ SignalledThreads::~SignalledThreads()
     const Deadline deadline(100);
     while (g_inHandler != 0 && !deadline.hasPassed())
         sleepMicroseconds(20);
-    // Ignoring it first drops it where it is still pending: with the default action it would end the process.
+    // Ignoring the signal first discards it where it is still pending. With the default action it would kill the
+    // process.
     struct sigaction ignore
     {
     };
@@ -84,7 +72,7 @@ SignalledThreads::~SignalledThreads()
 
 bool SignalledThreads::stop(const Deadline& deadline)
 {
-    m_signal = findFreeSignal();
+    m_signal = findFreeSignal(SignalSearch::FromHighest);
     if (m_signal == 0)
         return false;
     g_answers = 0;
@@ -95,11 +83,11 @@ bool SignalledThreads::stop(const Deadline& deadline)
     action.sa_sigaction = onRegistersAsked;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
     sigaction(m_signal, &action, &m_before);
-    // Threads that still run may make new ones.
+    // Threads that still run may start new ones.
     while (signalNewThreads() && !deadline.hasPassed())
         waitForAnswers(deadline);
     findWaitingPlaces(Deadline(timeForPlaces));
-    g_threads = nullptr; // an answer that comes later would change records that are being written
+    g_threads = nullptr; // a handler that runs later must not change records that are being written
     for (CapturedThread& thread : m_threads)
         findCrash(thread);
     return true;
@@ -124,15 +112,15 @@ void SignalledThreads::signal(std::int32_t id)
     CapturedThread* const thread = m_threads.add(id);
     if (thread == nullptr)
         return;
-    // It gets the signal all the same: a thread that has just been made blocks all of them for a moment.
+    // Sent even if it is blocked: a new thread blocks all signals only for a moment.
     const bool isSent = systemCall(SYS_tgkill, m_process, id, m_signal) == 0;
-    thread->isDeaf = !isSent || SignalMask::of({m_signal}).intersects(status.blockedSignals);
+    thread->blocksSignal = !isSent || SignalMask::of({m_signal}).intersects(status.blockedSignals);
 }
 
 void SignalledThreads::waitForAnswers(const Deadline& deadline)
 {
     const auto isAwaited = [](const CapturedThread& thread) {
-        return !thread.hasRegisters && !thread.isDeaf;
+        return !thread.hasRegisters && !thread.blocksSignal;
     };
     for (std::uint32_t answers = g_answers; std::any_of(m_threads.begin(), m_threads.end(), isAwaited);
          answers = g_answers) {
@@ -141,7 +129,7 @@ void SignalledThreads::waitForAnswers(const Deadline& deadline)
     }
 }
 
-// The others wait in the system, or will before long.
+// Threads without registers are blocked in a system call, or soon will be: /proc tells where.
 void SignalledThreads::findWaitingPlaces(const Deadline& deadline)
 {
     const auto isUnknown = [](const CapturedThread& thread) { return !thread.hasRegisters; };

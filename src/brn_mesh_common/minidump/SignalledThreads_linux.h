@@ -1,10 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. Has the threads of this process write down their own registers, on a real-time
+/// Internal, not installed. Makes each thread of this process record its own registers, in the handler of a real-time
 /// signal.
 ///
-/// For systems where nobody may trace. A thread that has answered stands still until the object is destroyed.
-/// A thread that blocks the signal does not answer and stays without registers.
+/// For systems that forbid tracing. A thread that has recorded its registers waits in the handler until the object is
+/// destroyed. A thread that blocks the signal has no registers in the dump.
 
 #include <csignal>
 #include <cstddef>
@@ -18,14 +18,14 @@ namespace Brennic::Minidump {
 class SignalledThreads
 {
 public:
-    /// Threads are added to \p threads; one that is listed there already (the caller) is left alone.
+    /// Threads are added to \p threads; one that is listed there already (the caller) is not signalled.
     SignalledThreads(std::int32_t process, ThreadList& threads);
     ~SignalledThreads();
     SignalledThreads(const SignalledThreads&) = delete;
     SignalledThreads& operator=(const SignalledThreads&) = delete;
 
-    /// Signals them and waits for their answers. Those that do not answer in time stay without registers.
-    /// \return false if there is no signal to do it with.
+    /// Sends the signal to all threads and waits until they have recorded their registers, or until \p deadline.
+    /// \return false if no signal is free.
     bool stop(const Deadline& deadline);
 
 private:

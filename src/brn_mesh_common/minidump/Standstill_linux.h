@@ -1,10 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. Time limits that end what stands still, and not what is slow.
+/// Internal, not installed. Time limits that end a step which makes no progress, and not one that is slow.
 ///
-/// On a busy machine a step may get little of the processor, and take long. So its time is counted from the moment at which
-/// it was last seen to have used processor time: whoever writes a file, or reads memory, uses some. What runs in a circle
-/// does so too, and is ended by the second limit.
+/// On a busy machine a step may get little processor time, and take long. So its limit counts from the moment at
+/// which it was last seen to have used some: writing a file and reading memory both do. An endless loop uses
+/// processor time too; a second limit, on the total time, ends it.
 
 #include <cstdint>
 #include <ctime>
@@ -35,8 +35,8 @@ class StandstillWatch
 public:
     StandstillWatch() = default; // lies zeroed in static storage
 
-    /// \param clock of whoever is watched.
-    /// \param leastUse how many nanoseconds of it tell that somebody still works.
+    /// \param clock the processor time of what is watched.
+    /// \param leastUse how many nanoseconds of it count as progress.
     StandstillWatch(clockid_t clock, const TimeLimit& limit, std::int64_t leastUse)
         : m_clock(clock),
           m_limit(limit),
@@ -78,7 +78,8 @@ private:
     std::int64_t m_usedThen = 0;
 };
 
-/// Blocks until \p word has another value than \p value. \return whether it has, before the watch says that time is up.
+/// Blocks until \p word has another value than \p value. \return whether it has, before the watch says that time
+/// is up.
 inline bool waitWhileEqual(const std::atomic<std::uint32_t>& word, std::uint32_t value,
                            StandstillWatch& watch)
 {

@@ -15,9 +15,9 @@ struct CapturedThread
 {
     std::int32_t id;
     bool hasRegisters;
-    bool hasGone;         ///< ended before it could be stopped
-    bool isDeaf;          ///< blocks the signal that asks it for its registers
-    int withheldSignal;   ///< a signal that it was about to take when it was stopped
+    bool hasEnded;        ///< before it could be stopped
+    bool blocksSignal;    ///< blocks the signal that asks for its registers
+    int pendingSignal;    ///< a signal that was about to be delivered when it was stopped
     ContextAmd64 context; ///< zeros without registers
 };
 
@@ -46,11 +46,11 @@ public:
         return found == m_ids.end() ? nullptr : &m_threads[static_cast<std::size_t>(found - m_ids.begin())];
     }
 
-    void removeGone()
+    void removeEnded()
     {
         std::size_t count = 0;
         for (const CapturedThread& thread : m_threads) {
-            if (thread.hasGone)
+            if (thread.hasEnded)
                 continue;
             m_ids[count] = thread.id;
             if (&m_threads[count] != &thread)

@@ -1,8 +1,8 @@
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
+#include <brn_mesh_common/minidump/MemoryMap_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
-#include <brn_mesh_common/minidump/ProcessMemory_linux.h>
-#include <brn_mesh_common/minidump/RegisterContext_linux.h>
 
 namespace Brennic::Minidump {
 

@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include <brn_mesh_common/minidump/MachineRecords_linux.h>
 #include <brn_mesh_common/minidump/ProcFile_linux.h>
-#include <brn_mesh_common/minidump/RegisterContext_linux.h>
 #include <brn_mesh_common/minidump/SignalMask_linux.h>
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
 #include <elf.h>
@@ -23,7 +23,8 @@ bool readRegisterSet(std::int32_t id, long set, Registers& registers)
     return systemCall(SYS_ptrace, PTRACE_GETREGSET, id, set, &buffer) == 0;
 }
 
-// A thread that stops makes the system send SIGCHLD, which is blocked: taking it is a wait with a time limit.
+// The system sends SIGCHLD for each thread that stops. It is blocked, so rt_sigtimedwait serves as a wait with a
+// limit.
 void waitForChildSignal()
 {
     const SignalMask child = SignalMask::of({SIGCHLD});
@@ -41,15 +42,15 @@ TracedThreads::TracedThreads(std::int32_t process, ThreadList& threads)
 TracedThreads::~TracedThreads()
 {
     for (const CapturedThread& thread : m_threads)
-        systemCall(SYS_ptrace, PTRACE_DETACH, thread.id, nullptr, thread.withheldSignal);
+        systemCall(SYS_ptrace, PTRACE_DETACH, thread.id, nullptr, thread.pendingSignal);
 }
 
 bool TracedThreads::stop(const Deadline& deadline)
 {
-    // Threads that still run may make new ones; once all are stopped, none comes along.
+    // Threads that still run may start new ones, so this repeats until a pass finds none.
     while (seizeNewThreads() && !deadline.hasPassed())
         waitForStops(deadline);
-    m_threads.removeGone();
+    m_threads.removeEnded();
     for (CapturedThread& thread : m_threads) {
         readRegisters(thread);
         findCrash(thread);
@@ -105,15 +106,17 @@ void TracedThreads::noteStatus(std::int32_t id, int status)
         return;
     --m_running;
     thread->hasRegisters = WIFSTOPPED(status);
-    thread->hasGone = !thread->hasRegisters;
-    // Besides the stop that was asked for, it may have stopped to take a signal: it gets it when it runs on.
+    thread->hasEnded = !thread->hasRegisters;
+    // The thread may also have stopped because a signal is being delivered; it receives that signal when it is
+    // detached.
     if (thread->hasRegisters && status >> 16 != PTRACE_EVENT_STOP)
-        thread->withheldSignal = WSTOPSIG(status);
+        thread->pendingSignal = WSTOPSIG(status);
 }
 
 void TracedThreads::readRegisters(CapturedThread& thread)
 {
-    if (!thread.hasRegisters || &thread == m_threads.begin()) // the first brings its own
+    if (!thread.hasRegisters ||
+        &thread == m_threads.begin()) // the registers of the crashing thread come from its signal handler
         return;
     user_regs_struct general{};
     user_fpregs_struct floatingPoint{};

@@ -2,9 +2,8 @@
 /// \file
 /// Internal, not installed. Stops the threads of another process and reads their registers, with ptrace.
 ///
-/// All threads are told to stop before any is waited for: they stop side by side, and the time hardly grows
-/// with their number. They run again when the object is destroyed, at the latest when the tracing process
-/// ends.
+/// Asks all threads to stop before it waits for any. They stop in parallel, so the time hardly grows with their
+/// number. They continue when the object is destroyed, or when the tracing process ends.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,14 +16,14 @@ namespace Brennic::Minidump {
 class TracedThreads
 {
 public:
-    /// Threads are added to \p threads; one that is listed there already (the crashing one) is left alone.
+    /// Threads are added to \p threads; one that is listed there already (the crashing one) is not traced.
     TracedThreads(std::int32_t process, ThreadList& threads);
     ~TracedThreads();
     TracedThreads(const TracedThreads&) = delete;
     TracedThreads& operator=(const TracedThreads&) = delete;
 
-    /// Stops them and reads their registers. Those that do not stop in time stay without.
-    /// \return false if the system does not let us trace.
+    /// Stops the threads and reads their registers. A thread that does not stop in time has none in the list.
+    /// \return false if the system forbids tracing.
     bool stop(const Deadline& deadline);
 
 private:

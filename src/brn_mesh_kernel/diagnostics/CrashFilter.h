@@ -4,18 +4,22 @@
 ///
 /// 1. The waypoint report is written to the command log's path, if one is set.
 /// 2. The minidump is written to the dump file's path, or where a null path sends it.
-/// 3. The host's handler is called on the crashing thread with the dump file's path, and the process ends
-/// with
+/// 3. The host's handler is called on the crashing thread with the dump file's path, and the process ends with
 ///    exit code 1. Without a handler the platform's own handling of the crash goes on.
 ///
-/// One crash is handled per process: threads that crash meanwhile wait for its end. A step that crashes
-/// itself, or takes longer than it may, is given up for the next one.
+/// One crash is handled per process: threads that crash meanwhile wait until the process ends. A step that itself
+/// crashes, or exceeds its time limit, is abandoned, and the next step follows.
 
 namespace Brennic::Core::CrashFilter {
 
+/// Writes the waypoint report of the process. An error leaves no report, and nothing else.
+/// Thread: one of the filter's own, which may allocate.
+using ReportWriter = void (*)(const wchar_t* path) noexcept;
+
 /// Installs the filter for the process, and gives the calling thread a CrashStack until it ends.
 /// May be called again, by a host that has had its own handlers installed since.
+/// \param writeReport is called for step 1: the filter does not know the kernel, which has the waypoints.
 /// Thread: main thread.
-void install();
+void install(ReportWriter writeReport);
 
 } // namespace Brennic::Core::CrashFilter

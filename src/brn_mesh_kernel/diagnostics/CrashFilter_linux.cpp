@@ -5,13 +5,12 @@
 #include <cstdint>
 
 #include <brn_mesh_common/minidump/Syscall_linux.h>
+#include <brn_mesh_common/minidump/ThreadClaim_linux.h>
 #include <brn_mesh_common/minidump/ThreadPlace_linux.h>
-#include <brn_mesh_kernel/diagnostics/CommandLog.h>
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
 #include <brn_mesh_kernel/diagnostics/CrashSteps_linux.h>
-#include <brn_mesh_kernel/diagnostics/DefaultAction_linux.h>
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -19,10 +18,9 @@ namespace Brennic::Core {
 
 namespace {
 
-// Process and thread that handle the crash; 0: none so far. A forked child inherits its parent's, and tells
-// by the process that it is not its own.
-std::atomic<std::uint64_t> g_owner{0};
-// The process that installed the filter first, which the files belong to.
+// The thread that handles the crash.
+Minidump::ThreadClaim g_claim;
+// The process that installed the filter first. A forked child writes files of its own.
 std::atomic<std::int32_t> g_homeProcess{0};
 CrashSteps g_steps;
 std::atomic<const CrashStack*> g_stackOfMainThread{nullptr};
@@ -36,27 +34,14 @@ enum class Role
     ChildOfCrash, ///< a process that was forked while its parent's crash is handled
 };
 
-std::uint64_t ownerWord()
-{
-    const auto process = static_cast<std::uint64_t>(Minidump::processId());
-    return process << 32 | static_cast<std::uint64_t>(Minidump::threadId());
-}
-
-std::int32_t processOf(std::uint64_t owner)
-{
-    return static_cast<std::int32_t>(owner >> 32);
-}
-
 Role claimCrash()
 {
-    const std::uint64_t self = ownerWord();
-    std::uint64_t owner = g_owner;
-    while (processOf(owner) != processOf(self)) {
-        const bool isChild = owner != 0 && processOf(owner) == Minidump::systemCall(SYS_getppid);
-        if (g_owner.compare_exchange_weak(owner, self))
-            return isChild ? Role::ChildOfCrash : Role::First;
+    const Minidump::ThreadClaim::Holder first = g_claim.take();
+    if (!first.isInThisProcess()) {
+        const bool isParent = first.process != 0 && first.process == Minidump::systemCall(SYS_getppid);
+        return isParent ? Role::ChildOfCrash : Role::First;
     }
-    if (owner == self)
+    if (first.isThisThread())
         return Role::Failed;
     return CrashReportThread::instance().isCurrent() ? Role::Report : Role::Other;
 }
@@ -66,7 +51,8 @@ void onTimeLimit(int /*signal*/, siginfo_t* information, void* /*context*/)
     g_steps.goOnAtTimeLimit(*information);
 }
 
-// A sandbox may answer a call of ours with a signal. The caller gets an error, and finds another way.
+// A sandbox may raise SIGSYS for one of our own system calls. Make the call fail with ENOSYS instead: its caller has
+// another way.
 bool answerForbiddenCall(int signal, ucontext_t& context)
 {
     const bool isOurs = signal == SIGSYS && g_steps.copesWithForbiddenCalls();
@@ -75,7 +61,7 @@ bool answerForbiddenCall(int signal, ucontext_t& context)
     return isOurs;
 }
 
-// Others may call this as the handler that was there before theirs, and have less to pass on.
+// A handler installed after ours may chain to ours without the signal's details.
 siginfo_t completeInformation(int signal, const siginfo_t* information)
 {
     siginfo_t result{};
@@ -112,8 +98,9 @@ void installHandlers()
     {
     };
     action.sa_sigaction = onCrashSignal;
-    // A crash in the handling must come through; other signals must not run handlers of the host meanwhile.
-    // The real-time signals are ours then.
+    // A crash inside the handling must be delivered, to be handled as a failed step. Handlers of the host must
+    // not run meanwhile, so all other signals are blocked, except the real-time signals: we use them for time
+    // limits.
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     sigfillset(&action.sa_mask);
     for (const int signal : crashSignals)
@@ -129,7 +116,8 @@ bool isMainThread()
     return Minidump::threadId() == Minidump::processId();
 }
 
-// To the end of the process: the main thread's own variables are gone before that.
+// Never destroyed: the main thread's thread-local objects are destroyed before exit handlers run, which may crash
+// too.
 void guardMainThread()
 {
     if (g_stackOfMainThread == nullptr)
@@ -141,7 +129,7 @@ void guardOtherThread()
     thread_local const CrashStack stack;
 }
 
-// The handlers stay for good, so their code has to.
+// The handlers stay installed, so their code must stay mapped.
 void keepLibraryLoaded()
 {
     Dl_info library{};
@@ -151,12 +139,12 @@ void keepLibraryLoaded()
 
 } // namespace
 
-void CrashFilter::install()
+void CrashFilter::install(ReportWriter writeReport)
 {
-    std::int32_t nobody = 0;
-    g_homeProcess.compare_exchange_strong(nobody, Minidump::processId());
+    std::int32_t notInstalled = 0;
+    g_homeProcess.compare_exchange_strong(notInstalled, Minidump::processId());
     isMainThread() ? guardMainThread() : guardOtherThread();
-    CrashReportThread::instance().start(writeCommandLog);
+    CrashReportThread::instance().start(writeReport);
     keepLibraryLoaded();
     installHandlers();
 }

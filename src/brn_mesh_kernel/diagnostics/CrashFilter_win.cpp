@@ -20,11 +20,11 @@ constexpr DWORD invalidParameter = 0xC0000417;
 
 // The thread that handles the crash; 0: none so far.
 std::atomic<DWORD> g_owner{0};
-// Whether its steps have been taken, and what follows is the system's.
+// Whether all steps have been taken: the rest is the system's own handling.
 std::atomic<bool> g_isHandled{false};
 
-// Whether the calling thread is the first to crash. Does not return if its own handling has crashed, or another's crash is
-// being handled.
+// Returns if the calling thread is the first to crash. Does not return if a step of its handling has crashed, or if
+// another thread's crash is being handled.
 void claimCrash()
 {
     const DWORD self = GetCurrentThreadId();
@@ -43,7 +43,7 @@ LONG WINAPI onUnhandledException(EXCEPTION_POINTERS* exception)
 {
     const DWORD code = exception->ExceptionRecord->ExceptionCode;
     const bool mayContinue = (exception->ExceptionRecord->ExceptionFlags & EXCEPTION_NONCONTINUABLE) == 0;
-    // The throw then returns, and calls std::terminate, which is where hosts expect to hear of it.
+    // The throw then returns and calls std::terminate(), which hosts may have a handler for.
     if (code == cppException && mayContinue)
         return EXCEPTION_CONTINUE_EXECUTION;
     if (g_isHandled && g_owner == GetCurrentThreadId())
@@ -54,8 +54,8 @@ LONG WINAPI onUnhandledException(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// Whether the system's own handling of the crash has room on the thread. It would end the thread otherwise, and leave a
-// process that hangs.
+// Whether the thread has enough stack left for the system's own handling of the crash. Without it the system ends
+// only the thread, and the process hangs.
 bool hasStackForSystem()
 {
     constexpr ULONG_PTR need = 32UL * 1024;
@@ -65,7 +65,7 @@ bool hasStackForSystem()
     return reinterpret_cast<ULONG_PTR>(&low) - low >= need;
 }
 
-// Only for the one exception that no filter is called for, as the thread has no stack left for it.
+// A vectored handler, because the system calls no filter after a stack overflow. It ignores all other exceptions.
 LONG WINAPI onStackOverflow(EXCEPTION_POINTERS* exception)
 {
     if (exception->ExceptionRecord->ExceptionCode != EXCEPTION_STACK_OVERFLOW)
@@ -78,7 +78,7 @@ LONG WINAPI onStackOverflow(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// For what the C library ends the process for without an exception.
+// The C library ends the process for some errors without an exception; make one, so that the dump has registers.
 void handleAsException(DWORD code)
 {
     CONTEXT context{};
@@ -110,7 +110,7 @@ void handleAbort()
 // From abort(), hence also from std::terminate(). When it returns, abort() ends the process.
 void onAbort(int /*signal*/)
 {
-    handleAbort(); // the library has gone back to the default action, and a handler of the host's may abort too
+    handleAbort(); // signal() has reset the action to the default one, and the host's handler may call abort() too
     handleAsException(static_cast<DWORD>(STATUS_FATAL_APP_EXIT));
 }
 
@@ -169,7 +169,7 @@ void handleStackOverflow()
     static_cast<void>(registration);
 }
 
-// The handlers stay for good, so their code has to.
+// The handlers stay installed, so their code must stay mapped.
 void keepLibraryLoaded()
 {
     HMODULE pinned = nullptr;
@@ -179,10 +179,10 @@ void keepLibraryLoaded()
 
 } // namespace
 
-void CrashFilter::install()
+void CrashFilter::install(ReportWriter writeReport)
 {
     guardMainThread();
-    CrashSteps::instance().prepare();
+    CrashSteps::instance().prepare(writeReport);
     keepLibraryLoaded();
     SetUnhandledExceptionFilter(onUnhandledException);
     handleStackOverflow();

@@ -19,13 +19,14 @@ constexpr std::size_t firstAllocation = 4096;
 constexpr std::int64_t leastUse = 1'000'000; // nanoseconds of the processor's time that are progress
 constexpr std::int64_t practicallyEndless = 1'000'000'000'000;
 
+// The first allocation on a thread makes the C library give it a heap (an arena) of its own.
 void allocateOnce()
 {
     void* volatile memory = std::malloc(firstAllocation);
     std::free(memory);
 }
 
-// Signals of the host are handled by the host's threads.
+// New threads inherit the signal mask. The host's signals are to be handled on the host's threads.
 class BlockedHostSignals
 {
 public:
@@ -63,6 +64,7 @@ void CrashReportThread::start(Work work)
     } catch (const std::system_error&) { // no thread to be had: a crash goes without a report
         return;
     }
+    // A crash right after this must find the thread ready, with its own heap.
     const Minidump::Deadline deadline(1000);
     while (m_thread == 0 && !deadline.hasPassed())
         Minidump::sleepMicroseconds(20);

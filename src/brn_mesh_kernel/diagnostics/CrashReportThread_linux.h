@@ -1,9 +1,9 @@
 #pragma once
 /// \file
-/// Internal, not installed. A thread that waits for the crash, to do what needs memory then.
+/// Internal, not installed. A thread that sleeps until a crash, and then does what needs memory.
 ///
-/// The heap of the crashing thread may be corrupt, or its lock held by that thread itself. This thread is
-/// made beforehand and has allocated once, so that it has a heap of its own.
+/// The crashing thread cannot allocate: its heap may be corrupt, or it may itself hold the heap's lock. This
+/// thread is started before any crash and allocates once, so that the C library gives it a heap of its own.
 
 #include <atomic>
 #include <cstdint>
@@ -20,17 +20,17 @@ public:
     /// The one of the process. It is never destroyed.
     static CrashReportThread& instance();
 
-    /// Makes the thread, unless this process has it already. (A forked child has not.)
+    /// Starts the thread, unless this process has it already. A forked child does not inherit it.
     void start(Work work);
 
-    /// Has the work done, and waits for it within \p limit. Safe in a signal handler.
-    /// \return whether it has come to its end; false at once if this process has no such thread, or calls
-    /// from it.
+    /// Runs the work on the thread and waits for it, at most as long as \p limit says. Safe in a signal handler.
+    /// \return whether the work has finished. False at once if this process has no such thread, or if the calling
+    /// thread is this one.
     bool run(const wchar_t* path, const Minidump::TimeLimit& limit);
 
     /// Whether the calling thread is this one. Safe in a signal handler.
     bool isCurrent() const;
-    /// Tells who waits that the work has crashed. Safe in a signal handler.
+    /// Ends the wait in \ref run, because the work has crashed. Safe in a signal handler.
     void giveUp() { finish(State::GivenUp); }
 
 private:
@@ -48,7 +48,7 @@ private:
 
     Work m_work = nullptr;
     const wchar_t* m_path = nullptr;
-    int m_spareDescriptor = -1; // given up for the report, should the process have used up its descriptors
+    int m_spareDescriptor = -1; // closed for the report, in case the process has used up its descriptors
     std::atomic<std::int32_t> m_process{0}; // whose thread it is
     std::atomic<std::int32_t> m_thread{0};
     std::atomic<std::uint32_t> m_state{0};

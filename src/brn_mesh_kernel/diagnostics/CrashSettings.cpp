@@ -21,7 +21,8 @@ const CrashSettings& crashSettings()
 void publishCrashSettings(CrashSettings settings)
 {
     const CrashSettings* const replaced = g_current.exchange(new CrashSettings(std::move(settings)));
-    // Either this sees the mark, or the filter, which sets it before it looks, sees the new settings.
+    // The filter sets g_areKept before it reads g_current; this does the reverse, so at least one side sees the
+    // other.
     if (!g_areKept)
         delete replaced;
 }

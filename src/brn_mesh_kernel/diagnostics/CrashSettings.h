@@ -1,10 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. What is written where when the process crashes, and whom to tell.
+/// Internal, not installed. Where the files of a crash are written, and the host's crash handler.
 ///
-/// One set of settings per process, because there is one crash filter. The filter reads them in a process in
-/// which no lock can be taken: a published set never changes, a change publishes another one. Sets that are
-/// replaced are freed, but not once a crash is under way, when the filter may be reading them.
+/// One set of settings per process, because there is one crash filter. The filter cannot take a lock to read
+/// them, so a published set is immutable and a change publishes a new one. Replaced sets are freed, except once a
+/// crash is being handled: the filter may be reading them.
 
 #include <functional>
 #include <memory>

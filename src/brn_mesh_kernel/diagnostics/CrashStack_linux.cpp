@@ -8,7 +8,7 @@ namespace Brennic::Core {
 
 namespace {
 
-// Not what a handler needs at least, but what the host's crash handler needs to show a window.
+// Far more than our own handler needs: the host's crash handler may show a window.
 constexpr std::size_t workSize = 1024UL * 1024;
 
 std::size_t pageSize()
@@ -16,7 +16,7 @@ std::size_t pageSize()
     return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-// With room for what the system puts there itself: the registers, which grow with the processor.
+// Adds room for the signal frame with the registers, which is larger on newer processors.
 std::size_t stackSize()
 {
     const std::size_t frame = static_cast<std::size_t>(sysconf(_SC_MINSIGSTKSZ));
@@ -30,6 +30,7 @@ class CrashStack::Impl
 public:
     Impl()
     {
+        // A fault whose signal is blocked ends the process at once, without calling any handler.
         crashSignalMask().apply(SIG_UNBLOCK);
         const bool isKnown = sigaltstack(nullptr, &m_before) == 0;
         const bool hasOne = isKnown && (m_before.ss_flags & SS_DISABLE) == 0 && m_before.ss_size >= workSize;
@@ -54,6 +55,7 @@ private:
     {
         const std::size_t guard = pageSize();
         m_size = guard + stackSize();
+        // The pages are only used in a crash, so they are not reserved in memory or swap.
         void* const memory =
             mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (memory == MAP_FAILED)

@@ -6,7 +6,7 @@ namespace Brennic::Core {
 
 namespace {
 
-// What the crash filter needs to wait for the threads that do the work, and what the system puts there itself.
+// The crash filter only waits here for the threads that do the work; the rest is for the system's own frames.
 constexpr ULONG reserve = 64UL * 1024;
 
 bool reserveStack()

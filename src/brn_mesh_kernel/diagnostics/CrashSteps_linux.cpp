@@ -9,7 +9,6 @@
 #include <brn_mesh_common/minidump/Syscall_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
-#include <brn_mesh_kernel/diagnostics/DefaultAction_linux.h>
 #include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
 namespace Brennic::Core {
@@ -24,7 +23,8 @@ constexpr TimeLimit timeForDump{5500,
 constexpr TimeLimit timeForHeap{1000, 5000};
 constexpr TimeLimit timeForHandlerWithoutHeap{5000, 5000};
 
-// Nanoseconds of the processor's time: the thread that waits for the dump's helper looks after it so often that it uses more.
+// Nanoseconds of processor time that count as progress. The thread that waits for the dump's helper polls it, and
+// uses more than this while the helper works.
 constexpr std::int64_t leastUse = 50'000;
 
 constexpr int exitCode = 1;
@@ -57,11 +57,12 @@ const wchar_t* insertProcessId(const std::wstring& path, Path& result)
 {
     for (;;) {
         Minidump::systemCall(SYS_exit_group, exitCode);
-        Minidump::systemCall(SYS_kill, Minidump::processId(), SIGKILL); // should the system not let us go
+        Minidump::systemCall(SYS_kill, Minidump::processId(),
+                             SIGKILL); // in case a sandbox has forbidden exit_group
     }
 }
 
-// The handler starts windows or processes; they are not to inherit that we have held signals back.
+// The host's handler may show windows or start processes, which must not inherit the mask of our signal handler.
 void restoreSignals(const ucontext_t& interrupted)
 {
     Minidump::SignalMask::from(interrupted.uc_sigmask).without(crashSignalMask()).apply(SIG_SETMASK);
@@ -102,6 +103,7 @@ void CrashSteps::goOnAtTimeLimit(const siginfo_t& information)
     m_timer.start(m_watch.standingStill(), information.si_value.sival_int);
 }
 
+// A forked child must not replace the files of its parent, which may crash as well.
 void CrashSteps::chooseFiles(bool isForked)
 {
     m_dumpPath = isForked ? insertProcessId(m_settings->dumpFilePath, m_ownDumpPath)
@@ -136,10 +138,11 @@ void CrashSteps::take(Step step)
     }
 }
 
+// On the report thread: building the report allocates.
 void CrashSteps::writeReport()
 {
     if (*m_reportPath != L'\0' && !CrashReportThread::instance().run(m_reportPath, timeForReport))
-        ReportFile::giveUpLast();
+        ReportFile::abandonLast();
 }
 
 void CrashSteps::writeDump()
@@ -149,8 +152,8 @@ void CrashSteps::writeDump()
     WinUtil::DumpMiniDump(&exception, *m_dumpPath == L'\0' ? nullptr : m_dumpPath);
 }
 
-// A handler that hangs in the heap would hang for ever. Whether it may is found out before: a thread that
-// cannot allocate does not come back from trying, by a crash or because a lock is never released.
+// The host's handler has no time limit, so a handler that hangs in the heap would hang for ever. An allocation
+// under a time limit tells beforehand: in a corrupt heap it crashes, or waits for a lock that is never released.
 void CrashSteps::tryHeap()
 {
     if (m_settings->sendCrashDump == nullptr)

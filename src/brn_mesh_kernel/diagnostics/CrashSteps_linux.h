@@ -1,9 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. The steps that are taken for the one crash of a process, on the crashing thread.
+/// Internal, not installed. The steps that the crash filter takes on the crashing thread.
 ///
-/// A step that crashes, or is out of time, is interrupted by a signal. The signal's handler calls \ref goOn,
-/// which takes the steps that are left, on top of the one that has failed. There are few steps, so this ends.
+/// A signal interrupts a step that crashes or exceeds its time limit. The handler of that signal calls \ref goOn,
+/// which runs the remaining steps on the same stack, above the frames of the failed step. There are few steps, so
+/// the stack suffices.
 
 #include <array>
 #include <atomic>
@@ -25,13 +26,13 @@ public:
     void run(const siginfo_t& information, ucontext_t& context, bool isForked,
              StepTimer::Handler onTimeLimit);
 
-    /// Takes the steps behind the one that has failed.
+    /// Takes the steps after the one that has failed.
     [[noreturn]] void goOn();
-    /// The same, if \p information is that of the time limit for the step that is being taken, and the step stands still.
-    /// Returns if it does not.
+    /// The same, if \p information belongs to the time limit of the current step and that step makes no progress.
+    /// Returns otherwise.
     void goOnAtTimeLimit(const siginfo_t& information);
 
-    /// Whether the step that is being taken copes with forbidden system calls.
+    /// Whether the current step has other ways when a sandbox forbids a system call.
     bool copesWithForbiddenCalls() const { return m_step == Step::WriteDump; }
 
 private:

@@ -4,7 +4,6 @@
 
 #include <brn_mesh_common/WinUtil.h>
 #include <brn_mesh_common/minidump/DumpThread_win.h>
-#include <brn_mesh_kernel/diagnostics/CommandLog.h>
 
 namespace Brennic::Core {
 
@@ -17,9 +16,11 @@ constexpr DWORD timeForHandlerWithoutHeap = 5000;
 
 constexpr UINT exitCode = 1;
 
+CrashFilter::ReportWriter g_writeReport = nullptr;
+
 void writeReport()
 {
-    writeCommandLog(keepCrashSettings().commandLogPath.c_str());
+    g_writeReport(keepCrashSettings().commandLogPath.c_str());
 }
 
 void allocateOnce()
@@ -65,8 +66,9 @@ CrashSteps& CrashSteps::instance()
     return *steps;
 }
 
-void CrashSteps::prepare()
+void CrashSteps::prepare(CrashFilter::ReportWriter writeReport)
 {
+    g_writeReport = writeReport;
     Minidump::prepareDumpThread();
     if (m_endOfThread == FLS_OUT_OF_INDEXES)
         m_endOfThread = FlsAlloc(onEndOfHandlersThread);
@@ -87,8 +89,8 @@ void CrashSteps::run(_EXCEPTION_POINTERS* exception, bool hasStack)
     exitAtOnce();
 }
 
-// A handler that hangs in the heap would hang for ever. Whether it may is found out before, by a thread that then does not
-// come back. One that ends its thread would leave a process that goes on.
+// The host's handler has no time limit, so a handler that hangs in the heap would hang for ever. Another thread
+// tries an allocation beforehand; if it does not return in time, the process is ended some seconds later.
 void CrashSteps::callHandler(bool hasStack)
 {
     const bool isHeapUsable = m_handlerThread.run(allocateOnce, timeForHeap);

@@ -2,6 +2,7 @@
 /// \file
 /// Internal, not installed. The steps that the crash filter takes.
 
+#include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 #include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 #include <brn_mesh_kernel/diagnostics/CrashThread_win.h>
 
@@ -14,25 +15,28 @@ public:
     static CrashSteps& instance();
 
     /// Makes the threads that take the steps. Thread: main thread.
-    void prepare();
+    /// \param writeReport writes the waypoint report.
+    void prepare(CrashFilter::ReportWriter writeReport);
 
     /// Takes the steps for a crash of the calling thread. Does not return if the host has a handler.
-    /// \param hasStack false if the thread has only enough stack to wait, as after its overflow: the handler is then called
-    ///        on another one.
+    /// \param hasStack false if the thread has only enough stack to wait, as after its overflow: the host's
+    ///        handler is then called on another thread.
     void run(_EXCEPTION_POINTERS* exception, bool hasStack);
 
-    /// Lets the process end when the calling thread does, which is about to call the handler.
+    /// Makes the process end if the calling thread ends, as the host's handler may make it do.
     void endWithThisThread();
 
     /// Whether the calling thread is one of those that take the steps.
     bool isOnOwnThread() const;
-    /// For one of those threads that has crashed: goes on with the next step, and stops this one.
+    /// Called on one of those threads after it has crashed: lets the next step begin, and blocks this thread for
+    /// ever.
     [[noreturn]] void giveUpStep();
 
 private:
     void callHandler(bool hasStack);
 
-    DWORD m_endOfThread = FLS_OUT_OF_INDEXES; // a thread with a value there has a handler to come back from
+    DWORD m_endOfThread =
+        FLS_OUT_OF_INDEXES; // a slot whose callback runs when a thread with a value there ends
     CrashThread m_reportThread;
     CrashThread m_handlerThread; // for what needs stack or may hang
     CrashThread m_watchThread;

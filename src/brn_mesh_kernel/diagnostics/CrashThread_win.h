@@ -1,8 +1,9 @@
 #pragma once
 /// \file
-/// Internal, not installed. A thread that waits for the crash, to do what the crashing thread cannot.
+/// Internal, not installed. A thread that sleeps until a crash, and then does what the crashing thread cannot.
 ///
-/// The crashing thread may have no stack left, or hold the lock without which no new thread begins.
+/// The crashing thread may have no stack left. It cannot start a thread then either, as it may hold the loader's
+/// lock, which a new thread needs.
 
 #include <windows.h>
 
@@ -17,18 +18,18 @@ public:
     CrashThread(const CrashThread&) = delete;
     CrashThread& operator=(const CrashThread&) = delete;
 
-    /// Makes the thread, unless it is there already.
+    /// Starts the thread, unless it runs already.
     void start();
 
-    /// Has the work done and waits for it. The thread serves again only if it has come to an end in time.
-    /// \param milliseconds how long to wait for a thread that stands still, and for one that works eight times that;
-    ///        `INFINITE` for ever.
-    /// \return whether it has come to its end; false at once if there is no thread, or it is busy.
+    /// Runs the work on the thread and waits for it. If the work does not finish in time, the thread is not used
+    /// again.
+    /// \param milliseconds the limit without any progress; the total limit is eight times that. `INFINITE`: no limit.
+    /// \return whether the work has finished; false at once if there is no thread, or it is still busy.
     bool run(Work work, DWORD milliseconds);
 
     /// Whether the calling thread is this one.
     bool isCurrent() const { return GetCurrentThreadId() == m_id; }
-    /// Tells who waits that the work has crashed.
+    /// Ends the wait in \ref run, because the work has crashed.
     void giveUp();
 
 private:

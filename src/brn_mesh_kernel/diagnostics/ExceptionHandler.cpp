@@ -4,7 +4,6 @@
 
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
-#include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 
 namespace Brennic::Core {
 
@@ -14,16 +13,18 @@ using Handler = std::function<bool(const wchar_t*)>;
 
 } // namespace
 
+ExceptionHandler::ExceptionHandler(CrashFilter::ReportWriter writeReport) : m_writeReport(writeReport) {}
+
 EKvsStatus ExceptionHandler::Initialize()
 {
     CrashSettings settings = crashSettings();
     if (!settings.dumpFilePath.empty())
-        return Success;
+        return Success; // another kernel of the process has set the paths, or this one before
     const std::wstring processName = Objects::Util::GetCurrentProcessName();
     settings.dumpFilePath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L".dmp");
     settings.commandLogPath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L"_command_log.xml");
     publishCrashSettings(std::move(settings));
-    CrashFilter::install();
+    CrashFilter::install(m_writeReport);
     return Success;
 }
 

@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 
+#include <brn_mesh_kernel/diagnostics/CrashFilter.h>
 #include <brn_mesh_kernel/diagnostics/CrashSettings.h>
 #include <brn_mesh_kernel/kernel/IService.h>
 
@@ -16,6 +17,9 @@ namespace Brennic::Core {
 class ExceptionHandler : public IService
 {
 public:
+    /// \param writeReport writes the waypoint report when the process crashes.
+    explicit ExceptionHandler(CrashFilter::ReportWriter writeReport);
+
     /// Works out the paths of the dump and of the command log and installs the crash filter, unless the paths
     /// are set already.
     EKvsStatus Initialize() override;
@@ -30,6 +34,7 @@ public:
     virtual EKvsStatus SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler);
 
 private:
+    const CrashFilter::ReportWriter m_writeReport;
     std::wstring m_dumpDirectory;
 };
 

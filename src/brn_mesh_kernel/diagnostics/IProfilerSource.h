@@ -45,7 +45,7 @@ protected:
     /// Thread: any.
     IProfilerSource& operator=(const IProfilerSource&) = default;
 
-    ~IProfilerSource() = default; // not virtual: nobody deletes a source through this interface
+    ~IProfilerSource() = default; // not virtual: sources are not deleted through this interface
 };
 
 } // namespace Brennic::Core

@@ -1,4 +1,4 @@
-#include <brn_mesh_kernel/diagnostics/PerformanceCounter.h>
+#include <brn_mesh_kernel/diagnostics/Profiler.h>
 
 #include <windows.h>
 

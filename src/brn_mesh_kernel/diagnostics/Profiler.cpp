@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include <brn_mesh_kernel/diagnostics/WaypointReport.h>
 #include <brn_mesh_kernel/logging/ILogger.h>
 
 namespace Brennic::Core {

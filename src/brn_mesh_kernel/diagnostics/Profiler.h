@@ -10,13 +10,22 @@
 #include <vector>
 
 #include <brn_mesh_kernel/diagnostics/IProfilerSource.h>
-#include <brn_mesh_kernel/diagnostics/PerformanceCounter.h>
-#include <brn_mesh_kernel/diagnostics/Waypoint.h>
+#include <brn_mesh_kernel/diagnostics/WaypointReport.h>
 #include <brn_mesh_kernel/kernel/IService.h>
 
 namespace Brennic::Core {
 
 class ILogger;
+
+/// The system's high-resolution clock, as two functions so that a test can replace it.
+struct PerformanceCounter
+{
+    std::int64_t (*frequency)(); ///< ticks per second; 0 if there is no such counter
+    std::int64_t (*now)();       ///< ticks since some fixed moment
+};
+
+/// The performance counter of Windows, `CLOCK_MONOTONIC` on Linux.
+PerformanceCounter systemPerformanceCounter();
 
 class Profiler : public IService
 {

@@ -1,8 +1,9 @@
 #pragma once
 /// \file
-/// Internal, not installed. The file of a report: written beside its name, which it gets when it is whole.
+/// Internal, not installed. The file of a report: written under a temporary name beside the final one, and renamed when
+/// it is complete.
 ///
-/// A path that leads to a device or a FIFO is written to itself, and so is a file in a folder where none can be created.
+/// Devices and FIFOs are written to directly, and so are files in folders where no file can be created.
 
 #include <cstddef>
 #include <memory>
@@ -14,7 +15,7 @@ class ReportFile
 {
 public:
     ReportFile();
-    /// Removes what is not published.
+    /// Removes the file if it has not been published.
     ~ReportFile();
     ReportFile(const ReportFile&) = delete;
     ReportFile& operator=(const ReportFile&) = delete;
@@ -26,9 +27,9 @@ public:
     /// Gives the file its name. \return whether it has it; if not, what was there before is still there.
     bool publish();
 
-    /// Removes what has been written of the report that was begun last, if it is not published; it will not be. For the
-    /// crash filter, whose time for the report is up. Safe in a signal handler.
-    static void giveUpLast();
+    /// Removes the unpublished file of the report that was begun last, and prevents its publication. The crash filter
+    /// calls it when the time for the report is over. Safe in a signal handler.
+    static void abandonLast();
 
 private:
     struct Platform;

@@ -4,20 +4,20 @@
 #include <cerrno>
 
 #include <brn_mesh_common/Util.h>
-#include <brn_mesh_common/minidump/WholeFile_linux.h>
+#include <brn_mesh_common/minidump/AtomicFile_linux.h>
 
 namespace Brennic::Core {
 
 struct ReportFile::Platform
 {
-    Minidump::WholeFile file;
+    Minidump::AtomicFile file;
 };
 
 namespace {
 
-std::atomic<Minidump::WholeFile*> g_last{nullptr};
+std::atomic<Minidump::AtomicFile*> g_last{nullptr};
 
-// Hosts tell their users why, by errno.
+// Sets errno, from which hosts explain the failure to their users.
 bool isDone(long result)
 {
     if (result < 0)
@@ -31,7 +31,7 @@ ReportFile::ReportFile() : m_platform(std::make_unique<Platform>()) {}
 
 ReportFile::~ReportFile()
 {
-    Minidump::WholeFile* own = &m_platform->file;
+    Minidump::AtomicFile* own = &m_platform->file;
     g_last.compare_exchange_strong(own, nullptr);
     m_platform->file.discard();
 }
@@ -54,10 +54,10 @@ bool ReportFile::publish()
     return isDone(m_platform->file.publish());
 }
 
-void ReportFile::giveUpLast()
+void ReportFile::abandonLast()
 {
-    if (Minidump::WholeFile* const last = g_last.exchange(nullptr))
-        last->giveUp();
+    if (Minidump::AtomicFile* const last = g_last.exchange(nullptr))
+        last->abandon();
 }
 
 } // namespace Brennic::Core

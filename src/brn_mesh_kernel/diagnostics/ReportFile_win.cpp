@@ -2,13 +2,13 @@
 
 #include <string_view>
 
-#include <brn_mesh_common/minidump/WholeFile_win.h>
+#include <brn_mesh_common/minidump/AtomicFile_win.h>
 
 namespace Brennic::Core {
 
 struct ReportFile::Platform
 {
-    Minidump::WholeFile file;
+    Minidump::AtomicFile file;
     std::string lines; // as the platform ends them
 };
 
@@ -38,7 +38,7 @@ bool ReportFile::publish()
     return m_platform->file.publish();
 }
 
-// The thread that writes it has the file open, and takes it away with the process.
-void ReportFile::giveUpLast() {}
+// Does nothing: the writing thread holds the file open, so another thread cannot remove it.
+void ReportFile::abandonLast() {}
 
 } // namespace Brennic::Core

@@ -8,32 +8,17 @@
 
 namespace Brennic::Core {
 
-namespace {
-
-int findSignal()
-{
-    // Not the highest one: the dump looks for a free signal from there on.
-    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) {
-        struct sigaction action
-        {
-        };
-        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL)
-            return signal;
-    }
-    return SIGRTMIN;
-}
-
-} // namespace
-
 void StepTimer::prepare(Handler handler)
 {
-    m_signal = findSignal();
+    const int freeSignal =
+        Minidump::findFreeSignal(Minidump::SignalSearch::FromLowest); // the dump takes the highest
+    m_signal = freeSignal != 0 ? freeSignal : SIGRTMIN;
     m_timer = -1;
     struct sigaction action
     {
     };
     action.sa_sigaction = handler;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART; // a step that goes on misses no call
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART; // a step that continues must not see EINTR
     sigaction(m_signal, &action, nullptr);
     Minidump::SignalMask::of({m_signal}).apply(SIG_UNBLOCK);
 }

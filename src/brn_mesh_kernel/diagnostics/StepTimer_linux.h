@@ -13,11 +13,10 @@ class StepTimer
 public:
     using Handler = void (*)(int signal, siginfo_t* information, void* context);
 
-    /// Takes a real-time signal for it, one that the host does not use if there is one.
+    /// Reserves a real-time signal, if possible one that the host does not use.
     void prepare(Handler handler);
-    /// Has the handler called on this thread in \p milliseconds, unless \ref stop is called before. The
-    /// handler finds \p value in the signal's information. If the system has no timer for us, there is no
-    /// limit.
+    /// Makes the system call the handler on this thread in \p milliseconds, unless \ref stop is called before. The
+    /// handler finds \p value in the signal's information. If the system has no timer left, there is no limit.
     void start(std::int64_t milliseconds, int value);
     void stop();
 

@@ -118,7 +118,8 @@ void appendEscaped(std::string_view text, std::string& out)
     }
 }
 
-// Appends one waypoint's line, byte by byte what Boost's writer makes of its element, in a fraction of the time.
+// Appends one waypoint's line, byte for byte as Boost's writer would, in a fraction of the time: a report may have
+// millions of them.
 class WaypointLines
 {
 public:
@@ -139,7 +140,7 @@ private:
     NumberText m_text;
 };
 
-// All of the document but the waypoints, in whose place it has one empty element.
+// The document with one empty element in place of the waypoints.
 std::string documentFrame(bool hasWaypoints)
 {
     ptree report;

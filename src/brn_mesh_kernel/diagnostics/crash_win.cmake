@@ -7,6 +7,6 @@ target_sources(
     diagnostics/ReportFile_win.cpp
     # What the reports share with the dumps, and nobody else is to call.
     "${PROJECT_SOURCE_DIR}/src/brn_mesh_common/minidump/DumpPath_win.cpp"
-    "${PROJECT_SOURCE_DIR}/src/brn_mesh_common/minidump/WholeFile_win.cpp"
+    "${PROJECT_SOURCE_DIR}/src/brn_mesh_common/minidump/AtomicFile_win.cpp"
 )
 target_link_libraries(brn_mesh_kernel_objects PRIVATE ntdll)

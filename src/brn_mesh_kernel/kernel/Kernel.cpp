@@ -13,7 +13,7 @@ Kernel::~Kernel() = default;
 
 Kernel& Kernel::Instance()
 {
-    static Kernel* const instance = new Kernel; // never destroyed: its services serve until the process ends
+    static Kernel* const instance = new Kernel; // never destroyed: threads log until the process has ended
     return *instance;
 }
 

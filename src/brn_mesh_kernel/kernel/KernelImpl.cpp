@@ -1,5 +1,7 @@
 #include <brn_mesh_kernel/kernel/KernelImpl.h>
 
+#include <exception>
+
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_kernel/diagnostics/ExceptionHandler.h>
 #include <brn_mesh_kernel/diagnostics/Profiler.h>
@@ -7,10 +9,29 @@
 
 namespace Brennic::Core {
 
+namespace {
+
+// The report in a crash is that of the process's kernel, whichever kernel has installed the crash filter.
+void writeReportOfCrash(const wchar_t* path) noexcept
+{
+    try {
+        Kernel::Instance().SaveWaypointsToXml(path);
+    } catch (
+        const std::exception&) { // NOLINT(bugprone-empty-catch): a report that fails must not cost the dump
+    }
+}
+
+} // namespace
+
+// Out of line, so that the interface has one home for its virtual table.
+IService::~IService() = default;
+
+void IService::Terminate() {}
+
 Kernel::Impl::Impl()
     : logSystem(std::make_unique<LogSystem>()),
       profiler(std::make_unique<Profiler>()),
-      exceptionHandler(std::make_unique<ExceptionHandler>())
+      exceptionHandler(std::make_unique<ExceptionHandler>(writeReportOfCrash))
 {
 }
 

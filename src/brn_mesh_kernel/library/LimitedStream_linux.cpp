@@ -17,7 +17,7 @@ namespace Brennic::Core {
 
 namespace {
 
-// Keeps SIGPIPE from the thread while it lives, and takes the one that its own writing has raised.
+// Blocks SIGPIPE in the thread while the object lives, and consumes the one that its own write has raised.
 class WithoutPipeSignal
 {
 public:
@@ -68,7 +68,7 @@ Kind kindOf(int descriptor)
 {
     struct stat status = {};
     if (::fstat(descriptor, &status) != 0)
-        return Kind::file; // closed: writing says so
+        return Kind::file; // closed: the write will fail
     if (S_ISFIFO(status.st_mode))
         return Kind::pipe;
     if (S_ISSOCK(status.st_mode))
@@ -76,8 +76,9 @@ Kind kindOf(int descriptor)
     return S_ISCHR(status.st_mode) && ::isatty(descriptor) == 1 ? Kind::terminal : Kind::file;
 }
 
-// Another process may fill a pipe between the look at its room and the writing. Systems that know how write what there
-// is room for now; on others the pieces are as small as the room that there has been.
+// Another process may fill the pipe between poll() and the write, which would then block. Where the system has
+// it, RWF_NOWAIT prevents that; elsewhere a write of PIPE_BUF bytes blocks least often, since poll() reports that
+// much room.
 ssize_t writeToPipe(int descriptor, std::string_view text)
 {
     static std::atomic<bool> canWriteAtOnce{true};
@@ -93,7 +94,7 @@ ssize_t writeToPipe(int descriptor, std::string_view text)
 
 ssize_t writePiece(int descriptor, Kind kind, std::string_view text)
 {
-    constexpr std::size_t terminalPiece = 256; // a terminal that is ready has room for that
+    constexpr std::size_t terminalPiece = 256; // a terminal that poll() reports as writable has room for that
     switch (kind) {
     case Kind::pipe:
         return writeToPipe(descriptor, text);
@@ -119,14 +120,14 @@ bool LimitedStream::takeFirstLoss()
     return m_isLossNew.load(std::memory_order_relaxed) && m_isLossNew.exchange(false);
 }
 
-void LimitedStream::leaveOut()
+void LimitedStream::noteLoss()
 {
     if (!m_hasLost)
         m_isLossNew = true;
     m_hasLost = true;
 }
 
-// In milliseconds. The first wait for a text sets its deadline; what was waited for in vain is waited for half as long next.
+// In milliseconds. The first wait for a text sets its deadline. Each wait that times out halves the next one.
 int LimitedStream::timeLeft(Clock::time_point& deadline)
 {
     if (deadline == Clock::time_point())
@@ -138,7 +139,7 @@ int LimitedStream::timeLeft(Clock::time_point& deadline)
     return 0;
 }
 
-// Returns false if nobody reads, or nobody makes room in time.
+// Returns false if the other end is closed, or makes no room in time.
 bool LimitedStream::waitForRoom(Clock::time_point& deadline)
 {
     for (int timeout = 0;;) {
@@ -163,14 +164,14 @@ std::size_t LimitedStream::writeWhole(std::string_view text, void (*before)())
     std::size_t count = 0;
     while (count < text.size()) {
         if (kind != Kind::file && !waitForRoom(deadline)) {
-            leaveOut();
+            noteLoss();
             break;
         }
         if (before != nullptr) {
-            guard.raised(); // it may, for all that is known
+            guard.raised(); // the host's stream may raise SIGPIPE, and does not report it
             before();
             before = nullptr;
-            continue; // it has taken some of the room
+            continue; // it has used some of the room
         }
         const ssize_t written = writePiece(m_descriptor, kind, text.substr(count));
         const int error = written < 0 ? errno : 0;
@@ -178,10 +179,10 @@ std::size_t LimitedStream::writeWhole(std::string_view text, void (*before)())
             count += static_cast<std::size_t>(written);
         } else if (error == EPIPE || (error == EAGAIN && kind != Kind::file && timeLeft(deadline) == 0)) {
             guard.raised();
-            leaveOut();
+            noteLoss();
             break;
         } else if (error != EINTR && (error != EAGAIN || kind == Kind::file)) {
-            break; // closed, or full for good
+            break; // closed, or the disk is full
         }
     }
     return count;

@@ -1,9 +1,9 @@
 #pragma once
 /// \file
-/// Internal, not installed. Writes to a descriptor that somebody may have stopped reading.
+/// Internal, not installed. Writes to a descriptor whose other end may no longer be read.
 ///
-/// A pipe without a reader ends a process that writes to it, and a full one holds the writer back until somebody reads.
-/// Neither may happen to a host because it logs. Where nobody reads, what is written is left out.
+/// Writing to a pipe that has no reader kills the process by SIGPIPE, and writing to a full pipe blocks. Logging
+/// must do neither to a host, so text that is not read in time is dropped.
 
 #include <atomic>
 #include <chrono>
@@ -16,23 +16,24 @@ namespace Brennic::Core {
 class LimitedStream
 {
 public:
-    /// A stream over \p descriptor, which may be closed, or mean something else, at any time.
+    /// A stream over \p descriptor. The host may close or redirect the descriptor at any time.
     explicit LimitedStream(int descriptor) : m_descriptor(descriptor) {}
     LimitedStream(const LimitedStream&) = delete;
     LimitedStream& operator=(const LimitedStream&) = delete;
 
-    /// Writes the text, or as much of it as is taken; the text after one that was cut begins on a line of its own.
+    /// Writes the text, or as much of it as there is room for. The text after a truncated one begins on a new line.
     ///
-    /// Waits for a reader for at most a second, and each time that was in vain, half as long the next time: two
-    /// seconds in the life of the process. Never raises `SIGPIPE`. Thread: any; texts do not mix.
+    /// Waits at most a second for room. Each wait that times out halves the next one, so that all of them
+    /// together take two seconds at most. Never raises `SIGPIPE`. Thread: any; texts of several threads do not
+    /// mix.
     ///
-    /// \param before is called when there is room, before the text is written; may be null.
+    /// \param before is called once there is room, before the text is written; may be null.
     void write(std::string_view text, void (*before)() = nullptr);
 
-    /// Whether something was left out because nobody read it. True at most once.
+    /// Whether text was dropped because it was not read. Returns true at most once.
     bool takeFirstLoss();
 
-    /// Whether writing may have to wait for somebody: true of pipes, sockets and terminals.
+    /// Whether a write may have to wait for a reader: true of pipes, sockets and terminals.
     bool hasReader() const;
 
 private:
@@ -41,11 +42,11 @@ private:
     int timeLeft(Clock::time_point& deadline);
     bool waitForRoom(Clock::time_point& deadline);
     std::size_t writeWhole(std::string_view text, void (*before)());
-    void leaveOut();
+    void noteLoss();
 
     const int m_descriptor;
-    std::mutex m_mutex;        // held while a text is written
-    bool m_isLineOpen = false; // guarded by m_mutex: the rest of the text before was left out
+    std::mutex m_mutex;                         // held while a text is written
+    bool m_isLineOpen = false;                  // guarded by m_mutex: the previous text was truncated
     std::chrono::milliseconds m_patience{1000}; // guarded by m_mutex
     bool m_hasLost = false;                     // guarded by m_mutex
     std::atomic<bool> m_isLossNew{false};

@@ -16,8 +16,7 @@ LiveLine& LiveLine::instance()
     return line;
 }
 
-// Says that there is a line before it looks for hiders, as they come before they look for a line: one of the two
-// sees the other.
+// Publishes m_isShown before reading m_hiders; hide() does the reverse, so at least one side sees the other.
 void LiveLine::draw(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -2,8 +2,8 @@
 /// \file
 /// Internal, not installed. The one line at the end of the standard output that is drawn again and again on a terminal.
 ///
-/// Whoever prints anything else hides it meanwhile, in whatever thread: it is erased first, and not drawn until all have
-/// printed. Where no line is shown, hiding costs two changes of an atomic number.
+/// A thread that prints anything else hides the line first: the line is erased, and not drawn again until every such
+/// thread has printed. While no line is shown, hiding costs two changes of an atomic number.
 
 #include <atomic>
 #include <mutex>
@@ -14,7 +14,7 @@ namespace Brennic::Core {
 class LiveLine
 {
 public:
-    /// The process's; it outlives whatever may print late.
+    /// The line of the process. Never destroyed: threads print until the process has ended.
     static LiveLine& instance();
 
     /// Shows the text in place of what was shown, unless the line is hidden.
@@ -22,11 +22,11 @@ public:
     /// Erases what is shown.
     void clear();
 
-    /// Erases what is shown, and keeps the line away until as many calls of \ref release have followed.
+    /// Erases what is shown, and prevents drawing until \ref release has been called as often as this.
     void hide();
     void release();
 
-    /// Keeps the line away while it lives.
+    /// Hides the line while the object lives.
     class Hidden
     {
     public:
@@ -40,8 +40,8 @@ private:
     LiveLine() = default;
 
     std::mutex m_mutex;                 // held while the line is written or erased
-    std::atomic<int> m_hiders{0};       // without the mutex
-    std::atomic<bool> m_isShown{false}; // set under the mutex, before the writing
+    std::atomic<int> m_hiders{0};       // read and changed without the mutex
+    std::atomic<bool> m_isShown{false}; // set under the mutex, before the line is written
 };
 
 } // namespace Brennic::Core

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Keeps Qt's own exception handlers from hiding where an exception was thrown. Not installed.
+/// Makes an exception that only Qt would catch end the process where it was thrown. Not installed.
 
 namespace Brennic::Core {
 

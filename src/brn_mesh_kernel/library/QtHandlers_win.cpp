@@ -16,8 +16,8 @@ bool isCppException(const EXCEPTION_RECORD& record)
     return record.ExceptionCode == gnu || record.ExceptionCode == microsoft;
 }
 
-// Whether the class of the application object is one of Qt's, whose notify() catches nothing. Which types a notify() of
-// the host's catches is not asked: the system's unwinder offers no search that stops short of unwinding.
+// Whether the application object is of one of Qt's classes, whose notify() catches nothing. We cannot ask which
+// types a notify() of the host catches: the system's unwinder has no search without unwinding.
 bool isApplicationOfQt()
 {
     const QCoreApplication* const application = QCoreApplication::instance();
@@ -39,7 +39,7 @@ bool isApplicationOfQt()
 
 #ifdef __GNUC__
 
-// Called for an exception that nobody has caught so far, on top of the stack of the thread that threw it.
+// Called while the system searches for a handler, on the stack of the throwing thread, which is still intact.
 extern "C" EXCEPTION_DISPOSITION brnQtHandlersHandler(EXCEPTION_RECORD* record, void*, CONTEXT*, void*)
 {
     const bool isBeingUnwound = (record->ExceptionFlags & (EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND)) != 0;

@@ -1,21 +1,21 @@
 #pragma once
 /// \file
-/// Internal, not installed. What the library writes to the standard output, between what the host writes there.
+/// Internal, not installed. Writes to the standard output, in order with what the host writes there.
 
 #include <string>
 
 namespace Brennic::Core {
 
-/// Writes the text behind what the host has written to `std::cout` and `stdout`, in one piece.
+/// Writes the text in one piece, after what the host has written to `std::cout` and `stdout`.
 ///
-/// Into a pipe, a socket or a terminal it goes at once, and is left out where nobody reads in time. Into a file it goes
-/// through `std::cout`, which keeps it until it is flushed. Thread: any.
+/// A pipe, a socket or a terminal receives it at once; it is dropped if it is not read in time. A file receives
+/// it through the buffer of `std::cout`. Thread: any.
 void writeToStandardOutput(const std::string& text);
 
-/// The same, and a file or a console gets it at once too.
+/// The same, but flushes files and consoles as well.
 void drawOnStandardOutput(const std::string& text);
 
-/// Whether something was left out because nobody read it. True at most once. Thread: any.
+/// Whether text was dropped because it was not read. Returns true at most once. Thread: any.
 bool takeFirstLossOfStandardOutput();
 
 } // namespace Brennic::Core

@@ -21,8 +21,8 @@ LimitedStream& standardOutput()
     return stream;
 }
 
-// Sends on what the host has printed, where that needs no more room than there is, and waits for no thread of the host
-// that is printing: in a pipe that nobody reads that thread may never come back.
+// Flushes what the host has printed, if there is room for it. Does not wait for a host thread that is printing at
+// this moment: on a pipe that is not read, that thread may block for ever while it holds the lock of stdout.
 void flushHostsText()
 {
     if (::ftrylockfile(stdout) != 0)

@@ -13,7 +13,7 @@ void writeDebuggerLine(const std::wstring& message)
 
 bool takeFirstLossOfDebuggerLine()
 {
-    return false; // nobody has to read it
+    return false; // the system discards what no debugger reads
 }
 
 } // namespace Brennic::Core

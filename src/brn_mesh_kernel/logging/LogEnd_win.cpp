@@ -1,7 +1,7 @@
 /// \file
 /// The end of logging.
 
-#include <brn_mesh_kernel/library/LibraryEntry.h>
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/logging/LogGate.h>
 
 namespace Brennic::Core {

@@ -2,6 +2,9 @@
 
 using Brennic::Core::EKvsLogLevel;
 
+// Out of line, so that the interface has one home for its virtual table: beside the simplest logger.
+Brennic::Core::ILogger::~ILogger() = default;
+
 bool NoOpLogger::IsEnabled(EKvsLogLevel /*level*/)
 {
     return false;

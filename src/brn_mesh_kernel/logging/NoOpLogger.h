@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Internal, not installed. The logger that drops everything, current while the log system is not running.
+/// Internal, not installed. The logger that drops all records; the current one while the log system is not running.
 
 #include <brn_mesh_kernel/logging/ILogger.h>
 

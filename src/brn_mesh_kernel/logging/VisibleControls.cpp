@@ -8,7 +8,7 @@ namespace Brennic::Core {
 
 namespace {
 
-// As numbers: half the characters that this is about cannot be seen in a source file.
+// By their codes, since most of them are invisible in a source file.
 bool isControl(wchar_t character)
 {
     const auto code = static_cast<std::uint32_t>(character); // NOLINT(bugprone-signed-char-misuse)

@@ -5,302 +5,26 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <cwchar>
 #include <string_view>
 #include <system_error>
-#include <type_traits>
 #include <vector>
 
 #include <boost/nowide/convert.hpp>
+
+#include <brn_mesh_kernel/logging/FormatArguments.h>
+#include <brn_mesh_kernel/logging/FormatReader.h>
 
 namespace Brennic::Core {
 
 namespace {
 
-enum class Length
-{
-    none,
-    hh,
-    h,
-    l,
-    ll,
-    j,
-    z,
-    t
-};
+using namespace WideFormat;
 
-// The lengths z and t are read as j.
-static_assert(sizeof(std::size_t) == sizeof(std::uintmax_t) &&
-              sizeof(std::ptrdiff_t) == sizeof(std::intmax_t));
-
-// A width or a precision: a number of the format, or an argument.
-struct Amount
-{
-    int number = 0;
-    bool isArgument = false;
-    int position = 0; // of the argument, from 1 on; 0 for the next one
-};
-
-struct Conversion
-{
-    int position = 0; // of the argument, from 1 on; 0 for the next one
-    std::wstring flags;
-    Amount width;
-    Amount precision{-1}; // negative: none given
-    Length length = Length::none;
-    wchar_t type = L'\0';
-};
-
-// Far above what makes sense; with more, one record would take all memory.
+// Limits width and precision, far above sensible values: one record could otherwise use up all memory.
 constexpr int widest = 1'000'000;
-constexpr int largestPosition = 64;
 
-// Reads a format, conversion by conversion.
-class FormatReader
-{
-public:
-    explicit FormatReader(std::wstring_view format) : m_rest(format) {}
-
-    // Returns the text before the next conversion, and moves behind it.
-    std::wstring_view text()
-    {
-        const std::wstring_view before = m_rest.substr(0, m_rest.find(L'%'));
-        m_rest.remove_prefix(before.size());
-        return before;
-    }
-    bool atEnd() const { return m_rest.empty(); }
-
-    // Moves behind the conversion. False if the format ends in the middle of it; what was read is in `raw` either way.
-    bool conversion(Conversion& conversion, std::wstring_view& raw);
-
-private:
-    bool parts(Conversion& conversion);
-    int number();
-    bool position(int& position);
-    void flags(std::wstring& flags);
-    void amount(Amount& amount);
-    Length length();
-    bool consume(std::wstring_view text);
-
-    std::wstring_view m_rest;
-};
-
-bool FormatReader::conversion(Conversion& conversion, std::wstring_view& raw)
-{
-    raw = m_rest;
-    const bool isWhole = parts(conversion);
-    raw.remove_suffix(m_rest.size());
-    return isWhole;
-}
-
-bool FormatReader::parts(Conversion& conversion)
-{
-    m_rest.remove_prefix(1); // the percent sign
-    position(conversion.position);
-    flags(conversion.flags);
-    amount(conversion.width);
-    if (consume(L"."))
-        amount(conversion.precision = {});
-    conversion.length = length();
-    if (m_rest.empty())
-        return false;
-    conversion.type = m_rest.front();
-    m_rest.remove_prefix(1);
-    return true;
-}
-
-int FormatReader::number()
-{
-    constexpr int limit = 100'000'000; // far below overflow
-    int number = 0;
-    while (!m_rest.empty() && m_rest.front() >= L'0' && m_rest.front() <= L'9') {
-        number = std::min(number * 10 + static_cast<int>(m_rest.front() - L'0'), limit);
-        m_rest.remove_prefix(1);
-    }
-    return number;
-}
-
-// A number before a dollar sign.
-bool FormatReader::position(int& position)
-{
-    const std::wstring_view before = m_rest;
-    const int found = number();
-    if (m_rest.size() < before.size() && consume(L"$")) {
-        position = found > 0 ? found : largestPosition + 1; // there is no argument 0
-        return true;
-    }
-    m_rest = before;
-    return false;
-}
-
-void FormatReader::flags(std::wstring& flags)
-{
-    while (!m_rest.empty() && std::wstring_view(L"-+ #0'").find(m_rest.front()) != std::wstring_view::npos) {
-        if (flags.find(m_rest.front()) == std::wstring::npos)
-            flags += m_rest.front();
-        m_rest.remove_prefix(1);
-    }
-}
-
-void FormatReader::amount(Amount& amount)
-{
-    amount.isArgument = consume(L"*");
-    if (amount.isArgument)
-        position(amount.position);
-    else
-        amount.number = number();
-}
-
-Length FormatReader::length()
-{
-    constexpr struct
-    {
-        std::wstring_view text;
-        Length length;
-    } lengths[] = {{L"hh", Length::hh}, {L"h", Length::h}, {L"ll", Length::ll}, {L"l", Length::l},
-                   {L"j", Length::j},   {L"z", Length::z}, {L"t", Length::t}};
-    for (const auto& candidate : lengths)
-        if (consume(candidate.text))
-            return candidate.length;
-    return Length::none;
-}
-
-bool FormatReader::consume(std::wstring_view text)
-{
-    if (m_rest.substr(0, text.size()) != text)
-        return false;
-    m_rest.remove_prefix(text.size());
-    return true;
-}
-
-// How an argument was passed.
-enum class Kind
-{
-    none,
-    integer,
-    longInteger,
-    longLong,
-    number,
-    pointer
-};
-
-Kind integerKind(Length length)
-{
-    switch (length) {
-    case Length::l:
-        return Kind::longInteger;
-    case Length::ll:
-    case Length::j:
-    case Length::z:
-    case Length::t:
-        return Kind::longLong;
-    case Length::hh:
-    case Length::h:
-    case Length::none:
-        break;
-    }
-    return Kind::integer;
-}
-
-// What a conversion takes; none if it is unknown, or takes nothing.
-Kind argumentKind(const Conversion& conversion)
-{
-    switch (conversion.type) {
-    case L's':
-    case L'p':
-    case L'n':
-        return Kind::pointer;
-    case L'c':
-        return Kind::integer;
-    case L'd':
-    case L'i':
-    case L'u':
-    case L'x':
-    case L'o':
-        return integerKind(conversion.length);
-    case L'e':
-    case L'f':
-    case L'g':
-    case L'a':
-        return Kind::number;
-    default:
-        return Kind::none;
-    }
-}
-
-// The arguments of one call: one after the other, or, where the format gives positions, all read beforehand.
-class Arguments
-{
-public:
-    explicit Arguments(std::va_list arguments) { va_copy(m_arguments, arguments); }
-    ~Arguments() { va_end(m_arguments); }
-    Arguments(const Arguments&) = delete;
-    Arguments& operator=(const Arguments&) = delete;
-
-    bool havePositions() const { return !m_values.empty(); }
-    // Whether the argument is there and was passed in this way. One after the other, all are.
-    bool has(int position, Kind kind) const
-    {
-        if (!havePositions())
-            return position == 0;
-        return position > 0 && static_cast<std::size_t>(position) <= m_values.size() &&
-               m_values[static_cast<std::size_t>(position) - 1].kind == kind;
-    }
-
-    void readAll(const std::vector<Kind>& kinds);
-
-    template <typename T>
-    T get(int position)
-    {
-        if (position == 0)
-            // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the constructor makes the copy
-            return va_arg(m_arguments, T);
-        const Value& value = m_values[static_cast<std::size_t>(position) - 1];
-        if constexpr (std::is_pointer_v<T>)
-            return static_cast<T>(value.pointer);
-        else if constexpr (std::is_floating_point_v<T>)
-            return static_cast<T>(value.number);
-        else
-            return static_cast<T>(value.integer);
-    }
-
-private:
-    struct Value
-    {
-        Kind kind = Kind::none;
-        std::intmax_t integer = 0;
-        double number = 0;
-        void* pointer = nullptr;
-    };
-
-    std::va_list m_arguments;
-    std::vector<Value> m_values; // of arguments with positions
-};
-
-void Arguments::readAll(const std::vector<Kind>& kinds)
-{
-    for (const Kind kind : kinds) {
-        Value value;
-        value.kind = kind;
-        // Two of the types have the same size, on each platform others.
-        // NOLINTBEGIN(bugprone-branch-clone)
-        if (kind == Kind::longInteger)
-            value.integer = va_arg(m_arguments, long);
-        else if (kind == Kind::longLong)
-            value.integer = va_arg(m_arguments, std::intmax_t);
-        else if (kind == Kind::number)
-            value.number = va_arg(m_arguments, double);
-        else if (kind == Kind::pointer)
-            value.pointer = va_arg(m_arguments, void*);
-        else
-            value.integer = va_arg(m_arguments, int); // also one that nothing refers to
-        // NOLINTEND(bugprone-branch-clone)
-        m_values.push_back(value);
-    }
-}
-
+// Builds the text of one record.
 class Formatter
 {
 public:
@@ -351,7 +75,8 @@ std::wstring Formatter::run()
     }
 }
 
-// A format whose first argument has a position has them all by position: they are read before the first is used.
+// If the first conversion has a position, all arguments are fetched by position, and so are read before the first
+// use.
 void Formatter::findPositions()
 {
     std::vector<Kind> kinds;
@@ -380,7 +105,7 @@ void Formatter::findPositions()
     m_arguments.readAll(kinds);
 }
 
-// False if there is no such argument.
+// False if the argument does not exist.
 bool Formatter::resolve(Amount& amount)
 {
     if (!amount.isArgument)
@@ -391,7 +116,7 @@ bool Formatter::resolve(Amount& amount)
     return true;
 }
 
-// False if the conversion is to be copied as it stands: it is unknown, or has not the argument that it takes.
+// False if the conversion is copied unchanged, because it is unknown or its argument is missing or of another type.
 bool Formatter::append(Conversion& conversion)
 {
     if (conversion.type == L'%') {
@@ -478,6 +203,8 @@ std::wstring narrowArgument(const char* text, int precision)
     return boost::nowide::widen(utf8.data(), utf8.size());
 }
 
+// %s takes wide text on every platform, and %hs takes UTF-8: with the C library's printf both depend on the
+// platform, and narrow text that the C locale cannot convert makes the whole call fail.
 void Formatter::appendText(const Conversion& conversion)
 {
     constexpr std::wstring_view null = L"(null)";
@@ -493,7 +220,7 @@ void Formatter::appendText(const Conversion& conversion)
     }
 }
 
-// A character 0 is shown by its sign: it would end the record for whoever takes it for the end of a string.
+// Shows character 0 by its symbol: readers of the log that use C strings would end the record there.
 void Formatter::appendCharacter(const Conversion& conversion)
 {
     const int argument = m_arguments.get<int>(conversion.position);
@@ -512,7 +239,7 @@ void Formatter::appendErrorText(const Conversion& conversion)
     appendPadded(conversion, narrowArgument(text.c_str(), conversion.precision.number));
 }
 
-// C libraries have different ideas of it.
+// Not left to swprintf: C libraries print pointers differently.
 void Formatter::appendPointer(const Conversion& conversion)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(m_arguments.get<void*>(conversion.position));
@@ -534,7 +261,7 @@ void Formatter::appendPadded(const Conversion& conversion, std::wstring_view tex
         m_result.append(padding, L' ');
 }
 
-// The sign between groups of digits is known to the C library of Linux alone.
+// Only the C library of Linux knows the flag for grouped digits.
 std::wstring platformFlags(std::wstring flags)
 {
     constexpr bool isWindows = sizeof(wchar_t) == sizeof(char16_t);
@@ -619,8 +346,8 @@ void Formatter::appendNumber(const Conversion& conversion, const wchar_t* length
         m_result.append(buffer.data(), static_cast<std::size_t>(written));
         return;
     }
-    // The longest double has 309 digits before the point, and signs between them; nothing else needs more beside width
-    // and precision.
+    // The longest double has 309 digits before the point, and signs between them; nothing else needs more beside
+    // width and precision.
     const std::size_t longest =
         1024 + static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(std::max(precision, 0));
     std::wstring large(longest, L'\0');

@@ -13,8 +13,8 @@ namespace Brennic::Core {
 
 /// Formats as `ILogger` promises. Expects lower-case conversion letters.
 ///
-/// A conversion that the dialect does not know, or whose argument another conversion takes as something else, is copied as
-/// it stands, and takes no argument. `%n` takes its argument and stores nothing.
+/// A conversion is copied unchanged and uses no argument if the dialect does not know it, or if another
+/// conversion takes the same argument as a different type. `%n` uses its argument and stores nothing.
 ///
 /// \param error what `%m` describes.
 std::wstring formatWide(const wchar_t* format, std::va_list arguments, int error);

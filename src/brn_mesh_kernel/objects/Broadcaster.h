@@ -46,7 +46,7 @@ public:
     /// Thread: any.
     Broadcaster() = default;
 
-    /// Forgets the observers; none is notified. Notifications that are on their way are still delivered.
+    /// Forgets the observers without notifying them. Notifications that are already queued are still delivered.
     /// Thread: any.
     virtual ~Broadcaster() { Broadcaster::removeAllObservers(); }
 
@@ -86,9 +86,9 @@ public:
     /// Calls the member function \p notify, with copies of \p arguments, on every observer.
     ///
     /// In the order of registration: the plain pointers and then the asynchronous observers, in the GUI
-    /// thread; the synchronous ones here. An exception of a synchronous observer passes through, and the
-    /// synchronous ones after it are not called. Notifications for the GUI thread are lost without a word
-    /// once the library ends with the process.
+    /// thread; the synchronous ones in the calling thread. An exception of a synchronous observer propagates to
+    /// the caller, and the synchronous ones after it are not called. While the process ends, notifications for
+    /// the GUI thread are dropped silently.
     ///
     /// Observers of the same thread that take an argument by constant reference are given the same one.
     /// Thread: any. Does not block by itself.
@@ -103,7 +103,7 @@ protected:
     void notifyObservers(Notification notification);
 
     /// Returns the observer that was added first: of the plain pointers, else of the asynchronous ones, else
-    /// of the synchronous ones. Null if there is none, or if it has gone.
+    /// of the synchronous ones. Null if there is none, or if it has been destroyed.
     T* firstObserver() const;
 
 private:
@@ -111,13 +111,13 @@ private:
     using Guards = std::vector<Guard>;
     using WeakObservers = std::vector<std::weak_ptr<T>>;
 
-    // What an observer is given of an argument: it shares one that it can only read.
+    // How an argument is passed to an observer: arguments that it can only read are shared.
     template <typename Parameter>
     using Given = std::conditional_t<std::is_reference_v<Parameter> &&
                                          !std::is_const_v<std::remove_reference_t<Parameter>>,
                                      std::decay_t<Parameter>, const std::decay_t<Parameter>&>;
 
-    // A list as it was. The first entry needs no memory of its own, and hardly any list has another.
+    // A snapshot of a list. Most lists have one entry, so the first is stored without an allocation.
     template <typename Entry>
     struct Snapshot
     {
@@ -279,6 +279,7 @@ void Broadcaster<T>::notifyAll(const Snapshot<Entry>& observers, const Notificat
     std::for_each(observers.others.begin(), observers.others.end(), notifyOne);
 }
 
+/// Removes the observers that have been destroyed, and returns a snapshot of the others. Thread: any, under the lock.
 template <typename T>
 template <typename Entry>
 typename Broadcaster<T>::template Snapshot<Entry>
@@ -291,7 +292,7 @@ Broadcaster<T>::removeNullObserversLocked(std::vector<Entry>& observers)
     return {observers.front(), {std::next(observers.begin()), observers.end()}};
 }
 
-// Whether somebody may notice that a callable was handed over which calls nobody.
+// Whether the host has connected to newTaskArrived and so would notice that a callable without effect is not queued.
 template <typename T>
 bool Broadcaster<T>::isGuiArrivalObserved()
 {

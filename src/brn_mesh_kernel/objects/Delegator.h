@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Gives an object one delegate of the interface \p T, to which it tells what happens.
+/// Gives an object one delegate of the interface \p T, which it notifies.
 ///
 ///     class Saver : public Brennic::Core::Delegator<Listener>
 ///     {
@@ -14,7 +14,7 @@
 /// A delegate is the one observer of a `Broadcaster`, whose rules of thread and lifetime hold.
 ///
 /// Threads: every operation may be called from any thread. Setting a delegate removes the old one and then
-/// adds the new one, so what another thread tells at that moment may reach nobody.
+/// adds the new one, so a notification that another thread sends in between may be lost.
 
 #include <memory>
 #include <type_traits>
@@ -33,7 +33,7 @@ public:
     /// Thread: any.
     Delegator() = default;
 
-    /// Forgets the delegate, which is not told.
+    /// Forgets the delegate without notifying it.
     /// Thread: any.
     ~Delegator() override = default;
 
@@ -41,7 +41,7 @@ public:
     ///
     /// \param newDelegate what is called from now on; may be empty.
     /// \param notifyAsynchronously whether the delegate is called in the GUI thread (`true`) or in the thread
-    ///        that has something to tell, before it goes on.
+    ///        that notifies, before the notifying call returns.
     /// Thread: any. Ownership: stays with the caller; the delegate is held weakly.
     virtual void setDelegate(const std::shared_ptr<T>& newDelegate, bool notifyAsynchronously);
 
@@ -51,9 +51,9 @@ public:
     /// same. Thread: any. Ownership: stays with the caller, in practice with the delegate's Qt parent.
     virtual void setDelegate(T* newDelegate);
 
-    /// Returns the delegate, or null if there is none or it has gone.
+    /// Returns the delegate, or null if there is none or it has been destroyed.
     ///
-    /// Thread: any. Ownership: stays where it is: the result may dangle once the delegate's owner lets go.
+    /// Thread: any. Ownership: unchanged; the result dangles once the delegate's owner releases it.
     T* getDelegate() { return this->firstObserver(); }
 
 protected:

@@ -11,7 +11,7 @@
 /// Unlike `std::enable_shared_from_this`, an object that no shared pointer owns (on the stack, under
 /// construction, being destroyed) gives an empty pointer instead of an exception.
 ///
-/// Threads: `shared_from_this` may be called from any thread while somebody owns the object.
+/// Threads: `shared_from_this` may be called from any thread while a shared pointer owns the object.
 
 #include <memory>
 
@@ -38,11 +38,11 @@ template <typename T>
 class SharedObject : public virtual SharedObjectInternal
 {
 public:
-    /// Makes an object that nobody owns yet.
+    /// Makes an object without an owner.
     /// Thread: any.
     SharedObject() = default;
 
-    /// Makes an object that nobody owns yet, whoever owns the other one.
+    /// Makes an object without an owner: a copy does not share the owners of the original.
     /// Thread: any.
     SharedObject(const SharedObject&) : SharedObjectInternal() {}
 

@@ -8,11 +8,11 @@
 #include <QTimer>
 #include <boost/nowide/convert.hpp>
 
+#include <brn_console/Terminal.h>
 #include <brn_mesh_kernel/library/LiveLine.h>
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/progress/ProgressLine.h>
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
-#include <brn_mesh_kernel/progress/Terminal.h>
 
 namespace Brennic::Core {
 
@@ -82,6 +82,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    // A timer draws, not the report: reports may come by the thousand, from any thread.
     void draw()
     {
         m_report->state.elapsed = Clock::now() - m_start;

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Shows on the terminal how far a progress has come, in one line that is drawn again and again:
+/// Shows a progress on the terminal, in one line that is redrawn in place:
 ///
 ///     Smooth     [############--------]  61 %  0:07 elapsed  0:04 left
 ///
@@ -8,19 +8,20 @@
 ///     {
 ///         const Brennic::Core::ConsoleProgress line(whole); // takes the place of the delegate
 ///         application.exec();                               // while workers report
-///     }                                                     // the line is gone
+///     }                                                     // the line is erased
 ///
-/// The text is the description, UTF-8, cut to the terminal's width, whatever that is at the moment. It is drawn ten times
-/// a second at most, by a timer: it stands still while the GUI thread serves no events. Where the standard output is no
-/// terminal, or one that `TERM` calls "dumb", nothing is ever printed.
+/// The text is the description, UTF-8, cut to the terminal's width, whatever that is at the moment. It is drawn
+/// ten times a second at most, by a timer: it stands still while the GUI thread serves no events. Where the
+/// standard output is no terminal, or one that `TERM` calls "dumb", nothing is ever printed.
 ///
-/// Records that the kernel logs, in whatever thread, never mix with the line. Whoever prints to the standard output
-/// otherwise keeps it away meanwhile by a `Pause`.
+/// Records that the kernel logs, from any thread, never mix with the line. Code that prints to the standard output by
+/// other means hides the line with a `Pause`.
 ///
-/// Threads: made, used and destroyed in the GUI thread, while there is an application object. A `Pause` belongs to any.
+/// Threads: made, used and destroyed in the GUI thread, while there is an application object. A `Pause` belongs
+/// to any.
 ///
-/// Lifetime: shares the progress until its own end, at which the line is erased and the terminal as it was. A terminal
-/// has one line: of several objects each draws over the other.
+/// Lifetime: shares the progress until its own destruction, which erases the line and restores the terminal. A
+/// terminal has one line: several objects draw over each other.
 
 #include <memory>
 
@@ -34,7 +35,7 @@ class Progress;
 class BRN_MESH_KERNEL_EXPORT ConsoleProgress
 {
 public:
-    /// Keeps the line away while it lives, so that something else can be printed; it comes back by itself. Nests.
+    /// Hides the line while the object lives, so that other text can be printed; the line then comes back. Nests.
     class BRN_MESH_KERNEL_EXPORT Pause
     {
     public:
@@ -61,13 +62,13 @@ public:
     ConsoleProgress(const ConsoleProgress&) = delete;
     ConsoleProgress& operator=(const ConsoleProgress&) = delete;
 
-    /// Whether the standard output was a terminal when the object was made: otherwise nothing is printed, and the host
-    /// may want to tell by lines of its own.
+    /// Whether the standard output was a terminal when the object was made. If not, nothing is printed, and the
+    /// host may want to print lines of its own.
     /// Thread: any.
     bool isLive() const;
 
-    /// Erases the line for good, and puts the terminal back to what it was. The progress is left without a delegate,
-    /// unless it was given another. A second call does nothing.
+    /// Erases the line and restores the terminal. The progress has no delegate afterwards, unless the host has
+    /// set another one. A second call does nothing.
     /// Thread: GUI thread.
     void finish();
 

@@ -13,14 +13,19 @@ namespace {
 
 using Range = std::numeric_limits<int>;
 
-// A child without a total may report what is no number, or far from a fraction.
+// A child without a total may report a fraction that is not a number, or far outside 0 to 1.
 int toUnits(float change)
 {
-    const auto units = static_cast<double>(change); // which holds every int
+    const auto units = static_cast<double>(change); // represents every int exactly
     return std::isnan(units) ? 0 : static_cast<int>(std::clamp<double>(units, Range::min(), Range::max()));
 }
 
 } // namespace
+
+// The interface's defaults: ignore the report.
+void ProgressReportingProtocol::progressUpdated(Progress*, float, const std::wstring&) {}
+
+void ProgressReportingProtocol::progressCompleted(Progress*, const std::wstring&) {}
 
 struct Progress::ProgressImpl
 {
@@ -57,7 +62,7 @@ Progress::~Progress()
 void Progress::setTotalUnitCount(int totalUnitCount)
 {
     m_impl->state->setTotalUnitCount(totalUnitCount);
-    m_impl->state->tell(this);
+    m_impl->state->notifyWatchers(this);
 }
 
 int Progress::getTotalUnitCount() const
@@ -72,7 +77,7 @@ void Progress::setCompletedUnitCount(int completedUnitCount)
     if (m_impl->state->isWatched()) {
         self = shared_from_this(); // a watcher may release the last other pointer,
         const std::shared_ptr<ProgressState> state = m_impl->state;
-        state->tell(this);
+        state->notifyWatchers(this);
         if (state->hasEnded()) // or destroy what it owns alone
             return;
     }
@@ -84,7 +89,7 @@ int Progress::getCompletedUnitCount()
     return m_impl->state->getCompletedUnitCount();
 }
 
-// Deliberately not one step: callers that count from several threads order their increments themselves.
+// Not atomic by design: callers that count from several threads serialize their increments.
 void Progress::incrementCompletedUnitCount(int unitCount)
 {
     const std::int64_t sum = std::int64_t{getCompletedUnitCount()} + unitCount;
@@ -126,17 +131,17 @@ void Progress::addChildWithPendingCount(std::shared_ptr<Progress> child, int pen
     const ProgressState::Part* const part = m_impl->state->addPart(child->getState(), pendingUnitCount);
     if (part == nullptr)
         return;
-    // What the pointer does not own reports in nobody's name, and moves nothing.
+    // A child that its pointer does not own cannot name itself in reports, so its reports change nothing.
     const bool isOwned = child->shared_from_this() != nullptr;
     m_impl->children[child.get()] = {child, isOwned ? part : nullptr};
     child->setDelegate(std::shared_ptr<ProgressReportingProtocol>(shared_from_this()), false);
-    m_impl->state->tell(this);
+    m_impl->state->notifyWatchers(this);
 }
 
 void Progress::setDescription(const std::wstring& description)
 {
     m_impl->state->setDescription(description);
-    m_impl->state->tell(this);
+    m_impl->state->notifyWatchers(this);
 }
 
 std::wstring Progress::getDescription() const

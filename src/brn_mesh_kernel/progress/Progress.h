@@ -8,17 +8,17 @@
 ///     auto building = std::make_shared<Progress>(meshCount, L"Building");
 ///     whole->addChildWithPendingCount(reading, 30);
 ///     whole->addChildWithPendingCount(building, 70); // the total of `whole` is 100 now
-///     whole->setDelegate(statusBar, true);           // hears of every step, in the GUI thread
+///     whole->setDelegate(statusBar, true);           // notified of every step, in the GUI thread
 ///     ++*reading;
 ///
-/// Every set of the count is reported to the delegate, also where the count stays the same. A child's
-/// delegate is its parent, which moves its own count by the change of the child's fraction times the pending
-/// count, without the part after the decimal point, and reports in turn, up to the root.
+/// Each time the count is set, it is reported to the delegate, even if it stays the same. A child's delegate is
+/// its parent. The parent changes its own count by the change of the child's fraction times the pending count,
+/// truncated to an integer, and reports in turn, up to the root.
 ///
 /// Threads: the completed count may be set and read from any thread. One thread at a time may report to the
 /// same parent, as its list of children has no lock; and nothing else of an object may be changed while
 /// another thread uses it. An increment reads and then writes: two at the same moment can count as one.
-/// Who only looks on, from whatever thread, does so through `getState()`, at any time.
+/// For displays there is `getState()`, which may be read from any thread at any time.
 ///
 /// Lifetime: a progress that gets children must be owned by a `std::shared_ptr`. It owns its children, until
 /// its end; they hold it weakly. Receivers and watchers may release the last pointer to what reports to them.
@@ -54,7 +54,7 @@ public:
     Progress(int totalUnitCount = -1, // NOLINT(google-explicit-constructor)
              const std::wstring& description = std::wstring());
 
-    /// Releases the children; nothing is reported to the delegate, but watchers of the state hear of the end.
+    /// Releases the children. Nothing is reported to the delegate; watchers of the state are notified of the end.
     /// Thread: any.
     ~Progress() override;
 
@@ -91,7 +91,7 @@ public:
     /// Thread: any; two calls at the same moment can count as one.
     int operator+=(int unitCount);
 
-    /// Returns the completed count divided by the total, as it comes: above 1 if more than the total is
+    /// Returns the completed count divided by the total, not limited to 0 to 1: above 1 if more than the total is
     /// completed, infinite or not a number if the total is 0.
     /// Thread: any.
     float getFractionCompleted();
@@ -100,7 +100,7 @@ public:
     /// Thread: any.
     bool isIndeterminateProgress() const;
 
-    /// Whether the completed count is at least the total; so also while nothing is known of the total.
+    /// Whether the completed count is at least the total. True as well while the total is unknown.
     /// Thread: any.
     bool isComplete();
 
@@ -111,8 +111,8 @@ public:
     /// empty pointer, a child that is there already, this object, and what it is a part of, over whatever levels.
     /// If no shared pointer owns this object, the child is left without a delegate.
     ///
-    /// A tree has at most 256 levels, the root's among them. A child lies below all that it has been a part of, also
-    /// when they have gone.
+    /// A tree has at most 256 levels, including the root's. A child keeps its level below former parents, even after
+    /// their destruction.
     /// \throws std::length_error if the child, or what is below it, would lie deeper; nothing is changed.
     /// Thread: any, but no other thread may use this object, report on its children, or add to what is below
     /// \p child meanwhile.
@@ -133,8 +133,8 @@ public:
     std::shared_ptr<ProgressState> getState() const;
 
     /// Takes the report of a child: moves the completed count by the change of the child's fraction times its
-    /// units, in single precision and without the part after the decimal point, and reports. What is no number moves
-    /// nothing, and what is no `int` moves by the nearest. The child's description is not used.
+    /// units, in single precision and truncated, and reports. A change that is not a number counts as 0, and one
+    /// beyond the range of `int` as the nearest `int`. The child's description is not used.
     /// Thread: that of the report; one at a time.
     void progressUpdated(Progress* child, float fraction, const std::wstring& description) override;
 

@@ -5,7 +5,7 @@
 
 #include <QString>
 
-#include <brn_mesh_kernel/progress/DisplayWidth.h>
+#include <brn_console/DisplayWidth.h>
 
 namespace Brennic::Core {
 
@@ -20,7 +20,7 @@ std::size_t columns(const QString& text)
     return static_cast<std::size_t>(displayWidth(text));
 }
 
-// A description of several lines would be more than the line that is erased again.
+// Only one line is erased, so line breaks in a description must go.
 QString oneLine(QString text)
 {
     for (QChar& character : text)

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// The interface through which a `Progress` tells how far its work has come.
+/// The interface through which a `Progress` reports.
 ///
 ///     struct StatusBar final : Brennic::Core::ProgressReportingProtocol {
 ///         void progressUpdated(Brennic::Core::Progress*, float fraction, const std::wstring& text) override
@@ -26,22 +26,22 @@ namespace Brennic::Core {
 
 class Progress;
 
-/// Hears what a \ref Progress has to tell.
+/// Receives the reports of a \ref Progress.
 class BRN_MESH_KERNEL_EXPORT ProgressReportingProtocol
 {
 public:
-    /// Hears that the count of a progress that is not complete was set.
+    /// Called each time the count is set and the progress is not complete.
     ///
-    /// \param progress the one that reports; where the call comes later than the report, it may have gone.
-    /// \param fraction the part that was done: 0 to 1, but not limited to that, and not a number where the
-    ///        total is 0. The count of \p progress may have moved on since.
-    /// \param description what \p progress is about.
-    /// An exception reaches whoever set the count if the receiver is registered for that thread; in the GUI
-    /// thread it reaches the event loop.
+    /// \param progress the one that reports. In the GUI thread the call may come after its destruction.
+    /// \param fraction the completed count divided by the total: usually 0 to 1, but not limited to that, and not a
+    ///        number where the total is 0. The count of \p progress may have changed since.
+    /// \param description the description of \p progress.
+    /// An exception propagates to the caller that set the count if the receiver is registered for that thread; in the
+    /// GUI thread it propagates to the event loop.
     /// Thread: the one that set the count, or the GUI thread; locks held: none.
     virtual void progressUpdated(Progress* progress, float fraction, const std::wstring& description);
 
-    /// Hears that the count of a progress that is complete was set, once for each time.
+    /// Called each time the count is set and the progress is complete.
     ///
     /// The rest is as for \ref progressUpdated.
     /// Thread: the one that set the count, or the GUI thread; locks held: none.

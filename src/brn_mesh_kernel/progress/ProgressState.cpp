@@ -30,7 +30,7 @@ using Watchers = std::vector<std::weak_ptr<ProgressReportingProtocol>>;
 // Behind a pointer for the sake of hosts that use Qt's keywords: TBB's headers have functions named `emit`.
 struct ProgressState::ProgressStateImpl
 {
-    // The levels that parts would come to lie on.
+    // The new levels of parts.
     using Levels = std::map<const ProgressState*, int>;
 
     static bool collectLevels(const ProgressState& part, int newLevel, const ProgressState& whole,
@@ -49,8 +49,9 @@ struct ProgressState::ProgressStateImpl
     std::shared_ptr<const Watchers> watchers; // guarded by mutex
 };
 
-// Returns false if part leads to whole. What lies deep enough already is left out with all that is below it: whole is
-// not there, as it would have to lie deeper still. So a part that many wholes share is not looked at for each of them.
+// Returns false if whole is reachable from part. A subtree that already lies deep enough is skipped: whole would
+// have to lie deeper still to be in it. So a part that many parents share is visited once, not once for each of
+// them.
 bool ProgressState::ProgressStateImpl::collectLevels(const ProgressState& part, int newLevel,
                                                      const ProgressState& whole, Levels& levels)
 {
@@ -147,7 +148,7 @@ void ProgressState::setDescription(const std::wstring& description)
     m_impl->description.swap(copy);
 }
 
-// Returns null, and has changed nothing, if the part would close a circle. What it returns stays where it is.
+// Returns null, without any change, if the part would close a cycle. The returned pointer stays valid.
 const ProgressState::Part* ProgressState::addPart(const std::shared_ptr<ProgressState>& part,
                                                   int pendingUnitCount)
 {
@@ -173,8 +174,8 @@ void ProgressState::end(Progress* progress)
 {
     m_impl->hasEnded = true;
     try {
-        tell(progress);
-    } catch (...) { // NOLINT(bugprone-empty-catch): nobody could catch it behind a destructor
+        notifyWatchers(progress);
+    } catch (...) { // NOLINT(bugprone-empty-catch): exceptions must not leave a destructor
     }
 }
 
@@ -191,7 +192,7 @@ ProgressState::Report ProgressState::report(Progress* progress) const
 }
 
 // A watcher may destroy the progress, and this object with it.
-void ProgressState::tell(Progress* progress) const
+void ProgressState::notifyWatchers(Progress* progress) const
 {
     if (!isWatched())
         return;

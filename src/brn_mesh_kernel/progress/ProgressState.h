@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// What can be read of a `Progress` while other threads work with it, also after it has gone.
+/// The readable side of a `Progress`: for other threads, while the work goes on and after the progress is destroyed.
 ///
 ///     const std::shared_ptr<Brennic::Core::ProgressState> state = progress->getState();
 ///     state->addWatcher(flag); // a std::shared_ptr, called in the thread that changes something
@@ -8,13 +8,13 @@
 ///     for (const auto& part : state->getParts())
 ///         show(part.state->getDescription(), part.pendingUnitCount);
 ///
-/// A display keeps the state and not the progress: it neither prolongs the work's objects nor destroys them in
-/// its own thread, and still knows what they had come to. Watchers leave the delegate of the progress alone.
+/// A display keeps the state and not the progress. So it does not extend the lifetime of the work's objects, does not
+/// destroy them in its own thread, and still has their last values. Watchers do not replace the progress's delegate.
 ///
 /// Threads: every operation may be called from any thread, at any time.
 ///
-/// Lifetime: shared by its progress and by whoever asks for it. It shares the states of the parts. Watchers
-/// are held weakly: one hears nothing more once its owner lets go of it.
+/// Lifetime: shared by its progress and by all callers of `getState()`. It shares the states of the parts. Watchers
+/// are held weakly: they are no longer called once their owner releases them.
 
 #include <cstddef>
 #include <memory>
@@ -28,7 +28,7 @@ namespace Brennic::Core {
 class Progress;
 class ProgressReportingProtocol;
 
-/// The state of a progress, which may be read when the progress has gone.
+/// The state of a progress; remains readable after the progress is destroyed.
 class ProgressState // exported by function: what only a progress may call stays inside
 {
 public:
@@ -39,7 +39,7 @@ public:
         int pendingUnitCount = 0;             ///< the units of the parent that the child stands for
     };
 
-    /// Forgets the watchers, which are not told.
+    /// Forgets the watchers without notifying them.
     /// Thread: any.
     ~ProgressState();
 
@@ -67,12 +67,12 @@ public:
     /// Thread: any.
     BRN_MESH_KERNEL_EXPORT std::vector<Part> getParts(std::size_t first = 0) const;
 
-    /// Lets \p watcher hear of every change, whoever is the delegate. An empty pointer is ignored.
+    /// Notifies \p watcher of every change, independently of the delegate. An empty pointer is ignored.
     ///
     /// It is called after each set of the count, before the delegate is, and in the same way; and besides
     /// after a change of the total, the description or the parts, and in the destructor of the progress, when
-    /// \ref hasEnded. A watcher that is added twice is called twice. What it throws reaches whoever made the
-    /// change, and the watchers after it and the delegate are not called; what it throws in the destructor is
+    /// \ref hasEnded. A watcher that is added twice is called twice. Its exceptions propagate to the caller that
+    /// made the change, and the watchers after it and the delegate are not called; during the destructor they are
     /// dropped.
     /// Thread: any; the watcher is called in the thread that makes the change, with no locks held.
     /// Ownership: stays with the caller; the watcher is held weakly.
@@ -82,7 +82,7 @@ private:
     friend class Progress;
     struct ProgressStateImpl;
 
-    // What watchers and the delegate are told: the counts and the description of one moment.
+    // What watchers and the delegate receive: a snapshot of the counts and the description.
     struct Report
     {
         void operator()(ProgressReportingProtocol& receiver) const;
@@ -102,7 +102,7 @@ private:
     void end(Progress* progress);
     bool isWatched() const;
     Report report(Progress* progress) const;
-    void tell(Progress* progress) const;
+    void notifyWatchers(Progress* progress) const;
 
     std::unique_ptr<ProgressStateImpl> m_impl;
 };

@@ -1,8 +1,10 @@
 #include <brn_mesh_kernel/tasks/Task.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <limits>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
@@ -28,10 +30,14 @@ public:
     std::shared_ptr<TaskQueue> m_queue;
     // How often the callable has returned. A wait ends with the run that it waited for, even if the task has
     // been armed again by then.
-    std::uint64_t m_finishedRuns = 0;
+    std::atomic<std::uint64_t> m_finishedRuns{0};
     std::uint64_t m_wakeUps = 0;
     int m_waiters = 0;
 };
+
+// How often a waiting thread offers its core to others before it sleeps. A short task on another core is done before a
+// thread has fallen asleep and has been woken; one on the same core needs the sleep.
+constexpr int mostYields = 100;
 
 // Counts the calling thread as waiting, if it is that of a worker of the task's family.
 class Task::WaitingWorker
@@ -133,6 +139,9 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
 
     // No lock is held: if the task finishes meanwhile, its run has been counted.
     const WaitingWorker waitingWorker(queue.get());
+    const int yields = queue && queue->runsOnOtherCore() ? mostYields : 0;
+    for (int i = 0; i < yields && m_impl->m_finishedRuns == runsBefore; ++i)
+        std::this_thread::yield();
     return waitForRunAfter(runsBefore, mayWithdraw);
 }
 

@@ -97,8 +97,8 @@ public:
     /// it counts as waiting meanwhile, also in a slot or a destructor of the host. Once all workers of a queue wait,
     /// its pending tasks move to an overflow queue: tasks may wait for tasks.
     ///
-    /// A task that was never added to a queue is waited for just the same, run by whoever runs it. One that is added
-    /// after the wait has begun counts nobody as waiting: on a worker of that queue this can deadlock. While no worker
+    /// The wait also ends if the task was never added to a queue and another thread runs it. If the task is queued after
+    /// the wait began, the waiter is not counted as waiting; on a worker of that queue this can deadlock. While no worker
     /// can run the task, because the application object has gone or no overflow queue can be had, the caller runs it
     /// itself, unless it is for the GUI thread; docs/tasks.md has the whole rule. The GUI thread that waits for a task
     /// of its own queue waits until another thread runs it.

@@ -7,6 +7,7 @@
 #include <QMetaMethod>
 #include <QThread>
 
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/tasks/GlobalQueues.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueueCore.h>
@@ -109,6 +110,11 @@ bool TaskQueue::isFamilyOf(const TaskWorker& worker) const
 bool TaskQueue::mustWaiterRunTasks() const
 {
     return m_core->isStranded || WorkerThreads::areOutOfReach();
+}
+
+bool TaskQueue::runsOnOtherCore() const
+{
+    return m_core->lastCore.load(std::memory_order_relaxed) != currentCore();
 }
 
 void TaskQueue::addTask(std::shared_ptr<Task> task)

@@ -115,6 +115,8 @@ protected:
     /// \param pTask valid during the emission; another thread may have run the task already.
     Q_SIGNAL void newTaskArrived(Task* pTask); // NOLINT(readability-inconsistent-declaration-parameter-name)
 
+    /// Called by Qt for each connection to a signal of the queue: records that \ref newTaskArrived is observed.
+    /// Thread: the one that connects.
     void connectNotify(const QMetaMethod& signal) override;
 
 private:
@@ -129,6 +131,7 @@ private:
     bool isFamilyOf(const TaskWorker& worker) const;
     bool isGuiThread() const;
     bool mustWaiterRunTasks() const;
+    bool runsOnOtherCore() const;
     std::shared_ptr<Task> findAndRemoveTask(Task* pTask);
     void addWhileAllWait(std::shared_ptr<Task> task);
 

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include <xmmintrin.h>
+
 #include <brn_mesh_kernel/tasks/EQualityOfService.h>
 #include <brn_mesh_kernel/tasks/TaskScheduler.h>
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>
@@ -30,13 +32,14 @@ struct TaskJob
     void run();
 };
 
-/// Tries for a moment before it sleeps: going to sleep takes longer than a section of a scheduler.
+/// Waits for a moment before it sleeps: going to sleep takes longer than a section of a scheduler. The pauses grow, so
+/// that whoever holds the mutex keeps the cache line.
 class SpinningMutex
 {
 public:
     void lock()
     {
-        if (!tryFor(tries))
+        if (!spin())
             m_mutex.lock();
         m_isTaken.store(true, std::memory_order_relaxed);
     }
@@ -47,13 +50,16 @@ public:
     }
 
 private:
-    static constexpr int tries = 200;
+    static constexpr int longestPause = 32;
 
-    bool tryFor(int count)
+    bool spin()
     {
-        while (count-- > 0)
+        for (int pause = 1; pause <= longestPause; pause *= 2) {
             if (!m_isTaken.load(std::memory_order_relaxed) && m_mutex.try_lock())
                 return true;
+            for (int i = 0; i < pause; ++i)
+                _mm_pause();
+        }
         return false;
     }
 
@@ -103,6 +109,8 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
     bool isQueueGone = false;
     TaskWorker* guiWorker = nullptr; // of the GUI queue, as long as that is there
     QueueScheduler scheduler;
+    /// The core of the machine that a worker was last seen on.
+    std::atomic<int> lastCore{-1};
     /// Whether somebody has connected to the queue's signal.
     std::atomic<bool> isArrivalObserved{false};
     /// Whether every worker waits and no overflow queue can be had: those who wait for a pending task run it.

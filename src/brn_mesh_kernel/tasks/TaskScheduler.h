@@ -41,15 +41,17 @@ public:
     }
 
     /// Takes the oldest job into \p job, unless its number is higher than \p limit.
-    void pop(Job& job, Number limit = last)
+    /// \return the number of the next.
+    Number pop(Job& job, Number limit = last)
     {
         while (!m_jobs.empty() && !m_jobs.front())
             dropFront();
-        if (m_jobs.empty() || m_first > limit)
-            return;
-        job = std::move(m_jobs.front());
-        dropFront();
-        --m_count;
+        if (!m_jobs.empty() && m_first <= limit) {
+            job = std::move(m_jobs.front());
+            dropFront();
+            --m_count;
+        }
+        return m_first;
     }
 
     /// Takes the oldest job for which \p isMeant holds into \p job.
@@ -278,12 +280,12 @@ public:
         return evenIfNotAllWait || doAllWait() ? std::exchange(m_jobs, Jobs()) : Jobs();
     }
 
-    /// Takes the oldest job with a number up to \p limit, and returns how many are pending then.
-    std::size_t take(Job& job, Number limit)
+    /// Takes the oldest job with a number up to \p limit; returns the number of the next and how many are pending.
+    std::pair<Number, std::size_t> take(Job& job, Number limit)
     {
         const Lock lock(m_mutex);
-        m_jobs.pop(job, limit);
-        return m_jobs.count();
+        const Number next = m_jobs.pop(job, limit);
+        return {next, m_jobs.count()};
     }
 
     template <typename Predicate>

@@ -8,9 +8,8 @@
 #include <QEvent>
 #include <QThread>
 
-#include <brn_mesh_kernel/diagnostics/CrashStack.h>
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/library/QtHandlers.h>
-#include <brn_mesh_kernel/library/ThreadName.h>
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 namespace Brennic::Core {
@@ -30,13 +29,16 @@ constexpr std::chrono::milliseconds passTime{7};
 constexpr std::chrono::milliseconds floodTime{5};
 
 // More pending jobs than these are a flood too, and its event runs no more than these.
-constexpr std::size_t mostInOrder = 16'384;
+constexpr std::size_t mostInOrder = 8'192;
 constexpr int mostInFlood = 512;
 
 constexpr TaskWorker::JobNumber noJob = 0; // of an event that marks a pass
 constexpr TaskWorker::JobNumber everyJob = QueueScheduler::Jobs::last;
 
 thread_local TaskWorker* t_worker = nullptr;
+
+// Set before the first worker's thread starts, so that the threads read it without a lock.
+std::shared_ptr<void> (*g_makeThreadGuard)() = nullptr;
 
 QEvent::Type workerEventType()
 {
@@ -141,6 +143,11 @@ TaskWorker* TaskWorker::current()
     return t_worker;
 }
 
+void TaskWorker::guardThreadsBy(std::shared_ptr<void> (*make)())
+{
+    g_makeThreadGuard = make;
+}
+
 bool TaskWorker::startThread()
 {
     thread()->start(threadPriority(m_core->qos));
@@ -150,7 +157,8 @@ bool TaskWorker::startThread()
 void TaskWorker::enterThread()
 {
     t_worker = this;
-    m_crashStack = std::make_unique<CrashStack>();
+    if (g_makeThreadGuard != nullptr)
+        m_threadGuard = g_makeThreadGuard();
     nameCurrentThread(m_threadName);
     const QAbstractEventDispatcher* const dispatcher = thread()->eventDispatcher();
     m_loopBlocks = connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &TaskWorker::enterLoop,
@@ -268,6 +276,7 @@ bool TaskWorker::mayGoOn()
 
 void TaskWorker::serve()
 {
+    m_core->lastCore.store(currentCore(), std::memory_order_relaxed);
     Turn turn(*this);
     const Clock::time_point end = Clock::now() + turnTime;
     for (TaskJob job; turn.take(job);) {
@@ -290,12 +299,14 @@ void TaskWorker::serveGui(JobNumber number)
     if (isFlood ? takeBackFlood() : m_isFlooded.load())
         return;
     Clock::time_point begin = Clock::now();
-    if (m_passBegan == Clock::time_point())
+    if (m_passBegan == Clock::time_point()) {
         m_passBegan = begin;
+        m_core->lastCore.store(currentCore(), std::memory_order_relaxed);
+    }
     const bool isLong = isFlood || begin - m_passBegan >= shortTime;
     TaskJob job;
     for (int jobs = 0; jobs < mostInFlood && WorkerThreads::areEventsDelivered(); ++jobs) {
-        const std::size_t pendingCount = m_core->scheduler.take(job, number);
+        const auto [next, pendingCount] = m_core->scheduler.take(job, number);
         if (!job)
             return;
         // All this before the job runs: it may run an event loop.
@@ -308,11 +319,11 @@ void TaskWorker::serveGui(JobNumber number)
             endFlood();
         job.run();
         job = TaskJob();
-        if (!isLong)
-            continue;
-        const Clock::time_point end = Clock::now();
-        m_passTime += end - std::exchange(begin, end);
-        if (isFlood && m_passTime > floodTime)
+        if (isLong) {
+            const Clock::time_point end = Clock::now();
+            m_passTime += end - std::exchange(begin, end);
+        }
+        if (next > number || (isFlood && (pendingCount == 0 || m_passTime > floodTime)))
             return;
     }
 }

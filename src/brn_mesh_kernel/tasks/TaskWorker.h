@@ -25,7 +25,6 @@
 
 namespace Brennic::Core {
 
-class CrashStack;
 class Task;
 
 class TaskWorker : public QObject, public QueueScheduler::Worker
@@ -38,6 +37,10 @@ public:
     /// Thread: any; for `eQOS_GUI` it becomes the GUI thread and is raised to the highest priority.
     explicit TaskWorker(std::shared_ptr<TaskQueueCore> core);
     ~TaskWorker() override;
+
+    /// Has every worker's thread hold what \p make returns, from before its first job until after its last. Called
+    /// before there are workers; without it they hold nothing.
+    static void guardThreadsBy(std::shared_ptr<void> (*make)());
 
     TaskWorker(const TaskWorker&) = delete;
     TaskWorker& operator=(const TaskWorker&) = delete;
@@ -110,7 +113,7 @@ private:
     std::atomic<bool> m_isHeld{false};
     QMetaObject::Connection m_loopBlocks; // these and the next belong to the worker's thread
     QMetaObject::Connection m_loopAwakes;
-    std::unique_ptr<CrashStack> m_crashStack;
+    std::shared_ptr<void> m_threadGuard;
     int m_turns = 0; // more than one where a job runs an event loop
 
     // Of the GUI worker.

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include <brn_mesh_kernel/library/ThreadName.h>
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/tasks/TaskQueueCore.h>
 
 namespace Brennic::Core {

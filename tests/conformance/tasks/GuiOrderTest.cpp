@@ -126,7 +126,7 @@ public:
     void send(int result) { setObjectName(QString::number(result)); }
 };
 
-class CompletionReceiver : public ProgressReportingProtocol
+class CompletionReceiver final : public ProgressReportingProtocol
 {
 public:
     explicit CompletionReceiver(std::vector<std::string>& messages) : m_messages(messages) {}

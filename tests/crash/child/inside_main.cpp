@@ -22,7 +22,7 @@ int main(int count, char** values)
     const std::filesystem::path directory = std::filesystem::u8path(values[1]);
     const std::wstring wideDirectory = boost::nowide::widen(directory.u8string());
 
-    Brennic::Core::ExceptionHandler handler;
+    Brennic::Core::ExceptionHandler handler([](const wchar_t* /*path*/) noexcept {});
     handler.SetDumpDirectory(wideDirectory.c_str());
     handler.Initialize();
     handler.SetSendCrashDumpHandler(Brennic::Testing::crashHandler("true", directory));

@@ -1,4 +1,4 @@
-#include <brn_waypoints/HtmlPage.h>
+#include <brn_waypoints/Outputs.h>
 
 #include <sstream>
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <brn_waypoints/SummaryTable.h>
-
 #include "tools/brn_waypoints/ReportsFixture.h"
 
 using namespace Brennic::Testing;

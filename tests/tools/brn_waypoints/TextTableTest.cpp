@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <brn_mesh_kernel/progress/DisplayWidth.h>
+#include <brn_console/DisplayWidth.h>
 
 using Brennic::Core::cutToWidth;
 using Brennic::Core::displayWidth;

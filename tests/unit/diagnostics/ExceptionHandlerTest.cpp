@@ -13,16 +13,22 @@ using namespace Brennic::Core;
 using Brennic::Testing::virtualSlot;
 namespace FileUtil = Brennic::Objects::FileUtil;
 
+namespace {
+
+void noReport(const wchar_t* /*path*/) noexcept {}
+
+} // namespace
+
 TEST(ExceptionHandler, theDumpDirectoryIsEmptyAtFirstAndNeverNull)
 {
-    const ExceptionHandler handler;
+    const ExceptionHandler handler(noReport);
     ASSERT_NE(handler.DumpDirectory(), nullptr);
     EXPECT_STREQ(handler.DumpDirectory(), L"");
 }
 
 TEST(ExceptionHandler, withoutADirectoryThePathsAreBareNames)
 {
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     EXPECT_EQ(handler.Initialize(), Success);
     EXPECT_EQ(crashSettings().dumpFilePath, L"diagnostics_unit_test.dmp");
     EXPECT_EQ(crashSettings().commandLogPath, L"diagnostics_unit_test_command_log.xml");
@@ -30,7 +36,7 @@ TEST(ExceptionHandler, withoutADirectoryThePathsAreBareNames)
 
 TEST(ExceptionHandler, thePathsAreInTheDumpDirectory)
 {
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     EXPECT_EQ(handler.SetDumpDirectory(L"/var/crash"), Success);
     handler.Initialize();
     EXPECT_STREQ(handler.DumpDirectory(), L"/var/crash");
@@ -41,7 +47,7 @@ TEST(ExceptionHandler, thePathsAreInTheDumpDirectory)
 
 TEST(ExceptionHandler, aNewDirectoryForgetsThePathsUntilInitialize)
 {
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     handler.Initialize();
     handler.SetDumpDirectory(L"/other");
     EXPECT_EQ(crashSettings().dumpFilePath, L"");
@@ -52,10 +58,10 @@ TEST(ExceptionHandler, aNewDirectoryForgetsThePathsUntilInitialize)
 
 TEST(ExceptionHandler, thePathsAreSharedByAllHandlers)
 {
-    ExceptionHandler first;
+    ExceptionHandler first(noReport);
     first.SetDumpDirectory(L"/first");
     first.Initialize();
-    ExceptionHandler second;
+    ExceptionHandler second(noReport);
     second.Initialize();
     EXPECT_STREQ(second.DumpDirectory(), L"");
     EXPECT_EQ(crashSettings().dumpFilePath, FileUtil::Combine(L"/first", L"diagnostics_unit_test.dmp"));
@@ -63,7 +69,7 @@ TEST(ExceptionHandler, thePathsAreSharedByAllHandlers)
 
 TEST(ExceptionHandler, terminateChangesNothing)
 {
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     handler.SetSendCrashDumpHandler([](const wchar_t*) { return true; });
     handler.Initialize();
     handler.Terminate();
@@ -73,7 +79,7 @@ TEST(ExceptionHandler, terminateChangesNothing)
 
 TEST(ExceptionHandler, theHostsHandlerIsCopiedAndAnEmptyOneClears)
 {
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     EXPECT_EQ(handler.SetSendCrashDumpHandler([](const wchar_t*) { return true; }), Success);
     EXPECT_EQ(handler.SetSendCrashDumpHandler(*crashSettings().sendCrashDump), Success);
     ASSERT_TRUE(static_cast<bool>(crashSettings().sendCrashDump));
@@ -110,7 +116,7 @@ TEST(ExceptionHandler, theHostsHandlerIsCopiedOnce)
     int copies = 0;
     const std::function<bool(const wchar_t*)> hosts(CopiedHandler(copies, asManyAsItTakes));
     copies = 0;
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     handler.SetSendCrashDumpHandler(hosts);
     handler.SetDumpDirectory(L"/var/crash");
     handler.Initialize();
@@ -122,7 +128,7 @@ TEST(ExceptionHandler, aHandlerThatCannotBeCopiedAgainKeepsNobodyFromInitialize)
     constexpr int asManyAsItTakes = 1000;
     int copies = 0;
     const std::function<bool(const wchar_t*)> hosts(CopiedHandler(copies, asManyAsItTakes));
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     handler.SetSendCrashDumpHandler(hosts);
     copies = asManyAsItTakes; // the next one throws
     EXPECT_EQ(handler.SetDumpDirectory(L"/var/crash"), Success);
@@ -134,7 +140,7 @@ TEST(ExceptionHandler, aHandlerThatCannotBeCopiedLeavesTheOneBefore)
     constexpr int asManyAsItTakes = 1000;
     int copies = 0;
     const std::function<bool(const wchar_t*)> hosts(CopiedHandler(copies, asManyAsItTakes));
-    ExceptionHandler handler;
+    ExceptionHandler handler(noReport);
     handler.SetSendCrashDumpHandler([](const wchar_t*) { return true; });
     const auto before = crashSettings().sendCrashDump;
     copies = asManyAsItTakes;

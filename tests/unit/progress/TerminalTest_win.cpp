@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <brn_mesh_kernel/progress/Terminal.h>
+#include <brn_console/Terminal.h>
 
 using namespace Brennic::Core;
 

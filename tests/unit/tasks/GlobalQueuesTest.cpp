@@ -6,7 +6,7 @@
 
 #include <QPointer>
 
-#include <brn_mesh_kernel/library/LibraryEntry.h>
+#include <brn_mesh_kernel/kernel/LibraryEntry.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>

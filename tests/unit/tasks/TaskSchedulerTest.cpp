@@ -255,10 +255,11 @@ TEST_F(TaskSchedulerTest, jobsAreTakenUpToANumber)
     int second = 2;
     EXPECT_EQ(scheduler.append(first).first, 1U);
     EXPECT_EQ(scheduler.append(second).first, 2U);
-    int job = 0;
-    EXPECT_EQ(scheduler.take(job, 1), 1U);
-    EXPECT_EQ(job, 1);
-    job = 0;
-    EXPECT_EQ(scheduler.take(job, 1), 1U);
-    EXPECT_EQ(job, 0);
+    for (const int taken : {1, 0}) {
+        int job = 0;
+        const auto [next, pendingCount] = scheduler.take(job, 1);
+        EXPECT_EQ(job, taken);
+        EXPECT_EQ(next, 2U);
+        EXPECT_EQ(pendingCount, 1U);
+    }
 }

@@ -1,8 +1,0 @@
-#include "IllegalInstruction.h"
-
-#include <csignal>
-
-void raiseIllegalInstruction()
-{
-    std::raise(SIGILL);
-}

@@ -1,0 +1,22 @@
+#pragma once
+/// \file
+/// What the library asks of the process and of its threads, in each platform's way. Not installed.
+
+#include <string>
+
+namespace Brennic::Core {
+
+/// Registers \p function with `exit()`, which calls it in the exiting thread while the other threads still run.
+/// Functions that programs and libraries register are called in reverse order.
+void callAtExit(void (*function)());
+
+/// Gives the calling thread a name of at most 15 bytes, for debuggers and profilers.
+///
+/// Not left to `QThread`, which converts its object's name by the locale: Qt 5 sets the C locale of the whole
+/// process for that, and hangs or aborts where that meets the start of the application or its end.
+void nameCurrentThread(const std::string& name);
+
+/// Returns the number of the core that the calling thread runs on. It may be on another right after.
+int currentCore();
+
+} // namespace Brennic::Core

@@ -1,0 +1,54 @@
+#include <brn_mesh_kernel/library/Process.h>
+
+#include <initializer_list>
+
+#include <windows.h>
+
+#include <boost/nowide/convert.hpp>
+
+namespace Brennic::Core {
+
+namespace {
+
+// The function of a library that is loaded; null if there is none.
+template <typename Function>
+Function* find(const wchar_t* library, const char* name)
+{
+    const HMODULE module = GetModuleHandleW(library);
+    if (module == nullptr)
+        return nullptr;
+    const auto function = reinterpret_cast<void*>(GetProcAddress(module, name));
+    return reinterpret_cast<Function*>(function);
+}
+
+} // namespace
+
+// A function that a DLL gives to std::atexit() is called when the DLL is detached, and by then the system has ended
+// all other threads. exit() itself calls what is in the C library's own list. A process may have several C libraries.
+void callAtExit(void (*function)())
+{
+    using CrtAtExit = int(void (*)());
+    using OnExit = void*(void (*)());
+    for (const wchar_t* name : {L"ucrtbase.dll", L"ucrtbased.dll"})
+        if (auto* const crtAtExit = find<CrtAtExit>(name, "_crt_atexit"))
+            crtAtExit(function);
+    if (auto* const onExit = find<OnExit>(L"msvcrt.dll", "_onexit"))
+        onExit(function);
+}
+
+void nameCurrentThread(const std::string& name)
+{
+    using SetThreadDescription = HRESULT WINAPI(HANDLE thread, const wchar_t* description);
+    // Windows 10 and later have it.
+    static auto* const setThreadDescription =
+        find<SetThreadDescription>(L"kernel32.dll", "SetThreadDescription");
+    if (setThreadDescription != nullptr)
+        setThreadDescription(GetCurrentThread(), boost::nowide::widen(name).c_str());
+}
+
+int currentCore()
+{
+    return static_cast<int>(GetCurrentProcessorNumber());
+}
+
+} // namespace Brennic::Core
