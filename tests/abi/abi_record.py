@@ -150,7 +150,9 @@ def read_headers(configuration, headers):
     output = work / "headers.xml"
     # Headers that look for clang are to find it: that is what reads them.
     command = [configuration["castxml"], "--castxml-output=1", "--castxml-start", NAMESPACE, "--castxml-cc-gnu", "("]
-    command += [configuration["compiler"], "-std=c++17", ")", "-std=c++17", "-w", "-fsized-deallocation"]
+    # Qt's headers refuse less than position-independent code, where there is a choice.
+    position = [] if "mingw" in configuration["compiler"] else ["-fPIC"]
+    command += [configuration["compiler"], "-std=c++17", *position, ")", "-std=c++17", "-w", "-fsized-deallocation"]
     command += ["-D__clang__", "-D__clang_major__=14", "-D__clang_minor__=0"]
     command += ["-D" + definition for definition in configuration["definitions"] if definition]
     command += ["-I" + folder for folder in configuration["includes"] if folder not in ("", "/usr/include")]
