@@ -10,9 +10,9 @@ namespace Brennic::Core {
 
 bool isOutputATerminal()
 {
+    // A dumb terminal would show the sequences as text.
     const char* const kind = std::getenv("TERM");
-    const bool isDumb =
-        kind != nullptr && std::string_view(kind) == "dumb"; // it would show the sequences as text
+    const bool isDumb = kind != nullptr && std::string_view(kind) == "dumb";
     return ::isatty(STDOUT_FILENO) == 1 && !isDumb;
 }
 

@@ -29,8 +29,8 @@ QString number(double value)
     return QString::number(value, 'f', 2);
 }
 
-// Lengths and places from left to right are parts of the width, so that the chart takes what the page has, and texts keep their
-// size.
+// Lengths and places from left to right are parts of the width: the chart is as wide as the page, and its texts keep
+// their size.
 QString percents(double part)
 {
     return number(part) + QLatin1Char('%');
