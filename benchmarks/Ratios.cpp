@@ -44,7 +44,7 @@ Summary summaryOf(const Times& times, const std::string& name)
     return {median, (quantile(sorted, 0.75) - quantile(sorted, 0.25)) / 2 / median};
 }
 
-// What benchmarks/report reads: names and limits, of which it makes the ratios from the times in the same file.
+// What benchmarks/report.py reads: names and limits, of which it makes the ratios from the times in the same file.
 std::string asText(const Ratio& ratio)
 {
     std::ostringstream text;

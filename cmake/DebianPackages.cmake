@@ -25,20 +25,18 @@ set(CPACK_BRN_OBJCOPY "${CMAKE_OBJCOPY}")
 set(this_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(kernel_package "libbrn-mesh-kernel${BRN_SOVERSION}")
 set(widgets_package "libbrn-mesh-widgets${BRN_SOVERSION}")
-if(QT_VERSION_MAJOR EQUAL 6)
-  set(qt_package "qt6-base-dev")
-else()
-  set(qt_package "qtbase5-dev")
-endif()
 
-# brn_debian_package(<component> <package> SECTION <section> SUMMARY <line> DESCRIPTION <lines>... [DEPENDS <packages>])
+# brn_debian_package(<component> <package> SECTION <section> SUMMARY <line> DESCRIPTION <lines>... [DEPENDS <packages>]
+#                    [SUGGESTS <packages>] [ARCHITECTURE all])
 macro(brn_debian_package component package)
-  cmake_parse_arguments(package "" "SECTION;SUMMARY;DEPENDS" "DESCRIPTION" ${ARGN})
+  cmake_parse_arguments(package "" "SECTION;SUMMARY;DEPENDS;SUGGESTS;ARCHITECTURE" "DESCRIPTION" ${ARGN})
   string(TOUPPER ${component} key)
   list(APPEND CPACK_COMPONENTS_ALL ${component})
   set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${package})
   set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${package_SECTION})
   set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS "${package_DEPENDS}")
+  set(CPACK_DEBIAN_${key}_PACKAGE_SUGGESTS "${package_SUGGESTS}")
+  set(CPACK_DEBIAN_${key}_PACKAGE_ARCHITECTURE "${package_ARCHITECTURE}")
   list(JOIN package_DESCRIPTION "\n" package_lines)
   set(CPACK_COMPONENT_${key}_DESCRIPTION "${package_SUMMARY}\n${package_lines}")
 endmacro()
@@ -75,9 +73,17 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debi
 brn_debian_package(
   development libbrn-mesh-kernel-dev
   SECTION libdevel
-  DEPENDS "${kernel_package} ${this_version}, ${qt_package}"
+  DEPENDS "${kernel_package} ${this_version}, ${BRN_QT_PACKAGE}"
+  SUGGESTS libbrn-mesh-kernel-doc
   SUMMARY "Run-time services for mesh processing - development files"
   DESCRIPTION ${about_kernel} "This package holds the headers, the CMake package and the entry for" "pkg-config."
+)
+brn_debian_package(
+  documentation libbrn-mesh-kernel-doc
+  SECTION doc
+  ARCHITECTURE all
+  SUMMARY "Run-time services for mesh processing - documentation"
+  DESCRIPTION ${about_kernel} "This package holds the guides, the reference of every public class, and" "small programs to begin with."
 )
 if(TARGET brn_mesh_widgets)
   brn_debian_binaries(
@@ -91,9 +97,9 @@ if(TARGET brn_mesh_widgets)
   brn_debian_package(
     widgets-development libbrn-mesh-widgets-dev
     SECTION libdevel
-    DEPENDS "${widgets_package} ${this_version}, libbrn-mesh-kernel-dev ${this_version}, ${qt_package}"
+    DEPENDS "${widgets_package} ${this_version}, libbrn-mesh-kernel-dev ${this_version}, ${BRN_QT_PACKAGE}"
     SUMMARY "Qt widgets for mesh processing - development files"
-    DESCRIPTION ${about_widgets} "This package holds the headers and the CMake package."
+    DESCRIPTION ${about_widgets} "This package holds the headers, the CMake package and the entry for" "pkg-config."
   )
 endif()
 if(TARGET brn_waypoints)

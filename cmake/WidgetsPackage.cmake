@@ -1,4 +1,4 @@
-# Installs brn_mesh_widgets with its headers and its CMake package.
+# Installs brn_mesh_widgets with its headers, its CMake package and its entry for pkg-config.
 include(CMakePackageConfigHelpers)
 
 set(widgets_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/brn_mesh_widgets")
@@ -40,3 +40,15 @@ install(
   DESTINATION "${widgets_package_dir}"
   COMPONENT widgets-development
 )
+
+# As for the kernel, whose entry stands beside it: Package.cmake.
+if(NOT WIN32 AND NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" AND NOT IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
+  file(RELATIVE_PATH prefix_from_pkgconfig "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+  string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/brn_mesh_widgets.pc.in" "${widgets_generated_dir}/brn_mesh_widgets.pc" @ONLY)
+  install(
+    FILES "${widgets_generated_dir}/brn_mesh_widgets.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+    COMPONENT widgets-development
+  )
+endif()

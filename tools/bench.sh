@@ -4,13 +4,13 @@
 # Numbers count only on a machine that does nothing else.
 . "$(dirname "$0")/common.sh"
 
-tools/setup.sh libspdlog-dev qtbase5-dev libkf5threadweaver-dev libkf5coreaddons-dev
+tools/setup.sh python3-matplotlib libspdlog-dev qtbase5-dev libkf5threadweaver-dev libkf5coreaddons-dev
 # KDE's libraries use Qt 5, and a process can load only one Qt: the benchmarks against them are also built with Qt 5.
 with_qt6=(logging profiler task progress smoothing logging_peers task_peers progress_peers crash)
 with_qt5=(task_peers progress_peers)
 
 configure_preset release
-build_preset release --target benchmark_report "${with_qt6[@]/%/_benchmark}"
+build_preset release --target "${with_qt6[@]/%/_benchmark}"
 configure_preset release-qt5
 build_preset release-qt5 --target "${with_qt5[@]/%/_benchmark}"
 
@@ -32,5 +32,4 @@ for name in "${with_qt5[@]}"; do run release-qt5 "$name" "$@"; done
 
 [ $# -eq 0 ] || exit 0
 say "Writing docs/performance.md and docs/images"
-mkdir -p docs/images
-build/release/bin/benchmark_report docs/performance.md docs/images "$results"/*.json
+/usr/bin/python3 benchmarks/report.py docs/performance.md docs/images "$results"/*.json

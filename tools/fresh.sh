@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # tools/fresh.sh [packages | readme] ...: checks in a bare Debian 12 what a user of one would do; both without arguments.
 #
-#   packages   installs build/release/packages/*.deb (tools/package.sh makes them), builds the host of tests/package against
-#              them, with CMake and with pkg-config, runs it, and removes them again
+#   packages   installs build/package/packages/*.deb (tools/package.sh makes them), builds the host of tests/package and the packed
+#              examples against them, with CMake and with pkg-config, runs the host, and removes them again
 #   readme     runs the commands that README.md gives for a fresh Debian 12, as they stand there
 #
 # Each in a chroot of its own, below $TMPDIR or /tmp, that is gone afterwards: 3 GB while it works. The bare Debian is made by
@@ -18,7 +18,7 @@ skip() {
 [ $# -gt 0 ] || set -- packages readme
 [ "$(id -u)" -eq 0 ] || skip "making one needs root"
 chroot / true 2>/dev/null || skip "chroot is not allowed here"
-tools/setup.sh debootstrap
+tools/setup.sh --none debootstrap
 
 cache=${XDG_CACHE_HOME:-$HOME/.cache}/brn_mesh_kernel
 release=bookworm
@@ -83,10 +83,10 @@ in_root() {
 }
 
 check_packages() {
-  compgen -G 'build/release/packages/*.deb' >/dev/null || { say "no packages: run tools/package.sh first" >&2; return 1; }
+  compgen -G 'build/package/packages/*.deb' >/dev/null || { say "no packages: run tools/package.sh first" >&2; return 1; }
   make_root packages
   mkdir "$work/packages/root/debs"
-  cp build/release/packages/*.deb "$work/packages/root/debs/"
+  cp build/package/packages/*.deb "$work/packages/root/debs/"
   say "Installing the Debian packages in a bare Debian, and building a host there"
   quietly in_root packages sh -ec '
     export DEBIAN_FRONTEND=noninteractive
@@ -96,6 +96,13 @@ check_packages() {
     cmake --build /root/host
     c++ -std=c++17 -fPIC examples/quick_start/main.cpp -o /root/host/pkg_config_host \
       $(pkg-config --cflags --libs brn_mesh_kernel)
+    cmake -S /usr/share/doc/brn_mesh_kernel/examples -B /root/examples
+    cmake --build /root/examples
+    test -x /root/examples/progress_window
+    c++ -std=c++17 -fPIC examples/progress_window/main.cpp -o /root/host/widgets_host $(pkg-config --cflags --libs brn_mesh_widgets)
+    test -s /usr/share/doc/brn_mesh_kernel/guides/tasks.md
+    grep -q TaskQueue /usr/share/doc/brn_mesh_kernel/reference/annotated.html
+    zcat /usr/share/man/man1/brn_waypoints.1.gz | grep -q trace
     for library in /usr/lib/*/libbrn_mesh_*.so.?; do
       readelf --sections "$(readelf --notes "$library" |
         sed -n "s,.*Build ID: \(..\),/usr/lib/debug/.build-id/\1/,p").debug" | grep -q debug_info

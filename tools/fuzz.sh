@@ -8,7 +8,7 @@ case ${1-} in
 esac
 seconds=$1
 shift
-tools/setup.sh libclang-rt-14-dev
+tools/setup.sh --build ccache clang libclang-rt-14-dev
 configure_preset fuzz "-DBRN_FUZZ_SECONDS=$seconds"
 build_preset fuzz
 test_preset fuzz "$@"

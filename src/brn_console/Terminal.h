@@ -8,7 +8,7 @@
 
 namespace Brennic::Core {
 
-/// Whether the standard output is a terminal or a console.
+/// Whether the standard output is a terminal or a console, and one that moves its cursor when told to.
 bool isOutputATerminal();
 
 /// The current width of that terminal in columns; 80 if it is unknown.

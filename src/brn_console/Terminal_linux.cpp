@@ -1,5 +1,8 @@
 #include <brn_console/Terminal.h>
 
+#include <cstdlib>
+#include <string_view>
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -7,7 +10,10 @@ namespace Brennic::Core {
 
 bool isOutputATerminal()
 {
-    return ::isatty(STDOUT_FILENO) == 1;
+    // A dumb terminal would show the sequences as text.
+    const char* const kind = std::getenv("TERM");
+    const bool isDumb = kind != nullptr && std::string_view(kind) == "dumb";
+    return ::isatty(STDOUT_FILENO) == 1 && !isDumb;
 }
 
 std::size_t terminalWidth()

@@ -14,11 +14,11 @@ namespace Brennic::Waypoints {
 namespace {
 
 constexpr std::size_t maxGroups = 40;
-constexpr int maxLabelWidth = 26;
-constexpr double width = 960;
-constexpr double labelRoom = 220;
-constexpr double valueRoom = 100;
+constexpr int maxLabelWidth = 46; // what the narrowest pages have room for
+constexpr double barRoom = 80;    // of the longest bar, in percent of the width; its value stands behind it
+constexpr double thinnest = 0.2;  // in percent too
 constexpr double axisHeight = 28;
+constexpr double labelHeight = 19;
 constexpr double barHeight = 16;
 constexpr double barPitch = 18;
 constexpr double groupGap = 10;
@@ -27,6 +27,13 @@ constexpr double textBaseline = 12.5; // of a bar's text, from its top
 QString number(double value)
 {
     return QString::number(value, 'f', 2);
+}
+
+// Lengths and places from left to right are parts of the width: the chart is as wide as the page, and its texts keep
+// their size.
+QString percents(double part)
+{
+    return number(part) + QLatin1Char('%');
 }
 
 // 1, 2 or 5 times a power of ten, so that there are five lines or so.
@@ -52,8 +59,10 @@ void writeText(QXmlStreamWriter& out, const char* kind, double x, double y, cons
 {
     out.writeStartElement(QStringLiteral("text"));
     out.writeAttribute(QStringLiteral("class"), QLatin1String(kind));
-    out.writeAttribute(QStringLiteral("x"), number(x));
+    out.writeAttribute(QStringLiteral("x"), percents(x));
     out.writeAttribute(QStringLiteral("y"), number(y));
+    if (QLatin1String(kind) == QLatin1String("value"))
+        out.writeAttribute(QStringLiteral("dx"), QStringLiteral("6")); // behind the end of its bar
     out.writeCharacters(text);
     out.writeEndElement();
 }
@@ -61,20 +70,19 @@ void writeText(QXmlStreamWriter& out, const char* kind, double x, double y, cons
 void writeGridLine(QXmlStreamWriter& out, double x, double bottom)
 {
     out.writeEmptyElement(QStringLiteral("line"));
-    out.writeAttribute(QStringLiteral("x1"), number(x));
-    out.writeAttribute(QStringLiteral("x2"), number(x));
+    out.writeAttribute(QStringLiteral("x1"), percents(x));
+    out.writeAttribute(QStringLiteral("x2"), percents(x));
     out.writeAttribute(QStringLiteral("y1"), number(axisHeight - 4));
     out.writeAttribute(QStringLiteral("y2"), number(bottom));
 }
 
 void writeBar(QXmlStreamWriter& out, const QString& kind, double top, double length, const QString& title)
 {
-    constexpr double thinnest = 1;
     out.writeStartElement(QStringLiteral("rect"));
     out.writeAttribute(QStringLiteral("class"), kind);
-    out.writeAttribute(QStringLiteral("x"), number(labelRoom));
+    out.writeAttribute(QStringLiteral("x"), percents(0));
     out.writeAttribute(QStringLiteral("y"), number(top));
-    out.writeAttribute(QStringLiteral("width"), number(std::max(length, thinnest)));
+    out.writeAttribute(QStringLiteral("width"), percents(std::max(length, thinnest)));
     out.writeAttribute(QStringLiteral("height"), number(barHeight));
     out.writeAttribute(QStringLiteral("rx"), QStringLiteral("2"));
     out.writeTextElement(QStringLiteral("title"), title);
@@ -147,7 +155,7 @@ double BarChart::longest() const
 
 double BarChart::groupHeight() const
 {
-    return static_cast<double>(m_reportCount) * barPitch + groupGap;
+    return labelHeight + static_cast<double>(m_reportCount) * barPitch + groupGap;
 }
 
 double BarChart::height() const
@@ -162,45 +170,47 @@ QString BarChart::seriesClass(std::size_t report)
 
 void BarChart::write(QXmlStreamWriter& out) const
 {
-    const double pixelsPerSecond = (width - labelRoom - valueRoom) / longest();
+    const double percentPerSecond = barRoom / longest();
     out.writeStartElement(QStringLiteral("svg"));
     out.writeAttribute(QStringLiteral("xmlns"), QStringLiteral("http://www.w3.org/2000/svg"));
-    out.writeAttribute(QStringLiteral("viewBox"),
-                       QLatin1String("0 0 ") + number(width) + QLatin1Char(' ') + number(height()));
+    out.writeAttribute(QStringLiteral("class"), QStringLiteral("chart"));
+    out.writeAttribute(QStringLiteral("width"), percents(100));
+    out.writeAttribute(QStringLiteral("height"), number(height()));
     out.writeAttribute(QStringLiteral("role"), QStringLiteral("img"));
     out.writeAttribute(QStringLiteral("aria-label"), QStringLiteral("Seconds for each waypoint name"));
-    writeAxis(out, niceStep(longest()), pixelsPerSecond);
+    writeAxis(out, niceStep(longest()), percentPerSecond);
     double top = axisHeight + groupGap / 2;
     for (const Group& group : m_groups) {
-        writeGroup(out, group, top, pixelsPerSecond);
+        writeGroup(out, group, top, percentPerSecond);
         top += groupHeight();
     }
     out.writeEndElement();
 }
 
-void BarChart::writeAxis(QXmlStreamWriter& out, double step, double pixelsPerSecond) const
+void BarChart::writeAxis(QXmlStreamWriter& out, double step, double percentPerSecond) const
 {
     const auto count = static_cast<int>(std::floor(longest() / step + 1e-9));
     for (int i = 0; i <= count; ++i) {
-        const double x = labelRoom + i * step * pixelsPerSecond;
+        const double x = i * step * percentPerSecond;
         writeGridLine(out, x, height());
-        writeText(out, "tick", x, axisHeight - 10, QString::number(i * step, 'g', 6) + QLatin1String(" s"));
+        writeText(out, i == 0 ? "tick first" : "tick", x, axisHeight - 10,
+                  QString::number(i * step, 'g', 6) + QLatin1String(" s"));
     }
 }
 
-void BarChart::writeGroup(QXmlStreamWriter& out, const Group& group, double top, double pixelsPerSecond) const
+void BarChart::writeGroup(QXmlStreamWriter& out, const Group& group, double top,
+                          double percentPerSecond) const
 {
-    const double middle = top + (static_cast<double>(m_reportCount) - 1) * barPitch / 2;
-    writeText(out, "name", labelRoom - 10, middle + textBaseline, label(group.name));
+    writeText(out, "name", 0, top + textBaseline, label(group.name));
     for (std::size_t report = 0; report < m_reportCount; ++report) {
         if (!group.seconds[report])
             continue;
         const double seconds = *group.seconds[report];
-        const double y = top + static_cast<double>(report) * barPitch;
-        const double length = std::max(seconds, 0.0) * pixelsPerSecond;
+        const double y = top + labelHeight + static_cast<double>(report) * barPitch;
+        const double length = std::max(seconds, 0.0) * percentPerSecond;
         const QString text = secondsText(seconds) + QLatin1String(" s");
         writeBar(out, seriesClass(report), y, length, group.name + QLatin1String(": ") + text);
-        writeText(out, "value", labelRoom + length + 6, y + textBaseline, text);
+        writeText(out, "value", length, y + textBaseline, text);
     }
 }
 

@@ -19,7 +19,8 @@ public:
     /// Of many names those that took least share one group of bars at the end.
     explicit BarChart(const std::vector<Summary>& summaries);
 
-    /// Writes one `svg` element; the bars of a report have the class `seriesN`, N from 0 on as \ref seriesClass says.
+    /// Writes one `svg` element, as wide as the page; the bars of a report have the class `seriesN`, N from 0 on as
+    /// \ref seriesClass says.
     void write(QXmlStreamWriter& out) const;
 
     /// The class of the report's bars and of its mark in a legend.
@@ -40,8 +41,8 @@ private:
     void addTimes(const Summary& summary, std::size_t report);
     void foldSmallest();
     double longest() const;
-    void writeAxis(QXmlStreamWriter& out, double step, double pixelsPerSecond) const;
-    void writeGroup(QXmlStreamWriter& out, const Group& group, double top, double pixelsPerSecond) const;
+    void writeAxis(QXmlStreamWriter& out, double step, double percentPerSecond) const;
+    void writeGroup(QXmlStreamWriter& out, const Group& group, double top, double percentPerSecond) const;
     double groupHeight() const;
     double height() const;
 

@@ -12,7 +12,7 @@ namespace Brennic::Waypoints {
 
 namespace {
 
-// Without characters that HTML would have escaped.
+// Without characters that HTML would have escaped. On a narrow page the numbers of a row stand below its name.
 const char* const style = R"(
 :root { color-scheme: light dark; --page: #ffffff; --text: #1f2328; --faint: #656d76; --line: #d8dee4; --head: #f6f8fa;
   --c0: #2a6fdb; --c1: #d9730d; --c2: #2f8f4e; --c3: #b83280; --c4: #7a5af8; --c5: #0e8a92; --c6: #a67c00; --c7: #c0392b; }
@@ -25,20 +25,28 @@ p { margin: 0 0 8px; color: var(--faint); }
 ul { display: flex; flex-wrap: wrap; gap: 4px 20px; list-style: none; margin: 0 0 12px; padding: 0; }
 li { overflow-wrap: anywhere; }
 .legend { width: 12px; height: 12px; margin-right: 7px; }
-.scroll svg { width: 100%; min-width: 640px; }
+.chart { display: block; }
 svg text { font: 12px system-ui, sans-serif; fill: var(--text); }
-svg .name { text-anchor: end; }
 svg .tick { text-anchor: middle; fill: var(--faint); }
+svg .first { text-anchor: start; }
 svg .value { fill: var(--faint); }
 svg line { stroke: var(--line); }
 .series0 { fill: var(--c0); } .series1 { fill: var(--c1); } .series2 { fill: var(--c2); } .series3 { fill: var(--c3); }
 .series4 { fill: var(--c4); } .series5 { fill: var(--c5); } .series6 { fill: var(--c6); } .series7 { fill: var(--c7); }
-.scroll { overflow-x: auto; }
 table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nums; }
 th, td { padding: 5px 10px; text-align: right; border-bottom: 1px solid var(--line); white-space: nowrap; }
 th:first-child, td:first-child { text-align: left; white-space: normal; overflow-wrap: anywhere; }
 thead th { background: var(--head); font-weight: 600; }
 tr:last-child td { font-weight: 600; border-bottom: none; }
+@media (max-width: 600px) {
+body { padding: 16px; }
+table, thead, tbody { display: block; font-size: 14px; }
+tr { display: grid; grid-template-columns: 3fr 4fr 4fr 4fr 6fr; padding: 5px 0; border-bottom: 1px solid var(--line); }
+tr:last-child { border-bottom: none; }
+thead tr, thead th { background: var(--head); }
+th, td { padding: 1px 4px; border-bottom: none; }
+th:first-child, td:first-child { grid-column: 1 / -1; }
+}
 )";
 
 void writeHead(QXmlStreamWriter& out)
@@ -93,8 +101,6 @@ void writeRow(QXmlStreamWriter& out, const QString& cellName, const QStringList&
 
 void writeTable(QXmlStreamWriter& out, const Summary& summary)
 {
-    out.writeStartElement(QStringLiteral("div"));
-    out.writeAttribute(QStringLiteral("class"), QStringLiteral("scroll"));
     out.writeStartElement(QStringLiteral("table"));
     out.writeStartElement(QStringLiteral("thead"));
     writeRow(out, QStringLiteral("th"), summaryHeadings());
@@ -102,7 +108,6 @@ void writeTable(QXmlStreamWriter& out, const Summary& summary)
     out.writeStartElement(QStringLiteral("tbody"));
     for (const QStringList& cells : summaryTable(summary))
         writeRow(out, QStringLiteral("td"), cells);
-    out.writeEndElement();
     out.writeEndElement();
     out.writeEndElement();
 }
@@ -115,21 +120,13 @@ void writeReport(QXmlStreamWriter& out, const Report& report, const Summary& sum
     writeTable(out, summary);
 }
 
-void writeChart(QXmlStreamWriter& out, const std::vector<Summary>& summaries)
-{
-    out.writeStartElement(QStringLiteral("div"));
-    out.writeAttribute(QStringLiteral("class"), QStringLiteral("scroll"));
-    BarChart(summaries).write(out);
-    out.writeEndElement();
-}
-
 void writeBody(QXmlStreamWriter& out, const std::vector<Report>& reports)
 {
     const std::vector<Summary> summaries(reports.begin(), reports.end());
     out.writeStartElement(QStringLiteral("body"));
     out.writeTextElement(QStringLiteral("h1"), QStringLiteral("Waypoints"));
     writeLegend(out, reports);
-    writeChart(out, summaries);
+    BarChart(summaries).write(out);
     for (std::size_t i = 0; i < reports.size(); ++i)
         writeReport(out, reports[i], summaries[i]);
     out.writeEndElement();

@@ -44,7 +44,7 @@ brn_crash_test(
 )
 brn_crash_test(
   dump_test
-  SOURCES DumpMiniDumpTest.cpp support/DumpReaders.cpp support/Minidump.cpp
+  SOURCES DumpMiniDumpTest.cpp DumpStackwalkTest.cpp support/DumpReaders.cpp support/Minidump.cpp
 )
 if(NOT BRN_SANITIZER) # which brings a heap of its own
   brn_crash_test(dump_allocation_test SOURCES DumpAllocationTest.cpp)

@@ -17,8 +17,8 @@ TEST_F(MeshSmootherTest, aTerminalShowsOneLiveLineOfItsWidth)
 {
     if (runProgram("script", {"-qec", "true", "/dev/null"}, directory.path()).exitCode != 0)
         GTEST_SKIP() << "the system gives us no terminal";
-    const std::string command =
-        "stty cols 50; exec " MESH_SMOOTHER_PATH " mesh.obj --subdivide 7 --iterations 300 --log-level off";
+    const std::string command = "stty cols 50; export TERM=xterm; exec " MESH_SMOOTHER_PATH
+                                " mesh.obj --subdivide 7 --iterations 300 --log-level off";
     const ProgramResult result = runProgram("script", {"-qec", command, "/dev/null"}, directory.path());
     EXPECT_EQ(result.exitCode, 0);
     std::size_t shown = 0;
@@ -33,6 +33,18 @@ TEST_F(MeshSmootherTest, aTerminalShowsOneLiveLineOfItsWidth)
     }
     EXPECT_GT(shown, 0U);
     EXPECT_EQ(result.out.find('%', result.out.rfind(erase)), std::string::npos) << "the line is left behind";
+}
+
+TEST_F(MeshSmootherTest, aDumbTerminalGetsNoEscapeSequences)
+{
+    if (runProgram("script", {"-qec", "true", "/dev/null"}, directory.path()).exitCode != 0)
+        GTEST_SKIP() << "the system gives us no terminal";
+    const std::string command =
+        "export TERM=dumb; exec " MESH_SMOOTHER_PATH " mesh.obj --subdivide 5 --iterations 100";
+    const ProgramResult result = runProgram("script", {"-qec", command, "/dev/null"}, directory.path());
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.out, HasSubstr("Smooth"));
+    EXPECT_EQ(result.out.find('\x1b'), std::string::npos) << result.out;
 }
 
 class InterruptedSmoother : public MeshSmootherTest, public ::testing::WithParamInterface<const char*>

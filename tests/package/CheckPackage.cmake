@@ -1,5 +1,6 @@
 # Makes the package of the build, puts it in another place, builds a host against it there and runs it. The package is the zip
-# where there is one, else what the build installs. With PKG_CONFIG a second host is built without CMake.
+# where there is one, else what the build installs. With PKG_CONFIG a second host is built without CMake. The examples of the
+# package are built too, and its guides looked for.
 foreach(name IN ITEMS BUILD_DIR SOURCE_DIR WORK_DIR GENERATOR CXX_COMPILER)
   if(NOT ${name})
     message(FATAL_ERROR "${name} is not set")
@@ -28,8 +29,15 @@ else()
     message(FATAL_ERROR "more than libraries is installed for programs that are built already: ${installed}")
   endif()
   run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first" --component development)
+  run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/first" --component documentation)
   file(RENAME "${WORK_DIR}/first" "${package_dir}")
 endif()
+set(documentation_dir "${package_dir}/share/doc/brn_mesh_kernel")
+foreach(file IN ITEMS guides/tasks.md guides/images/mesh_workbench.png examples/quick_start/main.cpp)
+  if(NOT EXISTS "${documentation_dir}/${file}")
+    message(FATAL_ERROR "the package has no ${file}")
+  endif()
+endforeach()
 if(TOOLCHAIN_FILE) # which looks for packages nowhere else, and takes its compiler itself
   set(compiler "-DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
                "-Dbrn_mesh_kernel_DIR=${package_dir}/lib/cmake/brn_mesh_kernel"
@@ -45,6 +53,11 @@ run(
   -DCMAKE_BUILD_TYPE=Debug "-DQUICK_START_SOURCE=${SOURCE_DIR}/examples/quick_start/main.cpp"
 )
 run("${CMAKE_COMMAND}" --build "${WORK_DIR}/host")
+run(
+  "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${documentation_dir}/examples" -B "${WORK_DIR}/examples" ${compiler}
+  -DCMAKE_BUILD_TYPE=Debug -DCMAKE_DISABLE_FIND_PACKAGE_brn_mesh_widgets=ON
+)
+run("${CMAKE_COMMAND}" --build "${WORK_DIR}/examples")
 
 # run_host(<command> ...)
 function(run_host)

@@ -12,7 +12,7 @@
 ///
 /// The text is the description, UTF-8, cut to the terminal's width, whatever that is at the moment. It is drawn
 /// ten times a second at most, by a timer: it stands still while the GUI thread serves no events. Where the
-/// standard output is no terminal, nothing is ever printed.
+/// standard output is no terminal, or one that `TERM` calls "dumb", nothing is ever printed.
 ///
 /// Records that the kernel logs, from any thread, never mix with the line. Code that prints to the standard output by
 /// other means hides the line with a `Pause`.

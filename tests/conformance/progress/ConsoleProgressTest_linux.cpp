@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -102,6 +103,17 @@ TEST_F(ConsoleProgressOnTerminal, theLineIsErasedAtTheEnd)
         EXPECT_TRUE(serveUntilShown("0 %"));
     }
     EXPECT_THAT(terminal.close(), EndsWith(eraseSequence));
+}
+
+TEST_F(ConsoleProgressOnTerminal, aDumbTerminalGetsNothing)
+{
+    ASSERT_EQ(::setenv("TERM", "dumb", 1), 0); // of this process, which runs this test alone
+    {
+        const ConsoleProgress line(root);
+        EXPECT_FALSE(line.isLive());
+        serveFor(std::chrono::milliseconds(250));
+    }
+    EXPECT_EQ(terminal.close(), "");
 }
 
 TEST_F(ConsoleProgressOnTerminal, withoutAnyEventNothingIsPrinted)

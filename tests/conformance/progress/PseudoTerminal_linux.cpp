@@ -18,6 +18,7 @@ PseudoTerminal::PseudoTerminal(int columns) : m_master(::posix_openpt(O_RDWR | O
     if (m_terminal < 0)
         return;
     setColumns(columns);
+    ::setenv("TERM", "xterm", 1); // whatever kind the tests themselves are started from
     std::cout.flush();
     m_saved = ::dup(STDOUT_FILENO);
     ::dup2(m_terminal, STDOUT_FILENO);

@@ -70,7 +70,40 @@ TEST(HtmlPage, theTableHasTheNumbers)
 TEST(HtmlPage, barsAreAsLongAsTheirTimes)
 {
     EXPECT_EQ(barsOf(pageOf({parsed(exampleReport())})),
-              (Texts{"series0|384.00", "series0|640.00", "series0|1.00"}));
+              (Texts{"series0|48.00%", "series0|80.00%", "series0|0.20%"}));
+}
+
+TEST(HtmlPage, theChartTakesTheWidthOfThePageAndItsTextsKeepTheirSize)
+{
+    const std::string page = pageOf({parsed(exampleReport())});
+    QXmlStreamReader reader(QString::fromStdString(page));
+    int places = 0;
+    bool isInChart = false;
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        const QXmlStreamAttributes attributes = reader.attributes();
+        if (reader.name() == QLatin1String("svg") &&
+            attributes.value(QLatin1String("class")) == QLatin1String("chart")) {
+            isInChart = true;
+            EXPECT_FALSE(attributes.hasAttribute(QLatin1String("viewBox"))); // it would scale the texts
+        }
+        for (const char* const place : {"x", "x1", "x2", "width"})
+            if (isInChart && attributes.hasAttribute(QLatin1String(place))) {
+                EXPECT_TRUE(attributes.value(QLatin1String(place)).endsWith(QLatin1Char('%')));
+                ++places;
+            }
+        isInChart = isInChart && reader.name() != QLatin1String("h2");
+    }
+    EXPECT_GT(places, 10);
+}
+
+TEST(HtmlPage, nothingHasToBeScrolledSideways)
+{
+    const std::string page = pageOf({parsed(exampleReport())});
+    EXPECT_THAT(page, HasSubstr("@media (max-width: 600px)"));
+    EXPECT_THAT(page, Not(HasSubstr("min-width")));
+    EXPECT_THAT(page, Not(HasSubstr("overflow-x")));
 }
 
 TEST(HtmlPage, reportsStandSideBySide)
@@ -81,10 +114,10 @@ TEST(HtmlPage, reportsStandSideBySide)
     const std::string page = pageOf({parsed(exampleReport()), second});
     EXPECT_EQ(textsOf(page, "h2"), (Texts{"run.xml", "second.xml"}));
     EXPECT_EQ(textsOf(page, "li").size(), 2U);
-    EXPECT_EQ(barsOf(page), (Texts{"series0|192.00", "series1|320.00", // Load
-                                   "series0|320.00",                   // Smooth
-                                   "series0|1.00",                     // END
-                                   "series1|640.00"}));                // New
+    EXPECT_EQ(barsOf(page), (Texts{"series0|24.00%", "series1|40.00%", // Load
+                                   "series0|40.00%",                   // Smooth
+                                   "series0|0.20%",                    // END
+                                   "series1|80.00%"}));                // New
 }
 
 TEST(HtmlPage, nothingIsFetched)

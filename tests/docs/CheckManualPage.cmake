@@ -1,0 +1,12 @@
+# The options that a program tells of with --help and those of its manual page are the same.
+execute_process(COMMAND "${PROGRAM}" --help OUTPUT_VARIABLE help COMMAND_ERROR_IS_FATAL ANY)
+file(READ "${PAGE}" page)
+string(REPLACE "\\-" "-" page "${page}")
+foreach(text IN ITEMS help page)
+  string(REGEX MATCHALL "--[a-z][a-z-]*" ${text}_options "${${text}}")
+  list(REMOVE_DUPLICATES ${text}_options)
+  list(SORT ${text}_options)
+endforeach()
+if(NOT help_options OR NOT help_options STREQUAL page_options)
+  message(FATAL_ERROR "--help tells of ${help_options}, the manual page of ${page_options}")
+endif()
