@@ -6,10 +6,12 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <QCoreApplication>
@@ -17,6 +19,7 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
@@ -109,6 +112,47 @@ void allowThreads()
 {
     threadsAllowed = -1;
 }
+
+template <typename Condition>
+void expectSoon(Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + hangLimit;
+    while (!condition()) {
+        CHECK(std::chrono::steady_clock::now() < end);
+        std::this_thread::yield();
+    }
+}
+
+/// A thread of the host that waits for a task. The constructor returns when it sleeps in that, or has ended.
+class WaitingThread
+{
+public:
+    explicit WaitingThread(const std::shared_ptr<Task>& task)
+        : m_thread([this, task] {
+              m_id = gettid();
+              task->waitTillFinished();
+          })
+    {
+        expectSoon([this] { return m_id != 0; });
+        expectSoon([this] { return isAsleepOrGone(); });
+    }
+    ~WaitingThread() { m_thread.join(); }
+    WaitingThread(const WaitingThread&) = delete;
+    WaitingThread& operator=(const WaitingThread&) = delete;
+
+private:
+    bool isAsleepOrGone() const
+    {
+        std::ifstream status("/proc/self/task/" + std::to_string(m_id) + "/stat");
+        std::string id;
+        std::string name;
+        std::string state;
+        return !(status >> id >> name >> state) || state == "S";
+    }
+
+    std::atomic<pid_t> m_id{0};
+    std::thread m_thread; // last: it uses the other
+};
 
 int noThreadMakesNoQueue()
 {
@@ -224,6 +268,86 @@ int aTaskThatIsAddedWhileAllWaitAndNoThreadIsHadRunsLater()
     return 0;
 }
 
+int aWaitThatHasBegunRunsItsTaskOnceNoThreadIsHad()
+{
+    const QCoreApplication application(argumentCount, arguments);
+    const auto queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    Latch running;
+    Latch mayWait;
+    Latch hasRun;
+    const auto waiting = add(queue, [&] {
+        running.countDown();
+        CHECK(mayWait.wait(hangLimit));
+        add(queue, [&] { CHECK(hasRun.wait(hangLimit)); })->waitTillFinished();
+    });
+    CHECK(running.wait(hangLimit));
+    const WaitingThread thread(add(queue, [&] { hasRun.countDown(); }));
+    refuseThreadsAfter(0);
+    mayWait.countDown();
+    waiting->waitTillFinished();
+    return 0;
+}
+
+int aWaitThatHasBegunRunsATaskThatIsAddedWhileNoThreadIsHad()
+{
+    const QCoreApplication application(argumentCount, arguments);
+    const auto queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    Latch hasRun;
+    const auto late = std::make_shared<Task>([&] { hasRun.countDown(); });
+    const WaitingThread thread(late);
+    refuseThreadsAfter(0);
+    add(queue, [&] {
+        add(queue, [&] {
+            queue->addTask(late);
+            CHECK(hasRun.wait(hangLimit));
+        })->waitTillFinished();
+    })->waitTillFinished();
+    return 0;
+}
+
+int aWaitLeavesTasksToAWorkerThatHasStoppedWaiting()
+{
+    const QCoreApplication application(argumentCount, arguments);
+    const auto queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    refuseThreadsAfter(0);
+    add(queue, [&] { add(queue, [] {})->waitTillFinished(); })->waitTillFinished();
+    allowThreads();
+    Latch running;
+    Latch mayEnd;
+    std::thread::id worker;
+    std::thread::id other;
+    add(queue, [&] {
+        worker = std::this_thread::get_id();
+        running.countDown();
+        CHECK(mayEnd.wait(hangLimit));
+    });
+    CHECK(running.wait(hangLimit));
+    {
+        const WaitingThread thread(add(queue, [&] { other = std::this_thread::get_id(); }));
+        mayEnd.countDown();
+    }
+    CHECK(other == worker);
+    return 0;
+}
+
+int overflowQueuesThatHaveEndedMakeRoomForOthers()
+{
+    const QCoreApplication application(argumentCount, arguments);
+    const auto queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    const int base = liveThreads;
+    for (int round = 0; round < 2 * mostOverflowThreads; ++round) {
+        std::thread::id waiting;
+        std::thread::id running;
+        add(queue, [&] {
+            waiting = std::this_thread::get_id();
+            add(queue, [&] { running = std::this_thread::get_id(); })->waitTillFinished();
+        })->waitTillFinished();
+        CHECK(running != waiting);
+        expectSoon([base] { return liveThreads <= base; });
+    }
+    return 0;
+}
+
 /// A task that waits for two more of its own queue, and so on.
 void recurse(const std::shared_ptr<TaskQueue>& queue, int depth, std::atomic<int>& leaves)
 {
@@ -304,6 +428,11 @@ const std::map<std::string, int (*)()> scenes{
     {"othersKeepTheirOrderIfNoThreadIsHad", &othersKeepTheirOrderIfNoThreadIsHad},
     {"aTaskThatIsAddedWhileAllWaitAndNoThreadIsHadRunsLater",
      &aTaskThatIsAddedWhileAllWaitAndNoThreadIsHadRunsLater},
+    {"aWaitThatHasBegunRunsItsTaskOnceNoThreadIsHad", &aWaitThatHasBegunRunsItsTaskOnceNoThreadIsHad},
+    {"aWaitThatHasBegunRunsATaskThatIsAddedWhileNoThreadIsHad",
+     &aWaitThatHasBegunRunsATaskThatIsAddedWhileNoThreadIsHad},
+    {"aWaitLeavesTasksToAWorkerThatHasStoppedWaiting", &aWaitLeavesTasksToAWorkerThatHasStoppedWaiting},
+    {"overflowQueuesThatHaveEndedMakeRoomForOthers", &overflowQueuesThatHaveEndedMakeRoomForOthers},
     {"recursionTenDeepOnOneWorker", &recursionTenDeepOnOneWorker},
     {"recursionTenDeepOnFourWorkers", &recursionTenDeepOnFourWorkers},
     {"recursionFourteenDeepOnOneWorker", &recursionFourteenDeepOnOneWorker},

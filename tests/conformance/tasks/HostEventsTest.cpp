@@ -475,6 +475,27 @@ TEST_F(HostEvent, loopOfATaskIsHandedFurtherTasksInOrder)
     EXPECT_EQ(order->numbers, (std::vector<int>{1, 2, 3, 4}));
 }
 
+TEST_F(HostEvent, loopOfATaskIsLeftBeforeTheNextTaskBegins)
+{
+    const auto order = std::make_shared<std::vector<int>>();
+    const auto done = std::make_shared<Latch>();
+    addTask(queue, [order, done, queue = queue] {
+        QEventLoop loop;
+        addTask(queue, [&loop, order] {
+            order->push_back(1);
+            loop.quit();
+        });
+        addTask(queue, [order, done] {
+            order->push_back(3);
+            done->countDown();
+        });
+        loop.exec();
+        order->push_back(2);
+    });
+    ASSERT_TRUE(wait(done));
+    EXPECT_EQ(*order, (std::vector<int>{1, 2, 3}));
+}
+
 TEST_F(HostEvent, loopOfATaskIsHandedTasksThatOthersAddMeanwhile)
 {
     const auto looping = std::make_shared<Latch>();

@@ -177,6 +177,18 @@ TEST_F(TaskSchedulerTest, nothingIsTakenAwayOnceAWorkerHasStoppedWaiting)
     EXPECT_EQ(arrive(0), 1);
 }
 
+TEST_F(TaskSchedulerTest, aWorkerThatStopsWaitingIsNotifiedOfWhatHasBeenKept)
+{
+    startWorkers(1);
+    post(scheduler.beginWait(workers[0]));
+    int job = 1;
+    post(scheduler.add(job, true));
+    EXPECT_THAT(notified, IsEmpty());
+    post(scheduler.endWait(workers[0]));
+    EXPECT_THAT(notified, ElementsAre(0));
+    EXPECT_EQ(arrive(0), 1);
+}
+
 TEST_F(TaskSchedulerTest, aLateWorkerIsRelievedByAllThatAreIdle)
 {
     startWorkers(3);
