@@ -5,6 +5,7 @@
 #include <brn_mesh_common/WinUtil.h>
 #include <brn_mesh_common/minidump/DumpThread_win.h>
 #include <brn_mesh_kernel/diagnostics/CommandLog.h>
+#include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
 namespace Brennic::Core {
 
@@ -78,8 +79,8 @@ void CrashSteps::prepare()
 void CrashSteps::run(_EXCEPTION_POINTERS* exception, bool hasStack)
 {
     const CrashSettings& settings = keepCrashSettings();
-    if (!settings.commandLogPath.empty())
-        m_reportThread.run(writeReport, timeForReport);
+    if (!settings.commandLogPath.empty() && !m_reportThread.run(writeReport, timeForReport))
+        ReportFile::giveUpLast();
     WinUtil::DumpMiniDump(exception, settings.dumpFilePath.empty() ? nullptr : settings.dumpFilePath.c_str());
     if (settings.sendCrashDump == nullptr)
         return;

@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
+#include <atomic>
 #include <string_view>
 
 #include <brn_mesh_common/minidump/WholeFile_win.h>
@@ -12,12 +13,23 @@ struct ReportFile::Platform
     std::string lines; // as the platform ends them
 };
 
+namespace {
+
+std::atomic<Minidump::WholeFile*> g_last{nullptr};
+
+} // namespace
+
 ReportFile::ReportFile() : m_platform(std::make_unique<Platform>()) {}
 
-ReportFile::~ReportFile() = default;
+ReportFile::~ReportFile()
+{
+    Minidump::WholeFile* own = &m_platform->file;
+    g_last.compare_exchange_strong(own, nullptr);
+}
 
 bool ReportFile::open(const std::wstring& path)
 {
+    g_last = &m_platform->file;
     return m_platform->file.open(path.c_str());
 }
 
@@ -38,7 +50,10 @@ bool ReportFile::publish()
     return m_platform->file.publish();
 }
 
-// The thread that writes it has the file open, and takes it away with the process.
-void ReportFile::giveUpLast() {}
+void ReportFile::giveUpLast()
+{
+    if (Minidump::WholeFile* const last = g_last.exchange(nullptr))
+        last->giveUp();
+}
 
 } // namespace Brennic::Core
