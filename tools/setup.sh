@@ -14,6 +14,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev relacy-dev
   # a display for the tests of the widgets
   xvfb xauth
+  # has system calls fail
+  strace
   # readers of crash dumps
   lldb-14 llvm-14
   # static checks
