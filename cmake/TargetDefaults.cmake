@@ -10,6 +10,9 @@ function(brn_target_defaults target)
   target_compile_definitions(${target} PRIVATE QT_NO_KEYWORDS)
   if(WIN32)
     target_compile_definitions(${target} PRIVATE NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE _WIN32_WINNT=0x0A00)
+    if(TARGET brn_runtime_dlls) # without which a program that was built alone does not start
+      add_dependencies(${target} brn_runtime_dlls)
+    endif()
   endif()
   if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     target_compile_options(

@@ -20,6 +20,8 @@ test=(
   libgtest-dev libgmock-dev libbenchmark-dev relacy-dev
   # a display for the tests of the widgets
   xvfb xauth
+  # has system calls fail
+  strace
   # readers of crash dumps
   lldb-14 llvm-14
   # the comparison with the records in abi/

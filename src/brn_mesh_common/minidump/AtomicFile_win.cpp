@@ -83,7 +83,7 @@ bool AtomicFile::createPartial()
         std::wcscat(extension.data(), L".part");
         if (!appendExtension(m_path.data(), extension.data(), m_partialPath))
             return false;
-        m_handle = CreateFileW(m_partialPath.data(), GENERIC_READ | GENERIC_WRITE,
+        m_handle = CreateFileW(m_partialPath.data(), GENERIC_READ | GENERIC_WRITE | DELETE,
                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
                                nullptr);
         if (m_handle != INVALID_HANDLE_VALUE)
@@ -166,6 +166,15 @@ void AtomicFile::discard()
     if (m_isPartial)
         DeleteFileW(m_partialPath.data());
     m_isPartial = false;
+}
+
+void AtomicFile::abandon()
+{
+    FILE_DISPOSITION_INFO disposition{};
+    disposition.DeleteFile = TRUE;
+    const HANDLE file = m_handle;
+    if (m_isPartial && file != INVALID_HANDLE_VALUE)
+        SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
 }
 
 } // namespace Brennic::Minidump

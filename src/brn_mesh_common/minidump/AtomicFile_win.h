@@ -42,6 +42,9 @@ public:
     bool publishAsNew();
     /// Removes the file if it has not been published.
     void discard();
+    /// The same for another thread, which does not come back: the file goes with its handle, at the end of the process at the
+    /// latest.
+    void abandon();
 
 private:
     bool examine();
@@ -53,7 +56,7 @@ private:
     std::atomic<HANDLE> m_handle{INVALID_HANDLE_VALUE};
     bool m_isDevice = false;
     bool m_mayBeWritten = false; // a file under the name
-    bool m_isPartial = false;
+    std::atomic<bool> m_isPartial{false};
     PathBuffer m_path{};
     PathBuffer m_partialPath{};
 };

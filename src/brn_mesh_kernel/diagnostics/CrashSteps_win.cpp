@@ -4,6 +4,7 @@
 
 #include <brn_mesh_common/WinUtil.h>
 #include <brn_mesh_common/minidump/DumpThread_win.h>
+#include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
 namespace Brennic::Core {
 
@@ -80,8 +81,8 @@ void CrashSteps::prepare(CrashFilter::ReportWriter writeReport)
 void CrashSteps::run(_EXCEPTION_POINTERS* exception, bool hasStack)
 {
     const CrashSettings& settings = keepCrashSettings();
-    if (!settings.commandLogPath.empty())
-        m_reportThread.run(writeReport, timeForReport);
+    if (!settings.commandLogPath.empty() && !m_reportThread.run(writeReport, timeForReport))
+        ReportFile::abandonLast();
     WinUtil::DumpMiniDump(exception, settings.dumpFilePath.empty() ? nullptr : settings.dumpFilePath.c_str());
     if (settings.sendCrashDump == nullptr)
         return;

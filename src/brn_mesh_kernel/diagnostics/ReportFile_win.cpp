@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/diagnostics/ReportFile.h>
 
+#include <atomic>
 #include <string_view>
 
 #include <brn_mesh_common/minidump/AtomicFile_win.h>
@@ -12,12 +13,23 @@ struct ReportFile::Platform
     std::string lines; // as the platform ends them
 };
 
+namespace {
+
+std::atomic<Minidump::AtomicFile*> g_last{nullptr};
+
+} // namespace
+
 ReportFile::ReportFile() : m_platform(std::make_unique<Platform>()) {}
 
-ReportFile::~ReportFile() = default;
+ReportFile::~ReportFile()
+{
+    Minidump::AtomicFile* own = &m_platform->file;
+    g_last.compare_exchange_strong(own, nullptr);
+}
 
 bool ReportFile::open(const std::wstring& path)
 {
+    g_last = &m_platform->file;
     return m_platform->file.open(path.c_str());
 }
 
@@ -38,7 +50,10 @@ bool ReportFile::publish()
     return m_platform->file.publish();
 }
 
-// Does nothing: the writing thread holds the file open, so another thread cannot remove it.
-void ReportFile::abandonLast() {}
+void ReportFile::abandonLast()
+{
+    if (Minidump::AtomicFile* const last = g_last.exchange(nullptr))
+        last->abandon();
+}
 
 } // namespace Brennic::Core

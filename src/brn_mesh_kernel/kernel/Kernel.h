@@ -124,11 +124,16 @@ public:
     EKvsStatus ProfilerWaypoint(const wchar_t* name);
 
     /// Writes all waypoints recorded since the kernel was made, with the version texts, to an XML file
-    /// (UTF-8).
+    /// (UTF-8). Numbers are written as the global C++ locale writes them.
     ///
-    /// The file is created or replaced. Numbers are written as the global C++ locale writes them.
+    /// The report is written beside the file, as "NAME.RANDOM.part", and renamed when it is whole: under its name is the
+    /// older report or the new one. A link under the name is replaced, and what it leads to is left alone. A device, a
+    /// FIFO and the name of an open descriptor are written to, also by a link of the user's own. Where no file can be
+    /// made beside it, or it cannot be replaced, a file that may be written is written itself; what may not be written is
+    /// not replaced.
     /// \return `Success`. Throws `boost::property_tree::xml_parser_error`, a `std::runtime_error`, if the
-    /// file cannot be opened or written; nothing is logged. Thread: main thread.
+    /// file cannot be opened ("cannot open file") or written ("write error"); an older report is then still there,
+    /// but for a file that is written itself. On Linux `errno` says why. Nothing is logged. Thread: main thread.
     EKvsStatus SaveWaypointsToXml(const wchar_t* filePath);
 
     /// Sets what is called when the process crashes, with the path of the crash dump ("" if there is none).

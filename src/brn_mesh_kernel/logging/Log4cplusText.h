@@ -5,7 +5,10 @@
 /// Narrow text in log4cplus is UTF-8 here, and its streams pass the bytes through. Wide streams convert by
 /// their locale, so they get one that writes UTF-8 whatever the host has set.
 
+#include <algorithm>
 #include <filesystem>
+#include <ios>
+#include <limits>
 #include <locale>
 #include <string>
 #include <type_traits>
@@ -51,23 +54,51 @@ inline std::locale utf8Locale()
     return std::locale(std::locale::classic(), new boost::nowide::utf8_codecvt<wchar_t>);
 }
 
+/// Goes on in a full file that cannot be renamed, where log4cplus would empty it and lose what it holds. It is tried again
+/// when as much has been added.
+class KeepingFileAppender : public log4cplus::RollingFileAppender
+{
+public:
+    KeepingFileAppender(const log4cplus::tstring& path, long maxSize, int maxBackups, bool flushes)
+        : log4cplus::RollingFileAppender(path, maxSize, maxBackups, flushes), m_maxSize(maxFileSize)
+    {
+    }
+    ~KeepingFileAppender() override { destructorImpl(); }
+
+protected:
+    // An empty file is asked for after the full one was renamed, whether that worked or not.
+    void open(std::ios_base::openmode mode) override
+    {
+        openByName(std::ios_base::app | std::ios_base::ate);
+        if ((mode & std::ios_base::trunc) == 0 || !out.good())
+            return;
+        const std::streamoff size = out.tellp();
+        const long most = std::numeric_limits<long>::max() - m_maxSize;
+        maxFileSize = static_cast<long>(std::min<std::streamoff>(size, most)) + m_maxSize;
+    }
+    virtual void openByName(std::ios_base::openmode mode) { log4cplus::RollingFileAppender::open(mode); }
+
+private:
+    const long m_maxSize;
+};
+
 /// Opens the file by its wide name, where files have one. log4cplus may do it by the narrow one, which not every file
 /// has. The name that its constructor opens is that of the system's null device.
-class WideFileAppender : public log4cplus::RollingFileAppender
+class WideFileAppender : public KeepingFileAppender
 {
 public:
     WideFileAppender(const log4cplus::tstring& path, long maxSize, int maxBackups, bool flushes)
-        : log4cplus::RollingFileAppender(LOG4CPLUS_TEXT("NUL"), maxSize, maxBackups, flushes)
+        : KeepingFileAppender(LOG4CPLUS_TEXT("NUL"), maxSize, maxBackups, flushes)
     {
         out.close();
         out.clear();
         filename = path;
-        WideFileAppender::open(fileOpenMode);
+        WideFileAppender::openByName(fileOpenMode);
     }
     ~WideFileAppender() override { destructorImpl(); }
 
 protected:
-    void open(std::ios_base::openmode mode) override
+    void openByName(std::ios_base::openmode mode) override
     {
         out.open(std::filesystem::path(filename), mode);
         if (!out.good())
@@ -78,7 +109,7 @@ protected:
 constexpr bool haveFilesWideNames = std::is_same_v<std::filesystem::path::value_type, wchar_t>;
 using RollingFileAppender =
     std::conditional_t<haveFilesWideNames && std::is_same_v<log4cplus::tchar, wchar_t>, WideFileAppender,
-                       log4cplus::RollingFileAppender>;
+                       KeepingFileAppender>;
 
 /// Writes records to the standard output as UTF-8, where a terminal's live line may be, which is taken away first. The
 /// wide standard stream itself depends on the C locale.

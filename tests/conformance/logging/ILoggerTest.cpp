@@ -193,6 +193,24 @@ TEST_F(ILoggerTest, aFileWithANameOutsideAsciiRollsOver)
     EXPECT_LE(std::filesystem::file_size(directory / name), 1'000'000U);
 }
 
+// A folder that is not empty is in the backup's place.
+TEST_F(ILoggerTest, aFullFileThatCannotBeRenamedKeepsItsRecordsAndGrows)
+{
+    std::filesystem::create_directories(directory / "host.log.1" / "occupied");
+    initializeWithPlainLines();
+    const std::wstring record(99'999, L'x');
+    logger().Log(Info, L"first");
+    for (int i = 0; i < 250; ++i) // 25 million bytes
+        logger().Log(Info, L"%s", record.c_str());
+    EXPECT_GE(std::filesystem::file_size(directory / "host.log"), 25'000'000U);
+    EXPECT_EQ(readText(directory / "host.log").substr(0, 6), "first\n");
+    std::filesystem::remove_all(directory / "host.log.1");
+    for (int i = 0; i < 110; ++i) // 11 million bytes
+        logger().Log(Info, L"%s", record.c_str());
+    EXPECT_GT(std::filesystem::file_size(directory / "host.log.1"), 25'000'000U);
+    EXPECT_LE(std::filesystem::file_size(directory / "host.log"), 10'485'760U);
+}
+
 TEST_F(ILoggerTest, aFileThatCannotBeOpenedLeavesTheConsole)
 {
     kernel.SetLogMessageFormat(L"%m%n");
