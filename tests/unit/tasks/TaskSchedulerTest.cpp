@@ -273,4 +273,5 @@ TEST_F(TaskSchedulerTest, jobsAreTakenUpToANumber)
     job = 0;
     EXPECT_EQ(scheduler.take(job, 1), 1U);
     EXPECT_EQ(job, 0);
+    EXPECT_EQ(scheduler.newest(), 2U);
 }
