@@ -31,13 +31,14 @@ public:
     static constexpr Number last = std::numeric_limits<Number>::max();
 
     std::size_t count() const { return m_count; }
+    Number newest() const { return m_first + m_jobs.size() - 1; }
 
     Number push(Job&& job)
     {
         m_jobs.push_back(std::move(job));
         job = Job();
         ++m_count;
-        return m_first + m_jobs.size() - 1;
+        return newest();
     }
 
     /// Takes the oldest job into \p job, unless its number is higher than \p limit.
@@ -286,6 +287,13 @@ public:
         const Lock lock(m_mutex);
         const Number next = m_jobs.pop(job, limit);
         return {next, m_jobs.count()};
+    }
+
+    /// The number of the job that was added last.
+    Number newest() const
+    {
+        const Lock lock(m_mutex);
+        return m_jobs.newest();
     }
 
     template <typename Predicate>

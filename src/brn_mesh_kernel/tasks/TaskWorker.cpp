@@ -33,7 +33,6 @@ constexpr std::size_t mostInOrder = 8'192;
 constexpr int mostInFlood = 512;
 
 constexpr TaskWorker::JobNumber noJob = 0; // of an event that marks a pass
-constexpr TaskWorker::JobNumber everyJob = QueueScheduler::Jobs::last;
 
 thread_local TaskWorker* t_worker = nullptr;
 
@@ -66,8 +65,8 @@ QThread::Priority threadPriority(EQualityOfService qos)
 class TaskWorker::WorkerEvent : public QEvent
 {
 public:
-    WorkerEvent(TaskWorker& receiver, JobNumber job)
-        : QEvent(workerEventType()), number(job), m_worker(receiver)
+    WorkerEvent(TaskWorker& receiver, JobNumber job, bool isOfFlood = false)
+        : QEvent(workerEventType()), number(job), isFlood(isOfFlood), m_worker(receiver)
     {
     }
     ~WorkerEvent() override
@@ -78,7 +77,8 @@ public:
     WorkerEvent(const WorkerEvent&) = delete;
     WorkerEvent& operator=(const WorkerEvent&) = delete;
 
-    const JobNumber number;
+    const JobNumber number; // of the last job that it may run
+    const bool isFlood;
     bool isDelivered = false;
 
 private:
@@ -208,16 +208,17 @@ void TaskWorker::postJob(JobNumber number, std::size_t pendingCount)
         postGuiEvent(number);
 }
 
+// Leaves alone what is added from now on: an event of the host may have been posted before that.
 void TaskWorker::postFlood()
 {
     m_isFlooded = true;
-    postGuiEvent(everyJob);
+    postGuiEvent(m_core->scheduler.newest(), true);
 }
 
-void TaskWorker::postGuiEvent(JobNumber number)
+void TaskWorker::postGuiEvent(JobNumber number, bool isFlood)
 {
     if (const WorkerThreads::ApplicationUse use; use)
-        QCoreApplication::postEvent(this, new WorkerEvent(*this, number));
+        QCoreApplication::postEvent(this, new WorkerEvent(*this, number, isFlood));
 }
 
 void TaskWorker::discardEvents()
@@ -261,7 +262,7 @@ bool TaskWorker::event(QEvent* event)
     workerEvent.isDelivered =
         m_core->qos == eQOS_GUI || (m_turns > 0 ? WorkerThreads::areEventsDelivered() : mayGoOn());
     if (m_core->qos == eQOS_GUI)
-        serveGui(workerEvent.number);
+        serveGui(workerEvent.number, workerEvent.isFlood);
     else if (workerEvent.isDelivered)
         serve();
     return true;
@@ -291,9 +292,8 @@ void TaskWorker::serve()
     }
 }
 
-void TaskWorker::serveGui(JobNumber number)
+void TaskWorker::serveGui(JobNumber number, bool isFlood)
 {
-    const bool isFlood = number == everyJob;
     if (isFlood || number == noJob)
         beginPass();
     if (isFlood ? takeBackFlood() : m_isFlooded.load())
@@ -307,8 +307,11 @@ void TaskWorker::serveGui(JobNumber number)
     TaskJob job;
     for (int jobs = 0; jobs < mostInFlood && WorkerThreads::areEventsDelivered(); ++jobs) {
         const auto [next, pendingCount] = m_core->scheduler.take(job, number);
-        if (!job)
+        if (!job) {
+            if (isFlood && jobs == 0 && pendingCount > 0) // left to the flood, but after its event was posted
+                postFlood();
             return;
+        }
         // All this before the job runs: it may run an event loop.
         if (pendingCount > 0 || isLong)
             markPass();
@@ -323,7 +326,7 @@ void TaskWorker::serveGui(JobNumber number)
             const Clock::time_point end = Clock::now();
             m_passTime += end - std::exchange(begin, end);
         }
-        if (next > number || (isFlood && (pendingCount == 0 || m_passTime > floodTime)))
+        if (next > number || (isFlood && m_passTime > floodTime))
             return;
     }
 }

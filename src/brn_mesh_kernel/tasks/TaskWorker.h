@@ -97,13 +97,13 @@ private:
     void enterLoop();
     bool mayGoOn();
     void serve();
-    void serveGui(JobNumber number);
+    void serveGui(JobNumber number, bool isFlood);
     void beginPass();
     void markPass();
     void postFlood();
     void endFlood();
     bool takeBackFlood();
-    void postGuiEvent(JobNumber number);
+    void postGuiEvent(JobNumber number, bool isFlood = false);
 
     const std::shared_ptr<TaskQueueCore> m_core;
     std::string m_threadName;
@@ -117,7 +117,7 @@ private:
     int m_turns = 0; // more than one where a job runs an event loop
 
     // Of the GUI worker.
-    std::atomic<bool> m_isFlooded{false}; // an event is on its way that runs whatever is pending
+    std::atomic<bool> m_isFlooded{false}; // an event is on its way that runs all that was added before it
     // The GUI thread's, of this pass through its posted events: since when, how long it has run jobs, and whether an
     // event is on its way that will only arrive in the next pass.
     std::chrono::steady_clock::time_point m_passBegan;

@@ -203,6 +203,32 @@ TEST_F(GuiOrder, aResultThatWasSentBeforeComesBeforeTheCompletion)
     }
 }
 
+TEST_F(GuiOrder, isThatOfPostingAgainWhenTheLastTaskOfAFloodRuns)
+{
+    Latch lastRuns;
+    Latch havePosted;
+    std::thread([&] {
+        asTask([] { spinFor(milliseconds(3)); });
+        asTask([] { spinFor(milliseconds(8)); }); // what is pending then is a flood
+        for (int i = 0; i < 2; ++i)
+            asTask([] {});
+        asTask([&] {
+            lastRuns.countDown();
+            EXPECT_TRUE(havePosted.wait());
+        });
+    }).join();
+    std::vector<std::string> order;
+    std::thread poster([&] {
+        EXPECT_TRUE(lastRuns.wait());
+        asEvent([&] { order.emplace_back("event"); });
+        asTask([&] { order.emplace_back("task"); });
+        havePosted.countDown();
+    });
+    EXPECT_TRUE(serveUntil([&] { return order.size() == 2; }));
+    poster.join();
+    EXPECT_EQ(order, (std::vector<std::string>{"event", "task"}));
+}
+
 TEST_F(GuiOrder, inAFloodOfTasksTimersGetTheirTurnInEveryFrame)
 {
     constexpr int tasks = isSanitized ? 300 : 1000; // of a millisecond

@@ -274,4 +274,5 @@ TEST_F(TaskSchedulerTest, jobsAreTakenUpToANumber)
         EXPECT_EQ(next, 2U);
         EXPECT_EQ(pendingCount, 1U);
     }
+    EXPECT_EQ(scheduler.newest(), 2U);
 }
