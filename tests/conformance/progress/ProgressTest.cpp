@@ -1,5 +1,6 @@
 #include <brn_mesh_kernel/progress/Progress.h>
 
+#include <algorithm>
 #include <cmath>
 #include <ctime>
 #include <limits>
@@ -378,16 +379,18 @@ TEST_F(ProgressTest, aChainOfAnyLengthOverflowsNoStack)
 
 TEST_F(ProgressTest, theCostOfAChildDoesNotGrowWithTheirNumber)
 {
-    const auto cpuTime = [](int count) {
+    const auto timeOf = [](int count) {
         const auto parent = std::make_shared<Progress>(0);
-        const std::clock_t start = std::clock(); // of the process
+        const std::clock_t start = std::clock(); // the processor's time, on Windows the wall's
         for (int i = 0; i < count; ++i)
             parent->addChildWithPendingCount(std::make_shared<Progress>(1), 1);
         return static_cast<double>(std::clock() - start);
     };
-    cpuTime(1'000);
-    const double few = cpuTime(2'000);
-    EXPECT_LT(cpuTime(20'000), 40 * few); // 10 where it is linear, 100 where it is quadratic
+    const auto shortestOfThree = [&timeOf](int count) {
+        return std::min({timeOf(count), timeOf(count), timeOf(count)});
+    };
+    const double few = shortestOfThree(2'000);
+    EXPECT_LT(shortestOfThree(16'000), 30 * few); // 8 where it is linear, 64 where it is quadratic
 }
 
 TEST_F(ProgressTest, aParentBecomesTheOnlyDelegateOfItsChild)
