@@ -3,7 +3,7 @@
 /// `BRN_MESH_WIDGETS_EXPORT` marks what `brn_mesh_widgets` exports.
 /// The macro expands to an import in a host and to an export while the library itself is built.
 
-#include <brn_mesh_common/Export.h>
+#include <brn_mesh_common/Platform.h>
 
 /// \def BRN_MESH_WIDGETS_EXPORT
 /// Stands before what `brn_mesh_widgets` exports.
