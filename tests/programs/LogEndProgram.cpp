@@ -1,5 +1,4 @@
 // A host that ends while its threads log. Takes the path of its log file and the name of a scene; ends with 7.
-#include <atomic>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -7,35 +6,16 @@
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
-#include <brn_mesh_kernel/logging/ILogger.h>
 
+#include "programs/BusyLoggers.h"
 #include "programs/Check.h"
 
 using namespace Brennic::Core;
+using namespace Brennic::Testing;
 
 namespace {
 
 constexpr int exitCode = 7;
-
-void log(const wchar_t* text)
-{
-    Kernel::Instance().Logger()->Log(Info, L"%s", text);
-}
-
-void startLoggers()
-{
-    constexpr int threadCount = 4;
-    static std::atomic<int> records{0};
-    for (int i = 0; i < threadCount; ++i)
-        std::thread([] {
-            for (;;) {
-                log(L"busy");
-                ++records;
-            }
-        }).detach();
-    while (records < 100)
-        std::this_thread::yield();
-}
 
 struct LogsAtItsEnd
 {

@@ -16,46 +16,25 @@
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
-#include <brn_mesh_kernel/logging/ILogger.h>
 
+#include "programs/BusyLoggers.h"
 #include "programs/Check.h"
 
 using namespace Brennic::Core;
+using namespace Brennic::Testing;
 
 namespace {
 
-void log(const wchar_t* text)
-{
-    Kernel::Instance().Logger()->Log(Info, L"%s", text);
-}
-
-/// Threads that log until the process is gone.
-std::atomic<int> recordsAtTheEnd{0};
 std::atomic<bool> isEndDelayed{false};
 
-void startLoggers()
-{
-    constexpr int threadCount = 4;
-    static std::atomic<int> records{0};
-    for (int i = 0; i < threadCount; ++i)
-        std::thread([] {
-            for (;;) {
-                log(L"busy");
-                ++records;
-                recordsAtTheEnd += isEndDelayed ? 1 : 0;
-            }
-        }).detach();
-    while (records < 100)
-        std::this_thread::yield();
-}
-
-// Runs when everything else has ended, libraries too: the threads above log on beyond that.
+// Runs when everything else has ended, libraries too: the threads that log go on beyond that.
 void delayTheEnd(int /*status*/, void* /*unused*/)
 {
     constexpr int enough = 2000;
     if (!isEndDelayed)
         return;
-    while (recordsAtTheEnd < enough)
+    const int before = busyRecords;
+    while (busyRecords - before < enough)
         std::this_thread::yield();
     log(L"from the very end");
     CHECK(Kernel::Instance().SetLogLevel(Info) == Success);
@@ -69,17 +48,6 @@ void watchTheEnd(int /*count*/, char** /*arguments*/, char** /*environment*/)
     CHECK(::on_exit(&delayTheEnd, nullptr) == 0);
 }
 [[gnu::used, gnu::section(".preinit_array")]] void (*const g_first)(int, char**, char**) = &watchTheEnd;
-
-struct LogsAtItsEnd
-{
-    ~LogsAtItsEnd()
-    {
-        if (isUsed)
-            log(L"from a static destructor");
-    }
-    bool isUsed = false;
-};
-LogsAtItsEnd logsAtItsEnd;
 
 /// Has both standard streams write into a pipe.
 std::array<int, 2> makePipeOfStandardStreams()
@@ -126,13 +94,6 @@ int exitFromThreadWhileOthersLog()
     isEndDelayed = true;
     std::thread([] { std::exit(0); }).join();
     return 1;
-}
-
-int logWhileTheProcessEnds()
-{
-    logsAtItsEnd.isUsed = true;
-    std::atexit([] { log(L"from an exit handler"); });
-    return 0;
 }
 
 /// Runs the function in a child, and returns the status that it ends with; a child that takes long is ended.
@@ -183,7 +144,6 @@ const std::map<std::string, int (*)()> scenes{
     {"logIntoPipesThatNobodyReads", &logIntoPipesThatNobodyReads},
     {"leaveMainWhileThreadsLog", &leaveMainWhileThreadsLog},
     {"exitFromThreadWhileOthersLog", &exitFromThreadWhileOthersLog},
-    {"logWhileTheProcessEnds", &logWhileTheProcessEnds},
     {"exitFromChild", &exitFromChild},
     {"forkWhileThreadsLog", &forkWhileThreadsLog},
 };

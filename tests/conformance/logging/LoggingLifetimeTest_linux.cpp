@@ -64,13 +64,6 @@ TEST_F(LoggingLifetimeTest, anyThreadMayExitWhileOthersLog)
         EXPECT_THAT(linesOf("exitFromThreadWhileOthersLog"), Contains("busy"));
 }
 
-TEST_F(LoggingLifetimeTest, exitHandlersAndStaticDestructorsReachTheFile)
-{
-    const std::vector<std::string> lines = linesOf("logWhileTheProcessEnds");
-    EXPECT_THAT(lines, Contains("from an exit handler"));
-    EXPECT_THAT(lines, Contains("from a static destructor"));
-}
-
 TEST_F(LoggingLifetimeTest, aForkedChildLogsAndExits)
 {
     const std::vector<std::string> lines = linesOf("exitFromChild");
