@@ -9,7 +9,8 @@
 
 namespace Brennic::Core {
 
-// May take the task back, since nobody else knows it.
+// Lets the wait take the task back if the GUI thread cannot run it any more. That is safe here, where no
+// other thread can wait for the task, and would surprise one that shares it.
 class SynchronousDispatch
 {
 public:
@@ -29,7 +30,7 @@ bool dispatchAsync(const std::function<void()>& function, EQualityOfService qos)
 bool dispatchAsync(std::function<void()>&& function, EQualityOfService qos)
 {
     TaskQueue* const queue = TaskQueue::getGlobalQueue(qos);
-    if (!function || queue == nullptr)
+    if (!function || queue == nullptr) // find() knows no other classes, and none once the process ends
         return false;
     queue->dispatch(std::move(function));
     return true;

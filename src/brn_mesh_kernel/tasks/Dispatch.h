@@ -6,12 +6,16 @@
 ///     dispatchAsync([mesh] { smooth(*mesh); }, eQOS_Normal); // returns at once
 ///     dispatchSync([&] { window.setTitle(title); }, eQOS_GUI); // returns once the GUI thread has run it
 ///
-/// Threads: both functions may be called from any thread, also from inside a task: a task that waits does
-/// not keep others from running. An exception that leaves the callable reaches the host's
-/// `QCoreApplication::notify` in the thread that runs it, and ends the process where nobody catches it; a callable for
-/// the GUI class that is dispatched in the GUI thread runs at once, so its exception comes out of the call.
+/// Threads: both functions may be called from any thread, also inside a task: a task that waits does not keep
+/// others from running.
 ///
-/// Nothing is copied back: a callable that has a result captures where to put it.
+/// An exception that leaves the callable reaches the host's `QCoreApplication::notify` in the thread that
+/// runs it. If nobody but Qt would catch it, the process ends where it was thrown. A callable for `eQOS_GUI`
+/// that is dispatched in the GUI thread runs at once, so its exception leaves the call.
+///
+/// Nothing is returned from the callable: it captures where to put a result.
+///
+/// docs/architecture.md follows one callable from here to its end.
 
 #include <functional>
 
@@ -20,24 +24,25 @@
 
 namespace Brennic::Core {
 
-/// Hands a copy of \p function to the library's queue of the class \p qos and returns.
+/// Queues a copy of \p function for the class \p qos and returns.
 ///
-/// While no `QCoreApplication` exists the task is kept; it runs once there is one.
-/// \return `true` if the queue has it; `false`, with nothing queued or logged, if \p function is empty, if
-///         \p qos is no service class, or once the library ends with the process.
-/// Thread: any. Never blocks, but for `eQOS_GUI` in the GUI thread \p function runs inside the call.
+/// While no `QCoreApplication` exists the callable stays pending; it runs once there is one.
+/// \return `true` if it was queued, or has run inside the call; `false`, with nothing queued or logged, if
+///         \p function is empty, if \p qos is no service class, or once the library ends with the process.
+/// Thread: any. Does not wait for \p function, except for `eQOS_GUI` in the GUI thread: there it runs inside
+/// the call, ahead of what is pending.
 BRN_MESH_KERNEL_EXPORT bool dispatchAsync(const std::function<void()>& function, EQualityOfService qos);
 
-/// The same, and takes the callable instead of copying it.
+/// The same, but moves the callable instead of copying it.
 BRN_MESH_KERNEL_EXPORT bool dispatchAsync(std::function<void()>&& function, EQualityOfService qos);
 
 /// The same, and waits until \p function has returned.
 ///
-/// While no worker can run it because the application object has gone, \p function runs in the calling
-/// thread; one for the GUI thread is refused then.
+/// Once the application object has gone no worker can run it: \p function runs in the calling thread then,
+/// and is refused if it is for the GUI thread.
 /// \return `true` once \p function has returned; `false`, with nothing queued, run or logged, in the cases of
-///         \ref dispatchAsync, and for `eQOS_GUI` from another thread once the application object has gone, also if
-///         that happens during the wait.
+///         \ref dispatchAsync, and for `eQOS_GUI` from another thread once the application object has gone,
+///         also if that happens during the wait.
 /// Thread: any; blocks until \p function has returned, without limit.
 BRN_MESH_KERNEL_EXPORT bool dispatchSync(const std::function<void()>& function, EQualityOfService qos);
 

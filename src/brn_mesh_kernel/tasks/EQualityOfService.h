@@ -1,6 +1,8 @@
 #pragma once
 /// \file
-/// The service classes of task queues: where the workers of a queue run, and at what priority.
+/// The service classes of task queues: the threads in which a queue's workers run, and their priority.
+///
+/// On Linux `eQOS_Background` alone changes how threads are scheduled (docs/threads.md).
 ///
 ///     Brennic::Core::dispatchAsync([] { rebuildIndex(); }, Brennic::Core::eQOS_Background);
 

@@ -17,11 +17,12 @@ constexpr std::array<EQualityOfService, 5> serviceClasses{eQOS_GUI, eQOS_High, e
 
 struct Table
 {
-    std::map<EQualityOfService, std::shared_ptr<TaskQueue>> queues; // only for the entry point
+    std::map<EQualityOfService, std::shared_ptr<TaskQueue>> queues; // used by the library's entry point only
     std::array<std::atomic<TaskQueue*>, serviceClasses.size()> found{};
 };
 
-// Never destroyed: workers and the host's threads may be using a queue while the process ends.
+// Never destroyed: workers and the host's threads may be using a queue while the process ends. Callers read
+// `found` without a lock, which `queues` would need.
 Table& table()
 {
     static Table* const instance = new Table;
@@ -34,6 +35,7 @@ void GlobalQueues::initGlobalQueues()
 {
     clearGlobalQueues();
     for (const EQualityOfService qos : serviceClasses) {
+        // Not by createQueue(), which refuses the GUI class: its one queue is this one.
         std::shared_ptr<TaskQueue> queue(new TaskQueue(qos, -1, std::make_shared<TaskFamily>()));
         table().found[static_cast<std::size_t>(qos)] = queue.get();
         table().queues[qos] = std::move(queue);

@@ -13,14 +13,14 @@ class TaskQueue;
 class GlobalQueues
 {
 public:
-    /// Makes the five queues. The calling thread becomes the GUI thread.
+    /// Makes the five queues. The calling thread is taken for the GUI thread from then on.
     static void initGlobalQueues();
 
-    /// Empties the table. A queue that no task or caller holds ends.
+    /// Empties the table. A queue that neither a task nor a caller holds is destroyed.
     static void clearGlobalQueues();
 
-    /// Lets nobody find the queues any more, but leaves them and their workers alone: for the end of the
-    /// process, when other threads may still be using them.
+    /// Lets \ref find return null from now on, but destroys nothing: for the end of the process, when other
+    /// threads may still be using the queues.
     static void hideGlobalQueues();
 
     /// Returns null if the table has no queue for the class.

@@ -12,9 +12,9 @@
 
 namespace Brennic::Core {
 
-// The lock is not one of Qt's read-write locks: a thread that reads twice, or reads while it holds a queue's
-// mutex, can stop for ever behind a waiting writer there. It is a leaf: nothing else is locked, no callable
-// is run and nothing is released under it.
+// m_lock is a plain mutex, because QReadWriteLock lets a waiting writer go before new readers: a thread that
+// reads twice could stop for ever behind one. It is a leaf: under it nothing else is locked, no callable runs
+// and nothing is released, since a destructor of the host may come back to this task.
 class Task::TaskImpl : public std::function<void()>
 {
 public:
@@ -24,24 +24,26 @@ public:
 
     std::function<void()>& function() { return *this; }
 
-    ETaskState m_state = ePending; // this and what follows, and the callable, are guarded by m_lock
+    ETaskState m_state = ePending; // m_lock guards this, what follows, and the callable while it does not run
     std::mutex m_lock;
     std::condition_variable m_finishedCondition;
     std::shared_ptr<TaskQueue> m_queue;
-    // How often the callable has returned, or the task was cancelled. A wait ends with the run that it waited for, even
-    // if the task has been armed again by then.
+    // How often the callable has returned or the task was cancelled. Waits compare it instead of the state:
+    // they end with the run that they waited for, even if the task has been armed again by then.
     std::atomic<std::uint64_t> m_ends{0};
-    std::uint64_t m_cancellations = 0; // of these
+    std::uint64_t m_cancellations = 0; // how many of m_ends
     bool m_isCancelled = false;        // and not added or assigned to since
-    std::uint64_t m_wakeUps = 0;
-    int m_waiters = 0;
+    std::uint64_t m_wakeUps = 0;       // calls of wakeWaiters()
+    int m_waiters = 0;                 // threads that sleep: without any, the end of a run notifies nobody
 };
 
-// How often a waiting thread offers its core to others before it sleeps. A short task on another core is done before a
-// thread has fallen asleep and has been woken; one on the same core needs the sleep.
+// How often a waiting thread yields before it sleeps. Falling asleep and being woken takes longer than a
+// short task, so a worker on another core often finishes first. One on the waiter's own core needs that core:
+// then there are none.
 constexpr int mostYields = 100;
 
-// Counts the calling thread as waiting, if it is that of a worker of the task's family.
+// Counts the calling thread as waiting, if its worker is one of those that could run the task: its place must
+// be taken, or the task might stay behind it for ever.
 class Task::WaitingWorker
 {
 public:
@@ -61,7 +63,7 @@ public:
     WaitingWorker& operator=(const WaitingWorker&) = delete;
 
 private:
-    TaskWorker* m_worker; // stays as long as its thread does
+    TaskWorker* m_worker; // lives as long as the calling thread
 };
 
 Task::Task() : m_impl(std::make_unique<TaskImpl>()) {}
@@ -81,7 +83,7 @@ Task::~Task() = default;
 
 Task& Task::operator=(const std::function<void()>& function)
 {
-    // The copy is made, and the old callable destroyed, without the lock: both run the host's code.
+    // Copying, and destroying the old callable, runs the host's code: both happen without the lock.
     std::function<void()> callable = function;
     const std::lock_guard<std::mutex> lock(m_impl->m_lock);
     if (m_impl->m_state == eRunning)
@@ -112,14 +114,16 @@ void Task::runTask()
             return;
         m_impl->m_state = eRunning;
     }
-    m_impl->function()();
+    m_impl->function()(); // if it throws, the state stays eRunning: nobody can say what the callable has done
 
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     m_impl->m_state = eFinished;
     ++m_impl->m_ends;
     if (m_impl->m_waiters == 0)
         return;
-    // Woken under the lock, the waiters would run into it. But a waiter may destroy a task that nobody owns.
+    // Unlock before notifying, or the woken threads contend for the lock. A waiter may destroy the task as
+    // soon as the lock is free, so that takes a pointer that keeps it; a task that none owns is notified
+    // under the lock.
     const std::shared_ptr<SharedObjectInternal> self = weak_from_this().lock();
     if (self)
         lock.unlock();
@@ -141,7 +145,8 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
     const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
     lock.unlock();
 
-    // No lock is held: if the task finishes meanwhile, its run has been counted.
+    // Unlocked, because counting the worker as waiting may move tasks to another queue. If the task ends
+    // meanwhile, m_ends differs from endsBefore, and the wait returns.
     const WaitingWorker waitingWorker(queue.get());
     const int yields = queue && queue->runsOnOtherCore() ? mostYields : 0;
     for (int i = 0; i < yields && m_impl->m_ends == endsBefore; ++i)
@@ -151,6 +156,9 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
     return hasEnded && m_impl->m_cancellations == cancellationsBefore;
 }
 
+// Sleeps until the task has ended, or runs it here if no worker can. It looks for the task in the queue once
+// for each call of wakeWaiters(): if it is not there, somebody else has taken it, and the end of that run
+// notifies.
 bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
@@ -166,7 +174,7 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
             continue;
         }
         wakeUpsSeen = m_impl->m_wakeUps;
-        lock.unlock();
+        lock.unlock(); // the queue's mutex is never taken under this one
         const std::shared_ptr<Task> self = queue->findAndRemoveTask(this);
         if (self && isForGui)
             return false;
@@ -182,6 +190,7 @@ bool Task::cancel()
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
     lock.unlock();
+    // Whoever takes the task out of its queue decides: here no worker can run it any more.
     const std::shared_ptr<Task> self = queue ? queue->findAndRemoveTask(this) : nullptr;
     if (!self)
         return false;

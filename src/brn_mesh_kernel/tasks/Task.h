@@ -11,8 +11,11 @@
 /// Threads: every operation may be called from any thread. The callable runs without a lock held, in the
 /// thread of the worker that claims the task.
 ///
-/// Lifetime: a task is always owned by `std::shared_ptr`: by its queue while it is pending, by its worker
-/// while it runs, and by whoever waits for it. It holds the queue that it was added to.
+/// Lifetime: a task that is added to a queue is owned by `std::shared_ptr`: the queue shares it while it is
+/// pending, and the worker while it runs. Whoever waits for a task keeps a pointer of their own. The task
+/// holds the queue that it was added to.
+///
+/// TaskQueue.h says who runs a task and in what order; docs/tasks.md follows one from `addTask` to its end.
 
 #include <cstdint>
 #include <functional>
@@ -34,7 +37,7 @@ extern template class BRN_MESH_KERNEL_EXPORT Brennic::Objects::SharedObject<Bren
 
 namespace Brennic::Core {
 
-/// A callable that is run once, and can be waited for.
+/// A callable that runs once, and can be waited for.
 class BRN_MESH_KERNEL_EXPORT Task : public QObject, public Objects::SharedObject<Task>
 {
     Q_OBJECT
@@ -70,7 +73,7 @@ public:
     ~Task() override;
 
     /// Arms the task with a copy of \p function: a task that is not running becomes pending and can be run
-    /// again. A running task is left as it is, and \p function is forgotten.
+    /// again. A running task stays as it is, and \p function is dropped.
     /// Thread: any.
     Task& operator=(const std::function<void()>& function);
 
@@ -93,23 +96,26 @@ public:
 
     /// Blocks until the task has finished; returns at once if it has finished already.
     ///
-    /// If the calling thread is that of a worker of the task's queue, or of a queue that is related to it by overflow,
-    /// it counts as waiting meanwhile, also in a slot or a destructor of the host. Once all workers of a queue wait,
-    /// its pending tasks move to an overflow queue: tasks may wait for tasks.
+    /// Tasks may wait for tasks. A worker that waits for a task of its own queue, or of a queue that is
+    /// related to it by overflow, counts as waiting, also in a slot or a destructor of the host. Once all
+    /// workers of a queue wait, its pending tasks move to an overflow queue, which has a worker of its own.
     ///
-    /// The wait also ends if the task was never added to a queue and another thread runs it. If the task is queued after
-    /// the wait began, the waiter is not counted as waiting; on a worker of that queue this can deadlock. While no worker
-    /// can run the task, because the application object has gone or no overflow queue can be had, the caller runs it
-    /// itself, unless it is for the GUI thread; docs/tasks.md has the whole rule. The GUI thread that waits for a task
-    /// of its own queue waits until another thread runs it.
+    /// A task that is in no queue can be waited for too: the wait ends when some thread has run it. But if
+    /// the task is queued after the wait began, the waiter is not counted as waiting; on a worker of that
+    /// queue this can deadlock.
+    ///
+    /// While no worker can run the task, the caller runs it, unless it is for the GUI thread: the application
+    /// object has gone, or no overflow queue can be made (docs/tasks.md has the whole rule). The GUI thread
+    /// does not run a task of the GUI queue that it waits for: it waits until another thread does.
     /// Thread: any; blocks until the task has finished, without limit.
     void waitTillFinished();
 
-    /// Takes the task back from its queue, if it has not begun to run. Whoever waits for it goes on, now and until it is
-    /// added again or assigned to; a `dispatchSync` that has made it returns false. Its state stays `ePending`.
+    /// Takes the task back from its queue, if no worker has taken it yet. Its state stays `ePending`. Waits
+    /// for it return, those that begin later too, until the task is added again or assigned to.
     ///
-    /// \return false if the task is in no queue: it runs, has run, was never added, or is being added at this moment.
-    /// Thread: any. Ownership: the queue's share of the task is released, which may be the last one.
+    /// \return false if the task is in no queue: it runs, has run, was never added, or is being added at this
+    ///         moment.
+    /// Thread: any. Ownership: releases the queue's share of the task, which may be the last one.
     bool cancel();
 
 private:
@@ -119,12 +125,14 @@ private:
     class TaskImpl;
     class WaitingWorker;
 
-    // Returns the queue that the caller is to release, with no lock held: the earlier one, or the one that a
-    // running task does not take.
+    // Returns the queue that the caller releases with no lock held, since that may destroy it: the earlier
+    // queue, or \p queue if the task is running, which keeps the one it has.
     std::shared_ptr<TaskQueue> setQueue(std::shared_ptr<TaskQueue> queue);
-    // Withdrawing is for a caller that tells its own one: it returns false then, and the task is in no queue.
+    // Waits; returns whether the task has run. With mayWithdraw, a GUI task whose thread cannot run it any
+    // more is removed from its queue, and the result is false: for a caller that nobody shares the task with.
     bool waitOrWithdraw(bool mayWithdraw);
     bool waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw);
+    // Lets waiting threads look again whether they must run the task themselves.
     void wakeWaiters();
 
     std::unique_ptr<TaskImpl> m_impl;

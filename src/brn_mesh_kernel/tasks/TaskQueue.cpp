@@ -25,6 +25,7 @@ int workerCount(EQualityOfService qos, int maxConcurrency)
     return maxConcurrency < 1 ? std::max(1, QThread::idealThreadCount() - 1) : maxConcurrency;
 }
 
+// The task of a job, made now if it has none: an overflow queue lives by the tasks that hold it.
 std::shared_ptr<Task> taskOf(const TaskJob& job)
 {
     return job.task ? job.task : std::make_shared<Task>(job.function);
@@ -40,9 +41,10 @@ TaskQueue::TaskQueue(EQualityOfService qos, int maxConcurrency, const std::share
 
 TaskQueue::~TaskQueue()
 {
+    // Destroyed at the end of this function, with no lock held: a callable may run the host's code then.
     const QueueScheduler::Jobs released = m_core->scheduler.takeAll(true);
-    // Not on a signal of the queue: a worker may be deleted in its thread before this returns, in the middle of the
-    // signal's list of receivers.
+    // By plain calls and not by a signal of the queue: a worker that deletes itself in its thread would still
+    // be on the list of receivers that the signal walks.
     WorkerThreads::retireWorkers(*m_core);
 }
 
@@ -62,7 +64,7 @@ std::shared_ptr<TaskQueue> TaskQueue::createOverflowQueue(const TaskQueueCore& c
         return {};
     }
     std::shared_ptr<TaskQueue> overflow(new TaskQueue(core.qos, 1, family));
-    overflow->m_core->isOverflow = true; // it counts until its thread has gone
+    overflow->m_core->isOverflow = true; // ~TaskQueueCore() takes it off the count, when its thread ends
     return overflow->getMaxConcurrency() > 0 ? overflow : nullptr;
 }
 
@@ -121,7 +123,8 @@ void TaskQueue::addTask(std::shared_ptr<Task> task)
 {
     if (!task)
         return;
-    // Both stay until the announcement has been made, even if the task has run and released them by then.
+    // Keep queue and task until newTaskArrived has been emitted: a worker may have run the task and released
+    // both by then. The earlier queue is released at the end, with no lock held.
     const std::shared_ptr<TaskQueue> self(weak_from_this().lock(), this);
     const std::shared_ptr<TaskQueue> earlierQueue = task->setQueue(self);
     TaskJob job{task, nullptr};
@@ -131,6 +134,8 @@ void TaskQueue::addTask(std::shared_ptr<Task> task)
         addWhileAllWait(std::move(task));
         return;
     } else if (!WorkerThreads::areEventsDelivered()) {
+        // No worker runs it for now: a thread that has waited since before must look whether to run it
+        // itself.
         task->wakeWaiters();
     }
     Q_EMIT newTaskArrived(task.get());
@@ -142,7 +147,7 @@ void TaskQueue::addWhileAllWait(std::shared_ptr<Task> task)
         overflow->addTask(std::move(task));
         return;
     }
-    m_core->isStranded = true;
+    m_core->isStranded = true; // before the job is added: whoever sees it pending sees that waiters run it
     TaskJob job{task, nullptr};
     m_core->add(job, true);
     task->wakeWaiters();
@@ -153,7 +158,7 @@ void TaskQueue::dispatch(std::function<void()> function)
 {
     if (!function)
         return;
-    if (isArrivalObserved()) {
+    if (isArrivalObserved()) { // the signal has a Task to name
         addTask(std::make_shared<Task>(function));
         return;
     }
@@ -173,8 +178,10 @@ std::shared_ptr<Task> TaskQueue::findAndRemoveTask(Task* pTask)
     return job.task;
 }
 
-// The worker's thread begins to wait for a task of the queue's family. When it was the last of the queue's that did
-// not wait, the pending tasks go to one overflow queue, in order.
+// The worker's thread begins to wait for a task of the queue's family. If it was the last worker of its queue
+// that did not wait, nobody would run the pending tasks: they move to one overflow queue, in order. A task
+// that is added in between finds all workers waiting and gets an overflow queue of its own (addTask), so none
+// stays behind.
 void TaskQueue::beginWait(TaskWorker& worker)
 {
     TaskQueueCore& core = worker.core();
@@ -182,10 +189,11 @@ void TaskQueue::beginWait(TaskWorker& worker)
     if (!core.scheduler.isStarved())
         return;
     if (const std::shared_ptr<TaskQueue> overflow = createOverflowQueue(core)) {
+        // From here on the tasks keep the overflow queue.
         core.scheduler.takeAll(false).forEach([&](const TaskJob& job) { overflow->addTask(taskOf(job)); });
         return;
     }
-    core.isStranded = true;
+    core.isStranded = true; // then notify: threads that wait for a pending task run it themselves
     core.wakeWaiters();
 }
 

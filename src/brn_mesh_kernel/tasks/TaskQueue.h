@@ -8,18 +8,21 @@
 ///     queue->addTask(task);
 ///     task->waitTillFinished();
 ///
-/// Tasks are begun in the order of arrival, each by the first worker that is free: a queue with one worker runs them
-/// first in, first out. A worker is free while its thread waits for events, whatever the threads of the others do.
-/// The host's own events in a worker's thread are delivered after the task that runs; tasks that are shorter may be
-/// run in a row for a millisecond. In the GUI thread, tasks and queued events from one thread arrive in the order in
-/// which that thread has posted them; only if more than a frame of tasks waits do events come first.
+/// Tasks begin in the order of arrival, each on the first worker that is free: a queue with one worker runs
+/// them first in, first out. A worker is free while its thread waits for events, whatever the threads of the
+/// others do.
 ///
-/// While no `QCoreApplication` exists, tasks are kept, and run once there is one.
+/// A worker's thread delivers the host's own events between tasks: after a task that takes a millisecond or
+/// more, or after shorter ones that have run in a row for so long. In the GUI thread, tasks and events that
+/// one thread has posted arrive in the order of posting; only if the pending tasks would take more than a
+/// frame do events come first.
+///
+/// While no `QCoreApplication` exists, tasks stay pending; they run once there is one.
 ///
 /// Threads: every operation may be called from any thread.
 ///
-/// Lifetime: a queue lives as long as a shared pointer to it: the caller's, or that of a task that was added
-/// to it. Its worker threads end by themselves after it; a task that is running then is completed.
+/// Lifetime: shared pointers keep a queue: those of callers, and one in each task that was added to it. Its
+/// worker threads end by themselves after it; a task that is running then is completed.
 
 #include <functional>
 #include <memory>
@@ -55,8 +58,8 @@ public:
     /// \param qos the service class; for `eQOS_GUI`, whose only queue is the library's, no queue is made.
     /// \param maxConcurrency the number of workers; less than 1 takes one less than the machine runs threads
     ///        at a time, and at least one.
-    /// \return the queue; with fewer workers if the system has no threads for more, and an empty pointer if it has none,
-    ///         or for `eQOS_GUI`. Nothing is logged.
+    /// \return the queue; with fewer workers if the system has no threads for more, and an empty pointer if
+    ///         it has none, or for `eQOS_GUI`. Nothing is logged.
     /// Thread: any. Ownership: the caller owns the queue together with the tasks that are added to it.
     static std::shared_ptr<TaskQueue> createQueue(EQualityOfService qos, int maxConcurrency);
 
@@ -72,8 +75,9 @@ public:
     /// Thread: any. Ownership: stays with the library.
     static TaskQueue* getGUIQueue();
 
-    /// Releases the pending tasks without running them, and lets the workers end.
-    /// Thread: any; in practice that of whoever lets go of the last task.
+    /// Releases what is pending without running it, and lets the workers end. A pending task holds the queue
+    /// that it was added to last, so this is hardly ever more than callables of \ref dispatch.
+    /// Thread: any; often that of a worker, which releases the last task.
     ~TaskQueue() override;
 
     TaskQueue(const TaskQueue&) = delete;
@@ -87,20 +91,22 @@ public:
     /// Thread: any.
     int getMaxConcurrency() const;
 
-    /// Adds a task at the end and announces it; an empty pointer is ignored.
+    /// Appends a task, notifies a worker and emits \ref newTaskArrived; an empty pointer is ignored.
     ///
-    /// While every worker waits for a task of the queue, the task goes to a new overflow queue of the same class with
-    /// one worker; once 64 of these exist, or the system has no thread, it stays, and whoever waits for it runs it. A
-    /// task that is added to the GUI queue from the GUI thread has run when this returns, and an exception of its
-    /// callable passes through.
+    /// While every worker waits for a task of the queue, none would run it: the task goes to a new overflow
+    /// queue of the same class with one worker. Once 64 of these exist, or the system has no thread for one
+    /// more, the task stays, and whoever waits for it runs it.
+    ///
+    /// A task that is added to the GUI queue from the GUI thread has run when this returns, ahead of those
+    /// that are pending; an exception of its callable passes through.
     /// Thread: any. Ownership: the queue shares the task until a worker takes it.
     void addTask(std::shared_ptr<Task> task);
 
-    /// Adds a callable at the end; an empty one is ignored. The cheap way to run what nobody waits for: a `Task` is
-    /// made only if somebody listens to \ref newTaskArrived.
+    /// Appends a callable; an empty one is ignored. This is cheaper than \ref addTask where nobody waits: a
+    /// `Task` is made only if \ref isArrivalObserved, or for an overflow queue.
     ///
-    /// Where it runs is as with \ref addTask. It does not hold the queue: what is pending when the queue ends is
-    /// released without being run.
+    /// It runs where \ref addTask would have it run. It does not hold the queue: what is pending when the
+    /// queue is destroyed is released without being run.
     /// Thread: any.
     void dispatch(std::function<void()> function);
 
@@ -109,13 +115,13 @@ public:
     bool isArrivalObserved() const;
 
 protected:
-    /// A task has been added. Emitted once per task, in the thread that adds it, with no lock held, and after a worker
-    /// has been notified: what a slot does, also if it waits for the task or throws, keeps nobody from running it.
+    /// A task has been added. Emitted once per task, in the thread that adds it, with no lock held. A worker
+    /// has been notified before: a slot that waits for the task, or throws, keeps nobody from running it.
     ///
-    /// \param pTask valid during the emission; another thread may have run the task already.
+    /// \param pTask valid during the emission; a worker may have run the task already.
     Q_SIGNAL void newTaskArrived(Task* pTask); // NOLINT(readability-inconsistent-declaration-parameter-name)
 
-    /// Called by Qt for each connection to a signal of the queue: records that \ref newTaskArrived is observed.
+    /// Called by Qt for each connection to a signal of the queue: notes that \ref newTaskArrived is observed.
     /// Thread: the one that connects.
     void connectNotify(const QMetaMethod& signal) override;
 

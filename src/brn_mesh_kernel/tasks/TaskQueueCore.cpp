@@ -14,7 +14,8 @@ void TaskJob::run()
         function();
 }
 
-// The worker of an overflow queue, and its thread, are about to be gone.
+// The limit of overflow queues is one of threads. A worker keeps the core until its thread ends, so the count
+// falls here and not with the queue.
 TaskQueueCore::~TaskQueueCore()
 {
     if (isOverflow)
@@ -23,7 +24,7 @@ TaskQueueCore::~TaskQueueCore()
 
 bool TaskQueueCore::add(TaskJob& job, bool evenIfAllWait)
 {
-    if (qos == eQOS_GUI) {
+    if (qos == eQOS_GUI) { // an event for each job keeps its place among the host's events (TaskWorker.h)
         const auto [number, pendingCount] = scheduler.append(job);
         guiWorker->postJob(number, pendingCount);
         return true;
@@ -34,7 +35,7 @@ bool TaskQueueCore::add(TaskJob& job, bool evenIfAllWait)
 
 void TaskQueueCore::post(QueueScheduler::Notifications notifications)
 {
-    // First: once its event is posted, a worker may end the queue.
+    // Before posting: with its event a worker may run the last task, and release what keeps this object.
     if (notifications.isWatchDue)
         Watchdog::watch(shared_from_this());
     notifications.post([](QueueScheduler::Worker& worker) { static_cast<TaskWorker&>(worker).postEvent(); });
@@ -42,7 +43,8 @@ void TaskQueueCore::post(QueueScheduler::Notifications notifications)
 
 void TaskQueueCore::wakeWaiters()
 {
-    std::vector<std::shared_ptr<Task>> tasks; // released outside the scheduler's mutex
+    // Copied, because neither a task's lock is taken nor a task destroyed under the scheduler's mutex.
+    std::vector<std::shared_ptr<Task>> tasks;
     scheduler.forEachPending([&](const TaskJob& job) {
         if (job.task)
             tasks.push_back(job.task);

@@ -1,6 +1,10 @@
 #pragma once
 /// \file
-/// What a queue shares with its workers, which outlive it. Not installed.
+/// The part of a queue that its workers share. They outlive the queue, since it is often a worker that
+/// destroys it, and keep the core. Not installed.
+///
+/// Read first: `TaskQueueCore::add`, which every task goes through, and `TaskWorker::event`, where it
+/// arrives.
 ///
 /// Threads: every function may be called from any thread.
 
@@ -22,7 +26,7 @@ namespace Brennic::Core {
 class Task;
 class TaskWorker;
 
-/// Something to run: a task, or a callable for which nobody needs a task.
+/// What a queue runs: a task, or a callable for which nobody has asked for a task, which saves making one.
 struct TaskJob
 {
     std::shared_ptr<Task> task;
@@ -32,8 +36,8 @@ struct TaskJob
     void run();
 };
 
-/// Waits for a moment before it sleeps: going to sleep takes longer than a section of a scheduler. The pauses grow, so
-/// that whoever holds the mutex keeps the cache line.
+/// Spins briefly before it sleeps, since a section of a scheduler takes less time than falling asleep. The
+/// pauses grow, so that those who contend leave the cache line to the thread that holds the mutex.
 class SpinningMutex
 {
 public:
@@ -64,7 +68,7 @@ private:
     }
 
     std::mutex m_mutex;
-    std::atomic<bool> m_isTaken{false}; // a hint, so that those who try leave the mutex alone
+    std::atomic<bool> m_isTaken{false}; // a hint: reading it disturbs the holder less than trying the mutex
 };
 
 struct TaskPlatform
@@ -76,7 +80,8 @@ struct TaskPlatform
 
 using QueueScheduler = TaskScheduler<TaskPlatform, TaskJob>;
 
-/// A queue, its overflow queues, theirs and so on. A worker that waits for a task of its family makes room.
+/// What a queue shares with its overflow queues, theirs and so on. A worker that waits for a task of its
+/// family counts as waiting; otherwise a queue could wait for its overflow queue, and that one for the queue.
 struct TaskFamily
 {
     static constexpr int mostOverflowQueues = 64;
@@ -93,27 +98,31 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
     TaskQueueCore(const TaskQueueCore&) = delete;
     TaskQueueCore& operator=(const TaskQueueCore&) = delete;
 
-    /// Appends the job and notifies whoever is to run it; false if every worker waits, unless \p evenIfAllWait.
+    /// Appends \p job and notifies a worker. \return false, with \p job as it was, if every worker waits; not
+    /// with \p evenIfAllWait.
     bool add(TaskJob& job, bool evenIfAllWait = false);
 
-    /// Posts the events of a section of the scheduler.
+    /// Posts the events of the workers that a section of the scheduler has notified. Called with no lock
+    /// held.
     void post(QueueScheduler::Notifications notifications);
 
-    /// Lets the waits for the pending tasks look again at who is to run the task.
+    /// Has each thread that waits for a pending task look again whether it must run the task itself.
     void wakeWaiters();
 
     const EQualityOfService qos;
     const std::shared_ptr<TaskFamily> family;
     bool isOverflow = false;
-    std::vector<TaskWorker*> workers; // this and the next are guarded by the mutex of WorkerThreads
+    std::vector<TaskWorker*> workers; // the mutex of WorkerThreads guards this and the next
     bool isQueueGone = false;
-    TaskWorker* guiWorker = nullptr; // of the GUI queue, as long as that is there
+    TaskWorker* guiWorker = nullptr; // of the GUI queue, as long as that exists
     QueueScheduler scheduler;
-    /// The core of the machine that a worker was last seen on.
+    /// The core of the machine on which a worker ran last: tells a waiting thread whether to yield or to
+    /// sleep.
     std::atomic<int> lastCore{-1};
-    /// Whether somebody has connected to the queue's signal.
+    /// Whether somebody has ever connected to `newTaskArrived`.
     std::atomic<bool> isArrivalObserved{false};
-    /// Whether every worker waits and no overflow queue can be had: those who wait for a pending task run it.
+    /// Whether every worker waits and no overflow queue can be made: whoever waits for a pending task runs
+    /// it.
     std::atomic<bool> isStranded{false};
 };
 

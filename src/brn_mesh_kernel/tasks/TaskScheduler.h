@@ -2,14 +2,18 @@
 /// \file
 /// Decides which worker of a queue runs the next job, and which workers to notify. Not installed.
 ///
-/// One mutex guards the pending jobs and the state of every worker. Each operation is one section under it, and
-/// ends by settling: if a job is pending, a worker is idle and no notified worker is about to look, then one idle
-/// worker is notified. A worker becomes idle only in the section in which it found nothing pending, and a job is
-/// added in the section that picks the worker: so no wake-up is lost, and nothing needs atomics. The caller posts
-/// the events of a section after it.
+/// One mutex guards the pending jobs and the state of every worker. Each operation is one section under it. A
+/// section that may leave a pending job without a worker ends in \ref TaskScheduler::settle: if a job is
+/// pending, a worker is idle and none is notified, it notifies one idle worker. A worker becomes idle only in
+/// the section in which it found nothing pending, and a job is added in the section that picks the worker. So
+/// no wake-up is lost, and nothing needs atomics.
 ///
-/// The class knows neither Qt nor threads: what it needs of them comes with \p Platform, so that a model checker
-/// runs the code that ships. Threads: every function may be called from any thread.
+/// A section returns the workers that it has notified, and the caller posts their events after it: posting
+/// takes locks of Qt, which must not nest in the mutex.
+///
+/// The queues run this class with `TaskPlatform` and `TaskJob` (TaskQueueCore.h). It knows neither Qt nor
+/// threads: what it needs of them comes with \p Platform, so that a model checker runs the code that ships
+/// (tests/model). docs/tasks.md draws the states. Threads: every function may be called from any thread.
 
 #include <algorithm>
 #include <cstddef>
@@ -22,7 +26,8 @@
 
 namespace Brennic::Core {
 
-/// Jobs in the order of arrival, numbered from 1. A job that is empty (`!job`) has been taken.
+/// Jobs in the order of arrival, numbered from 1. \ref remove leaves an empty job (`!job`) behind, so that
+/// the numbers of the others stay.
 template <typename Job>
 class PendingJobs
 {
@@ -33,15 +38,17 @@ public:
     std::size_t count() const { return m_count; }
     Number newest() const { return m_first + m_jobs.size() - 1; }
 
+    /// Appends \p job and leaves it empty. \return its number.
     Number push(Job&& job)
     {
         m_jobs.push_back(std::move(job));
-        job = Job();
+        job = Job(); // moving alone need not empty it, and callers ask whether it was taken
         ++m_count;
         return newest();
     }
 
-    /// Takes the oldest job into \p job, unless its number is higher than \p limit.
+    /// Takes the oldest job into \p job, unless its number is higher than \p limit. Leaves \p job as it is if
+    /// there is none: callers pass an empty one.
     /// \return the number of the next.
     Number pop(Job& job, Number limit = last)
     {
@@ -87,7 +94,8 @@ private:
     std::size_t m_count = 0;
 };
 
-/// \p Platform has the types `Mutex` and `Count` (an atomic int), and `bool isOpen()`: whether events are delivered.
+/// \p Platform has the types `Mutex` and `Count` (an atomic int), and `bool isOpen()`: whether events are
+/// delivered.
 template <typename Platform, typename Job>
 class TaskScheduler
 {
@@ -95,15 +103,15 @@ public:
     using Jobs = PendingJobs<Job>;
     using Number = typename Jobs::Number;
 
-    /// What a worker's thread does, as far as the queue can know: the first line that applies.
+    /// What a worker's thread does, as far as the scheduler can know. If several apply, the first one counts.
     enum class State
     {
-        Waiting,  ///< It waits for a task of the queue's family.
+        Waiting,  ///< It waits for a task of the queue or of its overflow queues.
         Busy,     ///< It runs a job, which may run an event loop.
         Starting, ///< It has yet to enter its event loop.
-        Idle,     ///< No event is on its way to it.
-        Late,     ///< An event is on its way for longer than one takes: the thread is held up.
-        Notified, ///< An event is on its way.
+        Idle,     ///< It serves events, and none of ours is on its way to it.
+        Late,     ///< Its event has not arrived in time: the host holds the thread up.
+        Notified, ///< An event is on its way, and has not been for long.
     };
 
     /// The scheduler's part of a worker.
@@ -114,7 +122,8 @@ public:
         Worker(const Worker&) = delete;
         Worker& operator=(const Worker&) = delete;
 
-        /// Whether somebody is posting an event to the worker at this moment.
+        /// Whether a thread has yet to post the worker's event, or is posting it. Whoever deletes the worker,
+        /// or takes its events back, waits until this is false.
         bool isBeingPosted() const { return m_posts.load() != 0; }
 
     private:
@@ -133,25 +142,26 @@ public:
             return m_isLate ? State::Late : State::Notified;
         }
 
-        // All guarded by the scheduler's mutex, but for the last.
-        State m_state = State::Starting; // what the counts of the scheduler say
+        // The scheduler's mutex guards all but the last.
+        State m_state = State::Starting; // current() as of the last update(): the one that the counts include
         bool m_hasStarted = false;
         bool m_hasEvent = false;
         bool m_isLate = false;
-        bool m_isEventOld = false;    // it is to be posted again, behind the host's events
+        bool m_isEventOld = false;    // on arrival, post it again behind the host's events
         bool m_isDeliverable = false; // busy without an event: one would arrive if the job runs an event loop
-        int m_runs = 0;               // more than one where a job runs an event loop
-        int m_waits = 0;
-        unsigned m_notifiedAt = 0; // tick
+        int m_runs = 0;               // more than one if a job runs an event loop
+        int m_waits = 0;              // more than one if a waiting thread runs a task that waits
+        unsigned m_notifiedAt = 0;    // the tick of the last change of m_state
         Worker* m_nextNotified = nullptr;
         typename Platform::Count m_posts{0};
     };
 
-    /// The workers that a section has notified. Their events must be posted.
+    /// The workers that a section has notified. The caller must post their events: the scheduler counts on
+    /// each.
     class [[nodiscard]] Notifications
     {
     public:
-        /// Calls \p postEvent for each worker. No lock is held.
+        /// Calls \p postEvent for each worker. Call it with no lock held.
         template <typename Function>
         void post(Function postEvent)
         {
@@ -163,7 +173,7 @@ public:
             }
         }
 
-        /// Whether somebody must call \ref TaskScheduler::relieveLate from now on, once a tick.
+        /// Whether the caller must have \ref TaskScheduler::relieveLate called once a tick from now on.
         bool isWatchDue = false;
 
     private:
@@ -178,7 +188,8 @@ public:
         m_workerCount = std::max(m_workerCount, static_cast<int>(m_workers.size()));
     }
 
-    /// Says how many workers there are or will be: jobs are kept for those that have yet to be added.
+    /// Sets how many workers there are or will be. Those that have yet to be added count as not waiting, so
+    /// that \ref add keeps jobs for them.
     void setWorkerCount(int count)
     {
         const Lock lock(m_mutex);
@@ -191,7 +202,7 @@ public:
         return m_workerCount;
     }
 
-    /// For one whose thread will not enter its event loop (again).
+    /// Forgets a worker whose thread will not enter its event loop, or not again.
     void removeWorker(Worker& worker)
     {
         const Lock lock(m_mutex);
@@ -200,7 +211,8 @@ public:
         m_workers.erase(std::remove(m_workers.begin(), m_workers.end(), &worker), m_workers.end());
     }
 
-    /// Appends \p job, which is empty then. Refuses it while every worker waits, unless \p evenIfAllWait.
+    /// Appends \p job and leaves it empty. While every worker waits, nobody would run it: then \p job is left
+    /// as it is, unless \p evenIfAllWait.
     Notifications add(Job& job, bool evenIfAllWait = false)
     {
         const Lock lock(m_mutex);
@@ -210,7 +222,8 @@ public:
         return settle();
     }
 
-    /// The same for jobs that are fetched by \ref take; returns the number of the job and how many are pending.
+    /// Appends \p job and notifies nobody: for the GUI queue, whose worker is posted an event for each job.
+    /// \return the number of the job, and how many are pending.
     std::pair<Number, std::size_t> append(Job& job)
     {
         const Lock lock(m_mutex);
@@ -224,7 +237,8 @@ public:
         return change(worker, [&] { worker.m_hasStarted = true; });
     }
 
-    /// The worker's event has arrived: the worker is busy until \p job, the oldest, comes back empty.
+    /// The worker's event has arrived. Takes the oldest job into \p job, which must be empty. The worker is
+    /// busy from then on, unless \p job comes back empty.
     Notifications arrive(Worker& worker, Job& job)
     {
         const Lock lock(m_mutex);
@@ -235,14 +249,16 @@ public:
         return takeNextLocked(worker, job);
     }
 
-    /// The worker has run its job and takes the next; it is busy no more if that comes back empty.
+    /// The worker has run its job. Takes the next one into \p job, which must be empty; if it comes back
+    /// empty, the worker is not busy any more.
     Notifications takeNext(Worker& worker, Job& job)
     {
         const Lock lock(m_mutex);
         return takeNextLocked(worker, job);
     }
 
-    /// The worker lets its thread serve other events, and comes back by an event if something is pending.
+    /// The worker stops taking jobs, to let its thread serve the host's events. If a job is pending, an event
+    /// brings the worker back behind those.
     Notifications leave(Worker& worker)
     {
         const Lock lock(m_mutex);
@@ -250,13 +266,14 @@ public:
         return worker.m_hasEvent ? change(worker) : postAgain(worker);
     }
 
-    /// The worker's event will not arrive: it has been dropped.
+    /// Qt has dropped the worker's event, as it does while no application object exists.
     Notifications loseEvent(Worker& worker)
     {
         return change(worker, [&] { worker.m_hasEvent = worker.m_isLate = worker.m_isEventOld = false; });
     }
 
-    /// The worker's thread begins to wait for a task of the family. What it was notified of, others hear now.
+    /// The worker's thread begins to wait for a task. It does not count as notified any more, so another
+    /// worker is notified in its place.
     Notifications beginWait(Worker& worker)
     {
         return change(worker, [&] { ++worker.m_waits; });
@@ -274,14 +291,16 @@ public:
         return m_jobs.count() > 0 && doAllWait();
     }
 
-    /// Takes all jobs; while some worker does not wait, only if \p evenIfNotAllWait.
+    /// Takes all jobs if every worker waits, or if \p evenIfNotAllWait; else none. Asking and taking is one
+    /// section, so a worker that stops waiting meanwhile either keeps all jobs or none.
     Jobs takeAll(bool evenIfNotAllWait)
     {
         const Lock lock(m_mutex);
         return evenIfNotAllWait || doAllWait() ? std::exchange(m_jobs, Jobs()) : Jobs();
     }
 
-    /// Takes the oldest job with a number up to \p limit; returns the number of the next and how many are pending.
+    /// Takes the oldest job into \p job, which must be empty, unless its number is higher than \p limit.
+    /// \return the number of the next, and how many are pending.
     std::pair<Number, std::size_t> take(Job& job, Number limit)
     {
         const Lock lock(m_mutex);
@@ -296,6 +315,7 @@ public:
         return m_jobs.newest();
     }
 
+    /// Takes the oldest job for which \p isMeant holds into \p job, wherever it stands.
     template <typename Predicate>
     void remove(Predicate isMeant, Job& job)
     {
@@ -310,7 +330,7 @@ public:
         m_jobs.forEach(function);
     }
 
-    /// Events are delivered again.
+    /// `Platform::isOpen()` holds again: notifies a worker of the jobs that were kept meanwhile.
     Notifications resume()
     {
         const Lock lock(m_mutex);
@@ -335,8 +355,9 @@ public:
         return worker.m_hasEvent;
     }
 
-    /// A tick has passed. Gives up on workers that were notified before the last tick, and notifies all that are
-    /// idle in their place: any of them may be held up too. Clears \p isWatched once that is no longer needed.
+    /// A tick has passed. A worker that was notified before the previous tick and has not come counts as
+    /// late. All idle workers are notified in its place, not one: the host may hold up any of them too. Sets
+    /// \p isWatched to whether ticks are needed any longer.
     Notifications relieveLate(bool& isWatched)
     {
         const Lock lock(m_mutex);
@@ -360,7 +381,9 @@ public:
 private:
     using Lock = std::lock_guard<typename Platform::Mutex>;
 
-    static constexpr unsigned longestQuiet = 50; // ticks
+    // Ticks for which the watch goes on without need. Bursts need it again and again, and asking for it takes
+    // the watchdog's lock.
+    static constexpr unsigned longestQuiet = 50;
 
     bool doAllWait() const { return m_waitingCount == m_workerCount; }
     bool isWatchNeeded() const { return m_notifiedCount > 0 && m_idleCount > 0 && m_jobs.count() > 0; }
@@ -379,7 +402,8 @@ private:
         return settle();
     }
 
-    // An event that was posted while the worker was busy may stand before events of the host that came meanwhile.
+    // If an event was posted while the worker was busy, it stands before events that the host has posted
+    // since. On arrival it is posted again, behind them: the worker has just had its turn.
     void endRun(Worker& worker)
     {
         --worker.m_runs;
@@ -395,6 +419,7 @@ private:
         return settle(out);
     }
 
+    // Taking the job and becoming idle is one section: a job that is added afterwards finds the worker idle.
     Notifications takeNextLocked(Worker& worker, Job& job)
     {
         m_jobs.pop(job);
@@ -403,12 +428,17 @@ private:
         return change(worker);
     }
 
+    // Sees to it that somebody will run what is pending.
     Notifications settle(Notifications out = {})
     {
         if (m_jobs.count() == 0 || !Platform::isOpen())
             return out;
+        // One at a time, however many jobs are pending: a worker that takes a job settles too, and notifies
+        // the next.
         if (m_notifiedCount == 0 && m_idleCount > 0)
             notify(*m_idle.back(), out);
+        // Nobody is idle: notify the busy workers, all of them, since any of their jobs may run an event loop
+        // in which the event arrives. Where it does not, it stays until the worker's turn ends.
         if (m_idleCount == 0 && m_deliverableCount > 0)
             for (Worker* worker : m_workers)
                 if (worker->m_isDeliverable)
@@ -428,6 +458,8 @@ private:
         update(worker);
     }
 
+    // Brings counts and lists in line with the worker's flags. Follows each change of them, in the same
+    // section.
     void update(Worker& worker)
     {
         const State state = worker.current();
@@ -456,7 +488,8 @@ private:
             m_idleCount += change;
     }
 
-    // Guards all that follows. What most sections touch lies in the cache line of the mutex, or next to it.
+    // Guards all that follows. Threads contend for it, so what most sections touch lies in its cache line or
+    // the next.
     alignas(64) mutable typename Platform::Mutex m_mutex;
     int m_workerCount = 0;
     int m_idleCount = 0;
@@ -466,7 +499,7 @@ private:
     bool m_isWatched = false;
     Jobs m_jobs;
     std::vector<Worker*> m_workers;
-    std::vector<Worker*> m_idle; // who became idle last is at the end, and is notified first
+    std::vector<Worker*> m_idle; // the last to become idle is notified first: it may not be asleep yet
     unsigned m_ticks = 0;
     unsigned m_quietTicks = 0;
 };

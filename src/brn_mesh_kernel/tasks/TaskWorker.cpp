@@ -18,21 +18,23 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How long jobs are run in a row while events of the host wait.
+// How long a worker runs jobs in a row while events of the host may be pending in its thread.
 constexpr std::chrono::milliseconds turnTime{1};
 
-// The GUI thread is to be back at its timers, input and painting within a frame of 16 ms. A pass through its posted
-// events is measured after the first of these times, and is a flood once it has spent the second in jobs. The event of a
-// flood runs jobs for the third.
+// The GUI thread must be back at its timers, input and painting within a frame of 16 ms. For shortTime the
+// jobs of a pass are not timed, which saves most passes a reading of the clock after each job. Then the pass
+// may spend passTime in jobs, 9 ms in all, before the rest becomes a flood. A flood's event runs jobs for
+// floodTime.
 constexpr std::chrono::milliseconds shortTime{2};
 constexpr std::chrono::milliseconds passTime{7};
 constexpr std::chrono::milliseconds floodTime{5};
 
-// More pending jobs than these are a flood too, and its event runs no more than these.
+// More pending jobs are a flood at once: at 2 µs each they fill a frame. An event runs mostInFlood jobs at
+// most, so that many jobs of no time at all do not keep the thread from its other events.
 constexpr std::size_t mostInOrder = 8'192;
 constexpr int mostInFlood = 512;
 
-constexpr TaskWorker::JobNumber noJob = 0; // of an event that marks a pass
+constexpr TaskWorker::JobNumber noJob = 0; // in an event that stands for no job: jobs are numbered from 1
 
 thread_local TaskWorker* t_worker = nullptr;
 
@@ -61,7 +63,9 @@ QThread::Priority threadPriority(EQualityOfService qos)
 
 } // namespace
 
-// Tells its worker if Qt drops it: a task may serve events while there is no application object.
+// An event that Qt drops tells the scheduler so from its destructor, or the worker would count as notified
+// for ever. Qt drops events when a job runs an event loop while there is no application object. The GUI queue
+// is not scheduled, so its events have nothing to tell.
 class TaskWorker::WorkerEvent : public QEvent
 {
 public:
@@ -77,7 +81,7 @@ public:
     WorkerEvent(const WorkerEvent&) = delete;
     WorkerEvent& operator=(const WorkerEvent&) = delete;
 
-    const JobNumber number; // of the last job that it may run
+    const JobNumber number; // in the GUI thread: of the last job that it may run
     const bool isFlood;
     bool isDelivered = false;
 
@@ -85,7 +89,7 @@ private:
     TaskWorker& m_worker;
 };
 
-// Jobs in a row. Ends in good order if one throws.
+// Jobs that one event runs in a row. Its destructor leaves the scheduler in order also if a job throws.
 class TaskWorker::Turn
 {
 public:
@@ -124,8 +128,9 @@ TaskWorker::TaskWorker(std::shared_ptr<TaskQueueCore> core) : m_core(std::move(c
     m_core->scheduler.addWorker(*this);
     auto* const ownThread = new QThread; // deleted by WorkerThreads
     moveToThread(ownThread);
-    // Both are called in the new thread. An event loop must not begin before there is an application object,
-    // and without one a deferred deletion would be dropped: so neither is left to events.
+    // Direct: both must run in the new thread, and without events. enterThread() runs before the event loop,
+    // which must not begin before there is an application object; leaveThread() runs after it, when no event
+    // is delivered.
     connect(ownThread, &QThread::started, this, &TaskWorker::enterThread, Qt::DirectConnection);
     connect(ownThread, &QThread::finished, this, &TaskWorker::leaveThread, Qt::DirectConnection);
 }
@@ -160,6 +165,8 @@ void TaskWorker::enterThread()
     if (g_makeThreadGuard != nullptr)
         m_threadGuard = g_makeThreadGuard();
     nameCurrentThread(m_threadName);
+    // Qt does not tell when the event loop has begun. Its first signal does; until then Qt is still making
+    // what the loop needs, and the process must not end in the middle of that (isStartingOrEnding()).
     const QAbstractEventDispatcher* const dispatcher = thread()->eventDispatcher();
     m_loopBlocks = connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &TaskWorker::enterLoop,
                            Qt::DirectConnection);
@@ -180,7 +187,7 @@ void TaskWorker::leaveThread()
 {
     QThread* const ownThread = thread();
     t_worker = nullptr;
-    WorkerThreads::takeOver(ownThread); // first: at every moment one of the two is listed
+    WorkerThreads::takeOver(ownThread); // before the worker leaves the list: one of the two must be listed
     delete this;
 }
 
@@ -190,7 +197,7 @@ void TaskWorker::retire()
     if (m_core->qos == eQOS_GUI)
         deleteLater();
     else
-        thread()->quit(); // an event would be dropped while there is no application object; this is not
+        thread()->quit(); // not by an event: Qt would drop it while there is no application object
 }
 
 void TaskWorker::postEvent()
@@ -200,7 +207,7 @@ void TaskWorker::postEvent()
 
 void TaskWorker::postJob(JobNumber number, std::size_t pendingCount)
 {
-    if (m_isFlooded)
+    if (m_isFlooded) // read after the job was added: a flood that ends now sees the job pending (endFlood())
         return;
     if (pendingCount > mostInOrder)
         postFlood();
@@ -208,7 +215,8 @@ void TaskWorker::postJob(JobNumber number, std::size_t pendingCount)
         postGuiEvent(number);
 }
 
-// Leaves alone what is added from now on: an event of the host may have been posted before that.
+// The flood's event runs jobs up to the newest of now. Those that are added later may belong behind an event
+// that the host has posted in between, so they are left to the next flood.
 void TaskWorker::postFlood()
 {
     m_isFlooded = true;
@@ -223,6 +231,7 @@ void TaskWorker::postGuiEvent(JobNumber number, bool isFlood)
 
 void TaskWorker::discardEvents()
 {
+    // A thread that the scheduler has told to post an event may be about to do so. It holds no lock by then.
     while (isBeingPosted())
         std::this_thread::yield();
     QCoreApplication::removePostedEvents(this, workerEventType());
@@ -232,10 +241,10 @@ void TaskWorker::resume()
 {
     if (m_core->qos == eQOS_GUI) {
         beginPass();
-        m_isFlooded = false; // its events have been taken back
+        m_isFlooded = false; // discardEvents() has taken its event back
         m_endedFloods = 0;
         if (m_core->scheduler.pendingCount() > 0)
-            postFlood();
+            postFlood(); // one event for all: theirs have been taken back too
         return;
     }
     m_core->post(m_core->scheduler.resume());
@@ -258,7 +267,8 @@ bool TaskWorker::event(QEvent* event)
     if (event->type() != workerEventType())
         return QObject::event(event);
     auto& workerEvent = static_cast<WorkerEvent&>(*event);
-    // Without an application object a job's event loop is left alone: only the job's end holds the thread.
+    // Without an application object mayGoOn() holds the thread. Not inside a job's event loop, though, which
+    // the job waits for: there the event counts as dropped, and the thread is held when the job has returned.
     workerEvent.isDelivered =
         m_core->qos == eQOS_GUI || (m_turns > 0 ? WorkerThreads::areEventsDelivered() : mayGoOn());
     if (m_core->qos == eQOS_GUI)
@@ -268,6 +278,7 @@ bool TaskWorker::event(QEvent* event)
     return true;
 }
 
+// Holds the thread while there is no application object. Returns whether the worker may run another job.
 bool TaskWorker::mayGoOn()
 {
     if (!WorkerThreads::areEventsDelivered())
@@ -281,22 +292,29 @@ void TaskWorker::serve()
     Turn turn(*this);
     const Clock::time_point end = Clock::now() + turnTime;
     for (TaskJob job; turn.take(job);) {
+        // The function of a QThread catches everything. What only Qt would catch ends the process at the
+        // throw instead, while the stack is whole, so that a dump shows it.
         callIgnoringQtHandlers([](void* argument) { static_cast<TaskJob*>(argument)->run(); }, &job);
-        // Objects with static storage are being destroyed now, perhaps also some that releasing the job needs.
+        // The process ends, and objects with static storage are being destroyed. Releasing the job may need
+        // some of them, so the thread stops here for good.
         if (WorkerThreads::haveEnded())
             WorkerThreads::hold(*this);
-        job = TaskJob();
-        // One at a time inside the event loop of a job: others may run event loops too, and nest without end.
+        job = TaskJob(); // take() expects it empty
+        // Inside the event loop of a job one at a time: the next may run an event loop too, and they would
+        // nest without end.
         if (m_turns > 1 || !mayGoOn() || Clock::now() > end)
             return;
     }
 }
 
+// Runs the pending jobs up to the event's own, for a flood until its time is up. Two threads may post their
+// events in another order than they have added their jobs: then the first event runs both, and the second
+// none.
 void TaskWorker::serveGui(JobNumber number, bool isFlood)
 {
-    if (isFlood || number == noJob)
+    if (isFlood || number == noJob) // posted in the middle of the pass before
         beginPass();
-    if (isFlood ? takeBackFlood() : m_isFlooded.load())
+    if (isFlood ? takeBackFlood() : m_isFlooded.load()) // left to the flood's event
         return;
     Clock::time_point begin = Clock::now();
     if (m_passBegan == Clock::time_point()) {
@@ -308,11 +326,12 @@ void TaskWorker::serveGui(JobNumber number, bool isFlood)
     for (int jobs = 0; jobs < mostInFlood && WorkerThreads::areEventsDelivered(); ++jobs) {
         const auto [next, pendingCount] = m_core->scheduler.take(job, number);
         if (!job) {
-            if (isFlood && jobs == 0 && pendingCount > 0) // left to the flood, but after its event was posted
+            // Jobs that were added after the flood's event was posted have no events of their own.
+            if (isFlood && jobs == 0 && pendingCount > 0)
                 postFlood();
             return;
         }
-        // All this before the job runs: it may run an event loop.
+        // Posted before the job runs, since it may run an event loop that is to deliver them.
         if (pendingCount > 0 || isLong)
             markPass();
         const bool isTooMuch = isFlood || m_passTime > passTime || pendingCount > mostInOrder;
@@ -320,7 +339,7 @@ void TaskWorker::serveGui(JobNumber number, bool isFlood)
             postFlood();
         else if (isFlood && pendingCount == 0 && m_isFlooded)
             endFlood();
-        job.run();
+        job.run(); // plainly: in the GUI thread Qt catches nothing, so what it throws is not lost
         job = TaskJob();
         if (isLong) {
             const Clock::time_point end = Clock::now();
@@ -331,7 +350,9 @@ void TaskWorker::serveGui(JobNumber number, bool isFlood)
     }
 }
 
-// Whoever adds a job from now on posts an event for it; one that was added before may have been left to the flood.
+// Ends a flood that has run everything. Its next event is on its way already and is to do nothing. Who adds a
+// job from now on posts an event for it. Who has added one just before may still have seen the flood and
+// posted none, so look once more.
 void TaskWorker::endFlood()
 {
     m_isFlooded = false;
@@ -340,7 +361,7 @@ void TaskWorker::endFlood()
         postFlood();
 }
 
-// Whether the event that has come is that of a flood which has ended before it came.
+// A flood's event has come. Returns true if that flood has ended: then the event does nothing.
 bool TaskWorker::takeBackFlood()
 {
     if (m_endedFloods > 0) {
@@ -358,10 +379,10 @@ void TaskWorker::beginPass()
     m_passTime = {};
 }
 
-// A pass delivers what was posted before it began. So an event that is posted in the middle of one arrives when the
-// thread has been at its timers and its input again. It also lets an event loop that a job runs deliver what is left
-// of the pass: without a new event, Qt takes it that there is nothing. A pass needs none that is short and has no more
-// to run.
+// Posts an event that will tell when the next pass begins. A pass delivers what was posted before it began,
+// so an event that is posted in the middle arrives after the thread has been at its timers and input. The
+// event also lets an event loop that a job runs deliver the rest of the pass: without a new event, Qt takes
+// it that there is nothing. A short pass with nothing left to run needs no mark.
 void TaskWorker::markPass()
 {
     if (!std::exchange(m_isPassMarked, true))

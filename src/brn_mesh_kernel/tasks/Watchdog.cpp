@@ -17,17 +17,18 @@ namespace {
 
 using Cores = std::vector<std::shared_ptr<TaskQueueCore>>;
 
-// A worker counts as late after one tick to two.
+// A worker counts as late at the second tick after it was notified: after 2 to 4 ms. An event arrives in
+// microseconds, so a worker that is merely waking up is not taken for late.
 constexpr std::chrono::milliseconds tick{2};
 
-// The thread ends after this time without anything to do.
+// How long the thread waits for a queue to watch before it ends.
 constexpr std::chrono::seconds rest{1};
 
 struct State
 {
     std::mutex mutex;
     std::condition_variable added;
-    Cores cores; // guarded by mutex, like the next
+    Cores cores; // to be watched, and not yet taken over by the thread; guarded by mutex, like the next
     bool hasThread = false;
 };
 
@@ -53,7 +54,7 @@ void run()
     while (!watched.empty() || state().added.wait_for(lock, rest, [] { return !state().cores.empty(); })) {
         watched.insert(watched.end(), state().cores.begin(), state().cores.end());
         state().cores.clear();
-        lock.unlock();
+        lock.unlock(); // neither is an event posted nor a core released under it
         std::this_thread::sleep_for(tick);
         const auto isDone = [](const std::shared_ptr<TaskQueueCore>& core) { return !relieve(*core); };
         watched.erase(std::remove_if(watched.begin(), watched.end(), isDone), watched.end());
@@ -68,7 +69,7 @@ bool startThread()
         std::thread(&run).detach();
         return true;
     } catch (const std::system_error&) {
-        return false; // the next that needs it tries again
+        return false; // the next call of watch() tries again
     }
 }
 
@@ -85,10 +86,12 @@ void Watchdog::watch(const std::shared_ptr<TaskQueueCore>& core)
         }
         state().cores.pop_back();
     }
-    // Without a thread nobody would notice a late worker: notify all that are idle.
+    // Without a thread nobody would notice a late worker. Two ticks at once make the notified one count as
+    // late, so that all idle workers are notified. Further ticks end the watch, and the scheduler asks for
+    // one again when it needs it.
     for (int ticks = 0; ticks < 2; ++ticks)
         relieve(*core);
-    while (relieve(*core)) // until the queue asks for a watch again
+    while (relieve(*core))
         continue;
 }
 

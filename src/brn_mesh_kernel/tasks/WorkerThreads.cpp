@@ -33,6 +33,7 @@ struct Entry
     int number;
 };
 
+// Workers that are made with the next application object.
 struct LaterWorkers
 {
     std::shared_ptr<TaskQueueCore> core;
@@ -41,7 +42,7 @@ struct LaterWorkers
 
 struct State
 {
-    std::atomic<Phase> phase{Phase::BeforeApplication}; // changed under mutex
+    std::atomic<Phase> phase{Phase::BeforeApplication}; // changed under mutex, read without
     std::atomic<const QThread*> applicationThread{nullptr};
     std::mutex mutex;
     std::condition_variable changed;
@@ -55,8 +56,8 @@ using Lock = std::unique_lock<std::mutex>;
 
 constexpr std::size_t longestThreadName = 15;
 
-// A worker that is held up in the host's own event handlers must not keep the host from leaving. Long enough
-// for a thread of idle priority on a busy machine.
+// A worker whose thread the host holds up in a slot must not keep the host from leaving for ever. The limit
+// is long enough for a thread of idle priority on a busy machine.
 constexpr std::chrono::seconds restLimit{2};
 
 State& state()
@@ -65,7 +66,7 @@ State& state()
     return *instance;
 }
 
-// The end is final.
+// Returns false once the process ends: an application object that is made or destroyed later changes nothing.
 bool enter(Phase phase)
 {
     const Lock lock(state().mutex);
@@ -78,7 +79,8 @@ bool enter(Phase phase)
 
 void wakeWaiters()
 {
-    // Outside the mutex: the last holder of a task may end a queue with its workers.
+    // Outside the mutex: whoever holds a task last may destroy its queue here, which takes the mutex to end
+    // the workers.
     std::vector<std::shared_ptr<TaskQueueCore>> cores;
     {
         const Lock lock(state().mutex);
@@ -94,11 +96,13 @@ void waitUntil(Condition condition)
 {
     const auto end = std::chrono::steady_clock::now() + restLimit;
     Lock lock(state().mutex);
-    // A worker that starts a task comes to rest without a word, hence the short wait.
+    // Polls, because nobody notifies `changed` when a worker begins a task, or a thread has posted its event.
     while (!condition() && std::chrono::steady_clock::now() < end)
         state().changed.wait_for(lock, std::chrono::milliseconds(1));
 }
 
+// Whether a thread is inside Qt's start or end of it. The calling thread does not count: it may be ending
+// itself.
 bool isAnyStartingOrEnding()
 {
     const std::vector<Entry>& entries = state().entries;
@@ -118,11 +122,11 @@ bool areAllAtRest()
                        [](const Entry& entry) { return entry.worker->isAtRest(); });
 }
 
-// Deletes two at most, and none that would have to be waited for: a host's object may be deleted in a thread that is
-// ending, and get here.
+// Waits for no thread: a thread that is ending may get here, when it destroys an object of the host that owns
+// a queue. Deletes two at most: the list shrinks, since one is added at a time, and nobody pays for many.
 void deleteFinishedThreads()
 {
-    std::vector<std::unique_ptr<QThread>> deleted; // after the mutex is released
+    std::vector<std::unique_ptr<QThread>> deleted; // before the lock, so that they are deleted after it
     const Lock lock(state().mutex);
     std::vector<QThread*>& threads = state().finishedThreads;
     while (deleted.size() < 2 && !threads.empty()) {
@@ -137,9 +141,10 @@ void makeWorkersNow(const std::shared_ptr<TaskQueueCore>& core, int count)
 {
     for (int made = 0; made < count; ++made) {
         auto* const worker = new TaskWorker(core); // deletes itself after it has retired
+        // One section, so that whoever retires the queue's workers finds each one whose thread has started.
         Lock lock(state().mutex);
         if (core->qos != eQOS_GUI && !worker->startThread()) {
-            lock.unlock();
+            lock.unlock(); // the worker's destructor takes it
             const std::unique_ptr<QThread> thread(worker->thread());
             delete worker;
             core->scheduler.setWorkerCount(made);
@@ -149,14 +154,16 @@ void makeWorkersNow(const std::shared_ptr<TaskQueueCore>& core, int count)
     }
 }
 
-// The application object is about to go.
+// Called by the destructor of the application object, which must not go on while a worker may touch the
+// object. From the new phase on nothing is posted. What is on its way is taken back, and then all workers
+// come to rest.
 void leaveApplication()
 {
     enter(Phase::AfterApplication);
-    wakeWaiters();
+    wakeWaiters(); // no worker runs their tasks any more: they do it themselves
     waitUntil([] { return state().applicationUses == 0; });
     {
-        // They would be delivered by an application object whose destructor has begun.
+        // An event that stays would be delivered by an application object whose destructor has begun.
         const Lock lock(state().mutex);
         for (const Entry& entry : state().entries)
             entry.worker->discardEvents();
@@ -176,7 +183,7 @@ void enterApplication()
 {
     if (!enter(Phase::Application))
         return;
-    qAddPostRoutine(&leaveApplication); // Qt forgets it once it has been called
+    qAddPostRoutine(&leaveApplication); // each time: Qt forgets it once it has been called
     Lock lock(state().mutex);
     for (const Entry& entry : state().entries)
         entry.worker->resume();
@@ -185,7 +192,7 @@ void enterApplication()
     for (const LaterWorkers& workers : later) {
         makeWorkersNow(workers.core, workers.count);
         lock.lock();
-        if (workers.core->isQueueGone)
+        if (workers.core->isQueueGone) // meanwhile, when there were no workers to retire
             retireLocked(*workers.core);
         lock.unlock();
     }
@@ -253,7 +260,9 @@ std::size_t count()
 
 ApplicationUse::ApplicationUse()
 {
-    ++state().applicationUses; // before the look: leaveApplication() waits for those who have seen the object
+    // Count before reading the phase. leaveApplication() sets the phase before it reads the count, so at
+    // least one side sees the other.
+    ++state().applicationUses;
     m_isThere = areEventsDelivered();
 }
 
@@ -276,7 +285,7 @@ void makeWorkers(const std::shared_ptr<TaskQueueCore>& core, int count)
 
 void retireWorkers(TaskQueueCore& core)
 {
-    LaterWorkers dropped{};
+    LaterWorkers dropped{}; // before the lock, so that its core is released after it
     const Lock lock(state().mutex);
     core.isQueueGone = true;
     std::vector<LaterWorkers>& later = state().later;
@@ -293,7 +302,7 @@ void hold(TaskWorker& worker)
 {
     Lock lock(state().mutex);
     worker.setHeld(true);
-    state().changed.notify_all();
+    state().changed.notify_all(); // leaveApplication() or end() may be waiting for this thread
     state().changed.wait(lock, [&] { return areEventsDelivered() || (worker.hasRetired() && !haveEnded()); });
     worker.setHeld(false);
 }
@@ -315,7 +324,7 @@ void end()
 
 void endAlone()
 {
-    state().phase = Phase::Ended; // the mutex may be held for ever
+    state().phase = Phase::Ended; // without the mutex: a thread that is no more may have held it
 }
 
 std::string name(EQualityOfService qos, int number)
