@@ -1,9 +1,9 @@
 /// \file
-/// Two threads cancel work while a third one sets the handler: it is called once in every interleaving, and reads what was
-/// written before it was set.
+/// Two threads cancel work while a third one sets the handler. In every interleaving the handler is called
+/// once, and reads what the third thread wrote before it set it.
 ///
-/// Usage: cancellation_model
-/// Searches all interleavings. Ends with 0 if nothing was found, else with 1 and the steps that lead to what was.
+/// Usage: cancellation_model Searches all interleavings. Exits with 0 if no fault was found, else prints the
+/// steps that lead to one and exits with 1.
 
 #include <brn_mesh_kernel/progress/Cancellation.h>
 

@@ -1,15 +1,16 @@
 /// \file
-/// Runs the scheduler that ships through the interleavings of a few threads, under Relacy. What the library takes from
-/// Qt is modelled: a worker's event queue ends in a semaphore, and its thread is one of Relacy's.
+/// Runs the scheduler that ships through the interleavings of a few threads, under Relacy. The model stands
+/// in for Qt: a worker's event queue is a counter with a semaphore, and its thread is one of Relacy's.
 ///
-/// A job that is lost shows as a deadlock, since the threads end only after all jobs have been run. Missing
-/// synchronisation shows as a data race: jobs carry variables, mutexes guard one, and whoever touches a worker reads one.
-/// Relacy orders what is done to them by synchronisation alone.
+/// A lost job shows as a deadlock, since the threads end only after all jobs have run. Missing
+/// synchronization shows as a data race on a variable of Relacy's: each job carries two, each mutex guards
+/// one, and whoever touches a worker reads one. Relacy takes two accesses for ordered only if synchronization
+/// orders them.
 ///
-/// Usage: task_scheduler_model SCENARIO [SWITCHES | full]
-/// Searches all interleavings with up to so many switches between threads that can go on; a switch away from one that
-/// waits or has ended is free. With `full` there is no limit. Ends with 0 if nothing was found, else with 1 and the steps
-/// that lead to what was.
+/// Usage: task_scheduler_model SCENARIO [SWITCHES | full] Searches all interleavings with at most SWITCHES
+/// switches away from threads that could go on. A switch away from a thread that waits or has ended is not
+/// counted. With `full` there is no limit. Exits with 0 if no fault was found, else prints the steps that
+/// lead to one and exits with 1.
 
 #include <brn_mesh_kernel/tasks/TaskScheduler.h>
 
@@ -27,7 +28,7 @@ using Brennic::Core::TaskScheduler;
 
 namespace {
 
-/// Lets nobody else go on.
+/// Makes what happens during its life one step: no other thread runs in between.
 class Undivided
 {
 public:
@@ -60,7 +61,8 @@ private:
     rl::atomic<int> m_isTaken{0};
 };
 
-/// With a variable that stands for all that the mutex guards.
+/// Adds a variable that stands for all that the mutex guards: if two sections overlap, it is written twice at
+/// once.
 template <typename Base>
 class Guarding : public Base
 {
@@ -75,8 +77,9 @@ private:
     rl::var<int> m_guarded;
 };
 
-/// A section as one step. Nobody can look at what the mutex guards before it is unlocked, so that nothing escapes
-/// if others go on only before the section: it makes searches shorter, not smaller.
+/// Makes a section one step of the search. No thread can see what the mutex guards before it is unlocked, so
+/// a switch inside a section shows nothing that a switch before it does not: searches become shorter and miss
+/// nothing.
 template <typename Base>
 class Sections : public Guarding<Base>
 {
@@ -106,7 +109,7 @@ private:
     rl::atomic<int> m_value;
 };
 
-/// Where nobody looks at the count, its operations need be no steps.
+/// A count for scenarios in which nobody reads it. Its operations are no steps, which makes searches shorter.
 class UnseenCount
 {
 public:
@@ -116,10 +119,10 @@ public:
     void fetch_sub(int /*value*/) {}
 };
 
-/// Whether an application object delivers events.
+/// Stands for the application object: events are delivered while the gate is open.
 struct Gate
 {
-    static inline rl::atomic<int>* state = nullptr; // of the model that runs; none: always open
+    static inline rl::atomic<int>* state = nullptr; // of the running model; null if the gate is always open
     static bool isOpen() { return state == nullptr || state->load(rl::mo_relaxed, RL_INFO) != 0; }
 };
 
@@ -146,13 +149,13 @@ private:
     rl::semaphore<Semaphore> m_semaphore;
 };
 
-/// The queue of a thread's posted events: those of a worker, and the one that ends the thread.
+/// The posted events of a worker's thread, and the call that ends the thread.
 class EventQueue
 {
 public:
     void post()
     {
-        rl::ctx().sched();
+        rl::ctx().sched(); // others may run between the section and its event
         const Undivided step;
         ++m_events;
         m_wakeUps.post();
@@ -193,8 +196,8 @@ struct Job
     explicit operator bool() const { return work != nullptr; }
 };
 
-/// The containers of the scheduler allocate outside Relacy. It tries both outcomes of each release, and would search
-/// for long without telling more.
+/// Lets the scheduler's containers allocate outside Relacy, which tries two outcomes of each release:
+/// searches would take long and find nothing more.
 class PlainAllocation : rl::context
 {
 public:
@@ -208,7 +211,7 @@ struct Allocations
     ~Allocations() { PlainAllocation::end(); }
 };
 
-/// Two workers and two jobs, and what all scenarios do with them.
+/// Two workers, two jobs, and what all scenarios do with them, as TaskWorker and TaskQueueCore do it.
 template <typename Platform>
 class Model
 {
@@ -219,7 +222,7 @@ protected:
     struct Worker : Scheduler::Worker
     {
         EventQueue events;
-        rl::var<int> memory{1}; // read by whoever touches the worker, and written when it is deleted
+        rl::var<int> memory{1}; // touching the worker reads it, deleting the worker writes it
     };
 
     void startWorkers()
@@ -296,27 +299,27 @@ protected:
         m_scheduler.forEachPending([](const Job&) { RL_ASSERT(false); });
     }
 
-    Allocations m_allocations; // first: released last
+    Allocations m_allocations; // first, so that it outlives what allocates
     Scheduler m_scheduler;
     std::array<Worker, 2> m_workers;
     std::array<Work, 2> m_works;
     Semaphore m_watchDue;
     int m_runs = 0;
-    bool m_mayTurnsEnd = false; // after each job, for the host's events
+    bool m_mayTurnsEnd = false; // whether a worker may leave after any job, for the host's events
 };
 
-/// What a faulty driver of the scheduler leaves out.
+/// What a faulty user of the scheduler leaves out. The model must find each of them.
 enum class Omission
 {
     None,
-    HandOn,        ///< The events that are due when a wait begins.
-    LateWorkers,   ///< The looks of the watchdog.
-    LostEvent,     ///< To say that an event has been dropped.
-    Resumption,    ///< To say that events are delivered again.
-    LookAtPosters, ///< To let others finish with a worker before it is deleted.
+    HandOn,        ///< Posting the events that are due when a wait begins.
+    LateWorkers,   ///< Calling relieveLate() once a tick.
+    LostEvent,     ///< Calling loseEvent() for an event that was dropped.
+    Resumption,    ///< Calling resume() when events are delivered again.
+    LookAtPosters, ///< Waiting until nobody posts to a worker before it is deleted.
 };
 
-/// Two threads add a job each. The thread of a worker, in a slot of the host, waits for the first of them.
+/// Two threads add a job each. In a slot of the host, the thread of a worker waits for the first job.
 template <typename Platform, Omission omission = Omission::None>
 struct WaitModel : rl::test_suite<WaitModel<Platform, omission>, 4>, Model<Platform>
 {
@@ -343,8 +346,8 @@ struct WaitModel : rl::test_suite<WaitModel<Platform, omission>, 4>, Model<Platf
     void after() { this->expectAllRunOnce(); }
 };
 
-/// Two threads add a job each, and the second job waits for the first, in whichever worker runs it. Workers start in their
-/// own time, and let the host's events have their turn after a job or do not.
+/// Two threads add a job each. The second job waits for the first, on whichever worker runs it. A worker may
+/// start at any time, and may leave after any job to let the host's events have their turn.
 template <typename Platform>
 struct NestedWaitModel : rl::test_suite<NestedWaitModel<Platform>, 4>, Model<Platform>
 {
@@ -377,7 +380,7 @@ struct NestedWaitModel : rl::test_suite<NestedWaitModel<Platform>, 4>, Model<Pla
     void after() { this->expectAllRunOnce(); }
 };
 
-/// The thread of the worker that is notified first stays in a slot of the host until all jobs have been run.
+/// The thread of the worker that is notified first stays in a slot of the host until all jobs have run.
 template <typename Platform, Omission omission = Omission::None>
 struct LateModel : rl::test_suite<LateModel<Platform, omission>, 4>, Model<Platform>
 {
@@ -416,7 +419,7 @@ private:
     }
 };
 
-/// An application object goes and another one comes. Qt drops what arrives in between.
+/// The application object is destroyed and another one is made. Qt drops the events that arrive in between.
 template <typename Platform, Omission omission = Omission::None>
 struct DropModel : rl::test_suite<DropModel<Platform, omission>, 4>, Model<Platform>
 {
@@ -451,7 +454,8 @@ private:
     rl::atomic<int> m_isOpen{1};
 };
 
-/// The last job ends the queue: each worker's thread deletes the worker, perhaps while somebody is posting to it.
+/// The last job destroys the queue: each worker's thread deletes its worker, perhaps while another thread
+/// posts to it.
 template <typename Platform, Omission omission = Omission::None>
 struct RemovalModel : rl::test_suite<RemovalModel<Platform, omission>, 4>, Model<Platform>
 {
@@ -506,7 +510,7 @@ constexpr std::array scenarios{
     Scenario{"late", &rl::simulate<LateModel<BySections>>, 3},
     Scenario{"drop", &rl::simulate<DropModel<BySections>>, 3},
     Scenario{"removal", &rl::simulate<RemovalModel<Counting<rl::mo_seq_cst>>>, 3},
-    // Each of these has a fault.
+    // Each of these has a fault, which its test expects to be found.
     Scenario{"relaxedUnlock", &rl::simulate<WaitModel<BySpinLock<rl::mo_relaxed>>>, 3},
     Scenario{"relaxedCount", &rl::simulate<RemovalModel<Counting<rl::mo_relaxed>>>, 3},
     Scenario{"noHandOn", &rl::simulate<WaitModel<BySections, Omission::HandOn>>, 4},

@@ -21,7 +21,7 @@ std::wstring payload(int thread)
     return std::wstring(50, static_cast<wchar_t>(L'a' + thread));
 }
 
-// Each record is there once, whole, and in the order in which its thread wrote it.
+// Expects each record once, whole, and in the order in which its thread wrote them.
 void expectEveryRecordOnce(const std::vector<std::string>& lines, const std::string& prefix)
 {
     EXPECT_EQ(lines.size(), static_cast<std::size_t>(threadCount * recordsPerThread));

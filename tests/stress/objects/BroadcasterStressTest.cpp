@@ -27,7 +27,7 @@ struct ObjectListener : QObject, Listener
     using QObject::QObject;
 };
 
-// Unsubscribes when it is destroyed, in whatever thread lets go of it last.
+// Unsubscribes in its destructor, which may run in any thread: in the one that releases it last.
 struct LeavingListener : Listener
 {
     explicit LeavingListener(Broadcaster<Listener>& source) : m_source(source) {}
@@ -81,20 +81,20 @@ TEST_F(BroadcasterStress, observersMayBeAddedAndRemovedWhileBroadcastsRun)
                 for (int round = 0; round < rounds; ++round) {
                     const auto observer = std::make_shared<Listener>();
                     broadcaster.addObserver(observer, notifyAsynchronously);
-                    if (round % 2 == 0) // the others expire in the list
+                    if (round % 2 == 0) // the list finds the others expired
                         broadcaster.removeObserver(observer);
                 }
             });
         for (std::thread& thread : threads)
             thread.join();
-        EXPECT_TRUE(dispatchSync([] {}, eQOS_GUI)); // behind all that is on its way
+        EXPECT_TRUE(dispatchSync([] {}, eQOS_GUI)); // returns after all calls that are pending there
     };
     Latch done;
     std::thread host([&] {
         hostWork();
         done.countDown();
     });
-    // Objects come and go in their own thread meanwhile, which is where they are called.
+    // Meanwhile QObject observers come and go in the GUI thread, where they are called too.
     int objects = 0;
     EXPECT_TRUE(serveUntil([&] {
         QObject parent;
@@ -138,7 +138,7 @@ TEST_F(BroadcasterStress, anObserverMayUnsubscribeInItsDestructor)
     std::thread others([&] {
         const auto stranger = std::make_shared<Listener>();
         while (!isOver)
-            broadcaster.removeObserver(stranger); // looks at the others, and may be the last to let go of one
+            broadcaster.removeObserver(stranger); // locks the other observers, and may release one last
     });
     for (int round = 0; round < 50 * rounds; ++round) {
         const auto observer = std::make_shared<LeavingListener>(broadcaster);

@@ -35,7 +35,7 @@ class ProgressStress : public TaskFixture
 {
 protected:
     static constexpr int threadsOfHost = 4;
-    static constexpr int units = 4096; // fractions of it are exact, so that truncation takes nothing away
+    static constexpr int units = 4096; // a power of two: its fractions are exact, so truncation loses nothing
 };
 
 } // namespace
@@ -52,7 +52,7 @@ TEST_F(ProgressStress, treesThatReportFromOneThreadEachCountExactly)
             const auto leaf = std::make_shared<Progress>(units, L"leaf");
             root->addChildWithPendingCount(middle, units);
             middle->addChildWithPendingCount(leaf, units);
-            root->setDelegate(receiver, true); // one receiver for all of them, in the GUI thread
+            root->setDelegate(receiver, true); // all share one receiver, in the GUI thread
             roots.push_back(root);
             threads.emplace_back([leaf] {
                 for (int unit = 0; unit < units; ++unit)
@@ -79,7 +79,7 @@ TEST_F(ProgressStress, workersMayTakeTurnsToReportToOneParent)
         parts.push_back(std::make_shared<Progress>(100));
         root->addChildWithPendingCount(parts.back(), 100);
     }
-    std::mutex turn; // one thread per parent at a time
+    std::mutex turn; // one thread at a time may report to the same parent
     std::vector<std::thread> threads;
     for (const std::shared_ptr<Progress>& part : parts)
         threads.emplace_back([&, part] {
@@ -100,7 +100,7 @@ TEST_F(ProgressStress, aCountIsReadAndSetByManyThreads)
     for (int i = 0; i < threadsOfHost; ++i)
         threads.emplace_back([&] {
             for (int unit = 0; unit < units; ++unit) {
-                ++progress; // may be lost against another thread's, but never more than that
+                ++progress; // two at the same moment may count as one
                 EXPECT_GE(progress.getFractionCompleted(), 0.0F);
             }
         });

@@ -1,5 +1,6 @@
-// How long a task waits while slots of the host hold up threads of workers. Prints how the times are distributed.
-// With BRN_IDLE_MACHINE set, nothing else may be at work, and each time is held to what is promised then.
+// Measures how long a task is pending while slots of the host hold up threads of workers, and prints how the
+// times are distributed. A busy machine bounds the median alone. With BRN_IDLE_MACHINE set, the machine must
+// do nothing else, and the longest time is compared with what is promised for that case.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -30,7 +31,8 @@ constexpr milliseconds generousMedian{500};
 class HeldUpWorkersStress : public TaskFixture
 {
 protected:
-    /// Expects \p rounds tasks to run while so many threads are held up, each time others.
+    /// Expects each of `rounds` tasks to run while \p heldUpThreads threads are held up, other ones in each
+    /// round.
     void expectTimes(int heldUpThreads, milliseconds limitOnAnIdleMachine)
     {
         ASSERT_EQ(threads.count(), workers);
@@ -38,7 +40,7 @@ protected:
             std::vector<HeldUp> heldUp(static_cast<std::size_t>(heldUpThreads));
             for (int i = 0; i < heldUpThreads; ++i)
                 threads.call((round + i) % workers, heldUp[static_cast<std::size_t>(i)].slot());
-            if (round % 2 == 0) { // otherwise while they come to it
+            if (round % 2 == 0) { // in odd rounds the threads may not have entered their slots yet
                 for (HeldUp& each : heldUp)
                     ASSERT_TRUE(each.hasBegun());
             }

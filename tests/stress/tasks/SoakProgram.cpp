@@ -1,13 +1,15 @@
-// Does for a while, by chance, what hosts do with tasks, and checks that each was run once, and in order where a
-// queue promises that:
+// Does at random what hosts do with tasks, and checks what the library promises about it:
 //
 //     soak_program SECONDS [SEED]
 //
-// In the first half application objects come and go; in the second there is one whose notify() catches what tasks
-// throw. Eight threads add tasks, wait for them, replace queues; tasks wait for tasks, run event loops, and make
-// objects of the host's own in the threads of workers, whose slots and destructors wait for tasks too. Prints the
-// seed, and ends with 0 if all was well: each task was run once, in order where that is promised, each object got its
-// event, and all came to an end. What the threads do follows from the seed; how they meet does not.
+// Eight threads add tasks, wait for them and replace queues. Tasks wait for tasks, run event loops, and make
+// objects in the threads of workers, whose slots and destructors wait for tasks too. In the first half of the
+// time application objects come and go. In the second half there is one, whose notify() catches what tasks
+// throw.
+//
+// Prints the seed. Exits with 0 if each task ran once, in order where a queue promises that, each object got
+// its event, and nothing stood still. The seed decides what each thread does, but not how the threads
+// interleave.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -46,8 +48,8 @@ using std::chrono::steady_clock;
 namespace {
 
 constexpr int posters = 8;
-constexpr int deepest = 3;       // tasks that wait for tasks
-constexpr int mostPending = 500; // of those that the posters have added
+constexpr int deepest = 3;       // levels of tasks that wait for tasks
+constexpr int mostPending = 500; // posters add no more tasks while so many have not run
 constexpr std::chrono::seconds standstillLimit{60};
 
 using Random = std::mt19937;
@@ -57,9 +59,9 @@ int below(Random& random, int limit)
     return std::uniform_int_distribution<int>(0, limit - 1)(random);
 }
 
-// What follows is used by workers until the process ends, and never destroyed.
+// Workers use what follows until the process ends, so it is never destroyed.
 
-/// A task as the oracle knows it.
+/// How often a task has run, and how often it should have.
 struct Entry
 {
     std::atomic<int> runs{0};
@@ -73,7 +75,7 @@ struct Counts
     std::atomic<long> waits{0};
     std::atomic<long> hostObjects{0};
     std::atomic<long> slots{0};
-    std::atomic<long> endedThreads{0}; // of objects, before their event
+    std::atomic<long> endedThreads{0}; // objects whose thread ended before their event was delivered
     std::atomic<long> eventLoops{0};
     std::atomic<long> thrown{0};
     std::atomic<long> caught{0};
@@ -129,7 +131,7 @@ Entries& entries()
     return *all;
 }
 
-/// Counts the run of a task when it begins, and that it is done when this goes.
+/// Counts a run of a task when the task begins, and counts it as done when the task ends.
 class Run
 {
 public:
@@ -143,8 +145,8 @@ public:
     Run& operator=(const Run&) = delete;
 };
 
-/// Keeps objects of the host and event loops of tasks away from the times without an application object, and from
-/// those when one comes or goes: what Qt does with their events then is nobody's promise.
+/// Keeps objects of the host and event loops of tasks to the times with an application object. Nobody
+/// promises what Qt does with their events while there is none, or while one comes or goes.
 class EventTimes
 {
 public:
@@ -191,7 +193,8 @@ EventTimes& eventTimes()
 
 std::atomic<bool> mayThrow{false};
 
-/// Numbers of posters whose order is kept: written by the poster, checked where the tasks run, by one thread.
+/// Numbers the tasks of each poster, and checks that they run in that order. Posters call `next`, each with
+/// its own number; the one thread in which the tasks run calls `check`.
 class Order
 {
 public:
@@ -207,7 +210,8 @@ private:
     std::array<int, posters> m_run{};
 };
 
-/// A queue, and whether it keeps an order: it does with one worker if no task of its own waits.
+/// A queue, and whether its tasks run in order. They do if it has one worker and no task waits for another of
+/// the same queue, so that it never overflows.
 struct Place
 {
     std::shared_ptr<TaskQueue> queue;
@@ -249,7 +253,7 @@ public:
         std::shared_ptr<Place> place = makePlace(random, isOrdered(index));
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_places[static_cast<std::size_t>(index)].swap(place);
-    } // the last owner may be this, or a task
+    } // the old queue is destroyed here, or by the last of its tasks
 
 private:
     static bool isOrdered(int index) { return index % 3 == 0; }
@@ -294,7 +298,7 @@ public:
                 deleteLater();
             },
             Qt::QueuedConnection);
-        // The thread may be that of a queue which goes, and end before it delivers the event.
+        // If the queue is destroyed, this thread may end before it delivers the event.
         connect(
             QThread::currentThread(), &QThread::finished, this, [this] { endWithThread(); },
             Qt::DirectConnection);
@@ -333,8 +337,10 @@ void spin(Random& random)
         continue;
 }
 
-/// A thread that waits for a task may have to run it itself. A poster's has no event loop. A worker's may have left
-/// its own for good: it is in the destructor of a host's object, and would not tell a new one that it ends.
+/// Whether the calling thread may make objects of the host and run event loops now. Tasks also run in threads
+/// that cannot, because a thread that waits for a task may have to run it. A poster's thread has no event
+/// loop. A worker's may have left its own for good, and be in the destructor of a host's object:
+/// `QThread::finished` is being emitted then, so a new object would not hear of it and never be deleted.
 bool enterEventTimes()
 {
     const bool hasEventLoop =
@@ -349,8 +355,8 @@ void serveEvents(Random& random)
     ++counts().eventLoops;
     for (int i = below(random, 4); i >= 0; --i)
         QCoreApplication::processEvents();
-    // A deferred deletion that is due once the task has returned is put back by Qt meanwhile, and forgotten until the
-    // thread wakes.
+    // Qt puts back a deferred deletion that is not due before the task has returned, and looks at it again
+    // only when the thread wakes.
     QAbstractEventDispatcher::instance()->wakeUp();
     eventTimes().leave();
 }
@@ -358,7 +364,7 @@ void serveEvents(Random& random)
 void makeHostObject(const std::shared_ptr<Place>& place, Random& random)
 {
     if (enterEventTimes())
-        (new HostObject(place, static_cast<std::uint32_t>(random())))->post(); // which deletes it
+        (new HostObject(place, static_cast<std::uint32_t>(random())))->post(); // deletes itself later
 }
 
 void waitInside(const std::shared_ptr<Place>& place, Random& random, int depth)
@@ -371,7 +377,7 @@ void waitInside(const std::shared_ptr<Place>& place, Random& random, int depth)
     first->waitTillFinished();
 }
 
-/// What a task does. Never throws.
+/// Does what a task does, at random. Never throws.
 void work(const std::shared_ptr<Place>& place, Random& random, int depth)
 {
     switch (below(random, 10)) {
@@ -414,7 +420,7 @@ std::shared_ptr<Task> addTask(const std::shared_ptr<Place>& place, std::uint32_t
     throw std::runtime_error("soak");
 }
 
-/// A task that nobody waits for, so that it may throw.
+/// Adds a task that nobody waits for. Such a task may throw: a wait for it would never end.
 void addAlone(const std::shared_ptr<Place>& place, std::uint32_t seed)
 {
     Entry& entry = entries().add();
@@ -473,13 +479,13 @@ void dispatchAndWait(Random& random, EQualityOfService qos)
         qos);
     if (hasRun)
         return;
-    entry.expected = 0; // there was no application object
+    entry.expected = 0; // refused or taken back, because there was no application object
     ++counts().done;
     if (qos != eQOS_GUI)
         fail("a task was refused");
 }
 
-/// One of eight threads of the host.
+/// What one of the eight threads of the host does.
 class Poster
 {
 public:
@@ -568,7 +574,7 @@ void drain()
         serveFor(milliseconds(1));
 }
 
-/// Ends the process if nothing is done for a while.
+/// Ends the process if no task ends for `standstillLimit`.
 class StandstillWatch
 {
 public:
@@ -600,7 +606,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_isOver = false;
-    std::thread m_thread; // last: it uses the others
+    std::thread m_thread; // last, because it uses the other members
 };
 
 class Posters
@@ -655,7 +661,7 @@ void soakWithApplicationsThatComeAndGo(Places& places, std::uint32_t seed, milli
     drain();
 }
 
-/// Leaves the application object as it is: a worker may be in its functions.
+/// Does not destroy the application object: a worker may be in its notify().
 void soakWithExceptions(Places& places, std::uint32_t seed, milliseconds time)
 {
     new CatchingApplication(argumentCount, arguments); // NOLINT(cppcoreguidelines-owning-memory)

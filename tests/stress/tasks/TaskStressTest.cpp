@@ -39,7 +39,7 @@ protected:
         return task;
     }
 
-    /// Runs \p function in several threads at once; it is given the number of its thread.
+    /// Runs \p function in \p count threads at once, each with its number, and joins them.
     static void inThreads(int count, const std::function<void(int)>& function)
     {
         std::vector<std::thread> threads;
@@ -65,7 +65,8 @@ protected:
         EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& count) { return count == 1; }));
     }
 
-    /// One worker that makes \p depth queues overflow, each inside the last.
+    /// Adds a task inside a task, \p depth levels deep, and waits for each. On a queue with one worker each
+    /// level waits for the next on an overflow queue.
     static void nest(TaskQueue& queue, int depth, std::atomic<int>& runs)
     {
         ++runs;
@@ -149,7 +150,8 @@ TEST_F(TaskStress, queuesEndWhileAnnouncementsAreOnTheirWay)
     std::atomic<int> runs{0};
     inThreads(2, [&](int) {
         for (int i = 0; i < 2000; ++i) {
-            // The first worker runs and releases the only task; the others have yet to look.
+            // The first worker runs and releases the only task, which destroys the queue; the others have yet
+            // to start.
             std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 3);
             add(*queue, [&] { ++runs; });
             queue.reset();
@@ -188,7 +190,7 @@ TEST_F(TaskStress, tenThousandOverflowQueuesLeaveNothingBehind)
     overflow(isSanitized ? 1000 : 10'000);
     EXPECT_TRUE(serveUntil([&] { return threadCount() <= threads; }));
     if (!isSanitized) {
-        EXPECT_LT(residentBytes(), bytes + 1024 * 1024); // 100 bytes for each would show
+        EXPECT_LT(residentBytes(), bytes + 1024 * 1024); // a leak of 105 bytes a queue shows
     }
 }
 
@@ -239,8 +241,9 @@ TEST_F(TaskStress, tasksThatWaitForEachOthersTasksAllEnd)
     EXPECT_EQ(runs, 2000);
 }
 
-// X1 waits for C behind B, and B for a task of the queue of which X1 holds the last worker that does not wait for
-// a task of its own queue.
+// When X1 and X2 wait, D, B and C move to an overflow queue. There C is pending behind B, and X1 waits for
+// it. B waits for a task that it adds to the first queue. If the worker of X1 did not count as waiting,
+// because C is in another queue, nobody would run that task, and none of these waits would end.
 TEST_F(TaskStress, aQueueAndItsOverflowQueueDoNotWaitForEachOther)
 {
     for (int round = 0; round < 100; ++round) {
@@ -327,13 +330,14 @@ TEST_F(TaskStress, aBacklogOfGuiTasksCostsTheSamePerTaskHoweverLongItIs)
             for (int i = 0; i < count; ++i)
                 dispatchAsync([&] { ++runs; }, eQOS_GUI);
         }).join();
-        const std::clock_t start = std::clock(); // of the processor: others may be at work too
+        const std::clock_t start = std::clock(); // CPU time: other processes may be running too
         EXPECT_TRUE(serveUntil([&] { return runs == count; }));
         return static_cast<double>(std::clock() - start) / count;
     };
-    timePerTask(10'000); // the first use of everything
+    timePerTask(10'000); // warms up: what is made on first use is not measured below
     const double shortBacklog = timePerTask(isSanitized ? 5'000 : 20'000);
     const double longBacklog = timePerTask(isSanitized ? 80'000 : 1'000'000);
-    // Cost in proportion to the backlog would show as 16 or 50. The benchmark measures; this is no place to.
+    // If the cost of a task grew with the backlog, the ratio would be 16 or 50. A smaller one is for
+    // benchmarks to measure.
     EXPECT_LT(longBacklog, 6 * shortBacklog);
 }
