@@ -1,7 +1,7 @@
 #pragma once
 /// \file
-/// Small callables that are handed to a peer in bursts, and what each costs from the first one handed over until the
-/// last has run. All peers count them down in the same way. A peer has `run(function)`.
+/// Hands small callables to a peer in bursts, and measures from the first one handed over until the last has
+/// run. All peers count them down in the same way. A peer has `run(function)`.
 
 #include <atomic>
 #include <chrono>
@@ -14,7 +14,8 @@
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-/// Lives on: the callable that releases it may not have left it when the waiting thread goes on.
+/// Never destroyed while a burst runs: the last callable may still be inside `release` when the waiting
+/// thread goes on.
 inline QSemaphore& allDone()
 {
     static QSemaphore semaphore;
@@ -31,10 +32,11 @@ void runMany(Peer& peer, int count, std::atomic<int>& left)
         });
 }
 
-/// Holds each worker of a peer inside a callable, and so starts all its threads.
+/// Holds each worker of a peer inside a callable, which also makes the peer start all its threads.
 class HeldWorkers
 {
 public:
+    /// Returns once \p workers callables run at the same time, or after ten seconds.
     /// \param prepare is called in each worker's thread.
     template <typename Peer, typename Prepare>
     HeldWorkers(Peer& peer, int workers, Prepare prepare) : m_workers(workers)
@@ -51,7 +53,7 @@ public:
     HeldWorkers(const HeldWorkers&) = delete;
     HeldWorkers& operator=(const HeldWorkers&) = delete;
 
-    /// Whether so many callables run at the same time.
+    /// Whether the peer has run so many callables at the same time.
     bool areAllHeld() const { return m_areAllHeld; }
 
     void release()
@@ -73,7 +75,7 @@ private:
     bool m_areAllHeld = false;
 };
 
-/// The time of each of \p count callables from one thread.
+/// Hands over \p count callables from one thread. \return the time for each, in seconds.
 template <typename Peer>
 double timeOfBurst(Peer& peer, int count)
 {
@@ -84,7 +86,7 @@ double timeOfBurst(Peer& peer, int count)
     return Seconds(Clock::now() - start).count() / count;
 }
 
-/// The same from several threads at once, which are there before the clock starts.
+/// The same from \p producers threads at once, which have been started before the clock.
 template <typename Peer>
 double timeOfBurst(Peer& peer, int count, int producers)
 {
@@ -106,7 +108,8 @@ double timeOfBurst(Peer& peer, int count, int producers)
     return time;
 }
 
-/// The same from one thread while all workers are held, so that \p count are pending when the first is run.
+/// The same from one thread while all workers are held, so that all \p count are pending when the first one
+/// runs.
 template <typename Peer>
 double timeOfBacklog(Peer& peer, int workers, int count)
 {

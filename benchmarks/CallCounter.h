@@ -1,8 +1,8 @@
 #pragma once
 /// \file
-/// Counts what all threads of a program ask of the C library. Part of a program, it stands before the C library's
-/// functions also for the libraries that the program uses, which makes all of them a little slower: a program that
-/// counts measures no times.
+/// Counts the allocations and mutex locks of all threads of a program. It defines the C library's functions
+/// anew, and the libraries that the program uses call these too. Counting makes them all a little slower, so
+/// a program that counts measures no times.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,8 +13,8 @@ struct CallCounts
     std::uint64_t locks = 0; ///< of mutexes of the C library, as `std::mutex` is; Qt's are none
 };
 
-/// Since the program began.
+/// The counts since the program began.
 CallCounts callCounts();
 
-/// What is allocated at this moment, with what the heap keeps for itself beside each block.
+/// The bytes that are allocated at this moment, with what the heap adds to each block for itself.
 std::size_t heapBytes();

@@ -8,7 +8,7 @@
 #include <malloc.h>
 #include <pthread.h>
 
-// The heap of glibc under the names that nobody replaces.
+// glibc's heap functions, by their other names: ours replace the usual ones.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -30,7 +30,7 @@ void count(std::atomic<std::uint64_t>& counter)
 
 using LockFunction = int (*)(pthread_mutex_t*);
 
-// Without a static variable of its own that is made on first use, which would take a lock itself.
+// The cache is handed in: a static local variable would take a lock when it is made, and so call this again.
 LockFunction libcFunction(std::atomic<LockFunction>& found, const char* name)
 {
     LockFunction function = found.load(std::memory_order_relaxed);
@@ -89,7 +89,7 @@ BRN_REPLACES_LIBC int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     return libcFunction(libcLock, "pthread_mutex_lock")(mutex);
 }
 
-// What was not taken is no lock.
+// A try that fails is not counted: nothing was locked.
 BRN_REPLACES_LIBC int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept
 {
     const int result = libcFunction(libcTryLock, "pthread_mutex_trylock")(mutex);

@@ -1,6 +1,6 @@
 /// \file
-/// How long a crash takes from the fault to the finished dump, as the crashing process itself measures it: in the
-/// host's handler, which is called when report and dump are finished.
+/// Measures a crash from the fault to the finished dump. The crashing process measures itself: the host's
+/// handler, which runs when report and dump are finished, writes the time to a pipe.
 
 #include <cstdlib>
 #include <ctime>
@@ -52,7 +52,7 @@ int countModules()
     return count;
 }
 
-// Copies, because the loader takes a file that it has loaded already for the same module.
+// Loads copies, because the loader does not load the same file twice.
 void loadModules(const std::filesystem::path& directory)
 {
     for (int i = 0; countModules() < moduleCount; ++i) {
@@ -66,7 +66,7 @@ void loadModules(const std::filesystem::path& directory)
 void fillMemory(std::size_t megabytes)
 {
     constexpr std::size_t megabyte = 1024UL * 1024;
-    auto* const memory = new std::vector<char>(megabytes * megabyte, 'x'); // stays
+    auto* const memory = new std::vector<char>(megabytes * megabyte, 'x'); // kept until the crash
     if (memory->back() != 'x')
         std::abort();
 }
@@ -112,7 +112,7 @@ double measureOnce(const Scene& scene)
     int ends[2];
     if (pipe(ends) != 0)
         std::abort();
-    const pid_t child = fork(); // before there is a thread here
+    const pid_t child = fork(); // safe: this process has no other threads
     if (child == 0)
         crashAndMeasure(scene, directory, ends[1]);
     waitpid(child, nullptr, 0);

@@ -8,7 +8,8 @@
 int runBesideGuiThread(int argc, char** argv, const std::function<int()>& benchmarks)
 {
     QCoreApplication application(argc, argv);
-    // KJob locks the event loop while there are jobs, which ends with the last of them otherwise.
+    // A KJob locks the event loop while it exists. Without this setting the loop would quit with the last
+    // job.
     QCoreApplication::setQuitLockEnabled(false);
     int result = 1;
     std::thread thread([&] {

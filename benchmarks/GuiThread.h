@@ -4,8 +4,9 @@
 
 #include <functional>
 
-/// Makes an application object and runs \p benchmarks, which return the exit code.
+/// Makes an application object and runs \p benchmarks in another thread. \return what they return, the exit
+/// code.
 int runBesideGuiThread(int argc, char** argv, const std::function<int()>& benchmarks);
 
-/// Calls \p function in the GUI thread, which has served all earlier events by then, and waits for it.
+/// Calls \p function in the GUI thread, behind all events that were posted before, and waits for it.
 void inGuiThread(const std::function<void()>& function);

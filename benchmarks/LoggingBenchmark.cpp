@@ -1,6 +1,6 @@
 /// \file
-/// What a log record costs, beside log4cplus's own macros on the same logger with the same appender.
-/// Standard error goes nowhere meanwhile: the debugger's copies are written there.
+/// Measures a log record, beside log4cplus's own macros on the same logger with the same appender. Standard
+/// error is `/dev/null`, because the copies for the debugger are written there.
 
 #include <cstdio>
 #include <filesystem>
@@ -67,7 +67,7 @@ void debuggerLine(benchmark::State& state)
 }
 BENCHMARK(debuggerLine);
 
-// The kernel attaches the console first; a benchmark's console is for its results.
+// Removes the console's appender, which the kernel attaches first: the console is for the results.
 void leaveOnlyTheFile()
 {
     log4cplus::Logger root = log4cplus::Logger::getRoot();

@@ -1,7 +1,7 @@
 /// \file
-/// The same record through the kernel's logger, log4cplus and spdlog: same message, same layout, a rolling file for
-/// each. That the lines are the same is checked before anything is measured.
-/// Standard error goes nowhere meanwhile: the debugger's copies are written there.
+/// Measures the same record through the kernel's logger, log4cplus and spdlog: same message, same layout, a
+/// rolling file for each. First checks that all write the same lines. Standard error is `/dev/null`, because
+/// the copies for the debugger are written there.
 
 #include <algorithm>
 #include <cctype>
@@ -35,7 +35,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-// What is written asynchronously has room for all of them.
+// Asynchronous writers have room for all of them, so that none makes the caller wait.
 constexpr int records = 4'000;
 
 std::filesystem::path directory()
@@ -68,7 +68,8 @@ private:
     std::wstring m_message = L"loaded bunny.obj with 34835 vertices";
 };
 
-/// What the calling thread spends on a record; what is written later is waited for out of the measurement.
+/// Measures what the calling thread spends on a record. What is written later is waited for after the clock
+/// has stopped.
 template <typename Peer>
 void call(benchmark::State& state)
 {
@@ -82,7 +83,8 @@ void call(benchmark::State& state)
     }
 }
 
-/// Until every record has been written, from several threads, which are there before the clock starts.
+/// Measures until every record has been written, from several threads that have been started before the
+/// clock.
 template <typename Peer>
 void write(benchmark::State& state, int threadCount)
 {
@@ -139,7 +141,7 @@ void addDisabled()
     benchmark::RegisterBenchmark(name.c_str(), logDisabled<Peer>)->MinTime(0.1);
 }
 
-// The last lines of a file without what may differ: the thread's number, and the case of the level's name.
+// The lines of a file without what may differ: the thread's number and the case of letters.
 std::vector<std::string> comparableLines(const std::filesystem::path& path)
 {
     std::vector<std::string> lines;
@@ -206,7 +208,7 @@ bool addAll()
     return writeAllTheSame<KernelLog, Log4cplusMacro, Log4cplusAsync>() && addSpdlog();
 }
 
-// The kernel attaches the console first; a benchmark's console is for its results.
+// Removes the console's appender, which the kernel attaches first: the console is for the results.
 void startKernel()
 {
     Brennic::Core::Kernel& kernel = Brennic::Core::Kernel::Instance();

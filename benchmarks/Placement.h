@@ -1,18 +1,18 @@
 #pragma once
 /// \file
-/// Where the threads of a measurement run. Whether a callable crosses from one core to another decides about most of
-/// its cost, and the scheduler settles it anew in each run: what is pinned can be compared.
+/// Pins the threads of a measurement. Most of a callable's cost depends on whether it crosses from one core
+/// to another, and the system's scheduler decides that anew in each run. Pinned runs can be compared.
 
 #include <vector>
 
 enum class Placement
 {
-    AnyCore,  ///< as the scheduler likes
+    AnyCore,  ///< not pinned
     OneCore,  ///< all threads on the same core
-    TwoCores, ///< who submits on one core, the workers on another
+    TwoCores, ///< the submitting threads on one core, the workers on another
 };
 
-/// The placements that this process can have: without the last one if it has but one core.
+/// The placements that this process can have: without the last if it has only one core.
 const std::vector<Placement>& placements();
 
 const char* nameOf(Placement placement);

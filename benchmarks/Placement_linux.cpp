@@ -7,7 +7,7 @@
 
 namespace {
 
-// As the process was given them: asked for before a thread is pinned.
+// The cores that the process was given. Call it before a thread is pinned: it remembers what it finds first.
 const cpu_set_t& allCores()
 {
     static const cpu_set_t cores = [] {
@@ -28,7 +28,7 @@ std::vector<int> coreNumbers()
     return numbers;
 }
 
-// A measurement in the wrong place would pass for one in the right place.
+// Aborts if it fails: the numbers would otherwise be taken for those of the right place.
 void moveThisThread(const cpu_set_t& cores)
 {
     if (sched_setaffinity(0, sizeof cores, &cores) == 0)
@@ -79,7 +79,7 @@ void placeProducer(Placement placement)
 
 void placeWorker(Placement placement)
 {
-    static const int last = coreNumbers().back(); // hardly ever the same core's second thread
+    static const int last = coreNumbers().back(); // the next number may be the first core's second thread
     if (placement == Placement::TwoCores)
         moveThisThread(last);
     else

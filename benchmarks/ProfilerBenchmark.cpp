@@ -1,6 +1,6 @@
 /// \file
-/// What a waypoint costs beside one read of the clock, and the report beside the XML writer that it uses. In time of the
-/// processor: what else the machine does is not their cost.
+/// Measures a waypoint beside one reading of the clock, and the report beside the XML writer that defines its
+/// format. All in CPU time, so that other work of the machine does not count.
 
 #include <ctime>
 #include <filesystem>
@@ -28,7 +28,7 @@ std::filesystem::path reportPath()
     return std::filesystem::temp_directory_path() / "brn_profiler_benchmark.xml";
 }
 
-// In seconds; the reports are written by the thread that asks for them.
+// The thread's CPU time in seconds. It covers the reports too, since the calling thread writes them.
 double processorTime()
 {
     timespec used{};
@@ -47,7 +47,7 @@ void measure(benchmark::State& state, int times, const Function& function)
     }
 }
 
-constexpr int batch = 1000; // long beside what the measuring costs
+constexpr int batch = 1000; // takes long compared with reading the clock
 constexpr int batchCount =
     50; // more waypoints than any host has would measure how the system hands out memory
 
@@ -61,7 +61,7 @@ void clockRead(benchmark::State& state)
 }
 BENCHMARK(clockRead)->Iterations(batchCount)->UseManualTime();
 
-// A kernel of its own for each measurement: it keeps its waypoints as long as it lives.
+// Each measurement makes a kernel, because a kernel keeps its waypoints as long as it lives.
 void waypoint(benchmark::State& state)
 {
     Kernel kernel;
@@ -87,7 +87,7 @@ void report(benchmark::State& state)
 }
 BENCHMARK(report)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-// The tree is made once, outside the measurement: the peer is the writer alone.
+// The tree is made before the clock starts, so that the writer alone is measured.
 void writerAlone(benchmark::State& state)
 {
     WriteWaypointReport(manyWaypoints(), reportPath().wstring());

@@ -1,7 +1,7 @@
 /// \file
-/// What one progress update costs in a tree of depth 3 without receivers, beside a dispatch to the GUI queue for
-/// every level, and what it costs with a receiver in the GUI thread: time, allocations, memory while it is pending.
-/// And what it costs to build a tree.
+/// Measures one progress update: in a tree of depth 3 without receivers, beside one dispatch to the GUI queue
+/// for each level, and with a receiver in the GUI thread. Counts time, allocations, and memory while a call
+/// is pending. Also measures building a tree.
 
 #include <chrono>
 #include <cstddef>
@@ -31,7 +31,7 @@ thread_local std::size_t t_allocations = 0;
 
 } // namespace
 
-// In place of the standard library's, for the whole process: they count.
+// These replace the standard library's in the whole process, and count allocations.
 void* operator new(std::size_t size)
 {
     ++t_allocations;
@@ -56,7 +56,7 @@ namespace {
 constexpr int levels = 3;
 constexpr int updates = 20'000;
 
-/// Everything that is pending in the GUI thread has run when this returns.
+/// The allocations of the GUI thread, after everything that was pending there has run.
 std::size_t allocationsOfGuiThread()
 {
     std::size_t count = 0;
@@ -65,12 +65,12 @@ std::size_t allocationsOfGuiThread()
     return count;
 }
 
-/// Measures one of many calls of \p work in this thread, while the GUI thread is idle: what gathers for it is
-/// served in between, out of the measurement.
+/// Measures one of many calls of \p work while the GUI thread is blocked. What they leave pending there runs
+/// after the clock has stopped, so that no core is shared with it.
 template <typename Work>
 void measureBesideIdleGui(benchmark::State& state, Work work)
 {
-    std::size_t allocations = 0; // of both threads
+    std::size_t allocations = 0; // those of both threads
     for (auto iteration : state) {
         const std::size_t before = allocationsOfGuiThread();
         inGuiThread([&] {
@@ -124,7 +124,7 @@ void dispatch(benchmark::State& state)
 }
 BENCHMARK(dispatch)->Apply(asManualTime);
 
-/// Measures one addition of many to the same parent, and the object that is added.
+/// Measures one of many additions to the same parent, with the making of the object that is added.
 void childrenOfOneParent(benchmark::State& state)
 {
     const auto count = static_cast<int>(state.range(0));
@@ -196,7 +196,7 @@ double bytesOfPendingCallable()
 int main(int argc, char** argv)
 {
     return runBesideGuiThread(argc, argv, [&] {
-        const double bytes = bytesOfPendingCallable(); // first, while the heap has no holes to fill
+        const double bytes = bytesOfPendingCallable(); // first, while the heap has no holes for it
         return runWithRatios(
             argc, argv,
             {{{"update of a tree of depth 3 / 3 dispatches", "progressUpdate", "dispatchPerLevel", 3.0, ""},

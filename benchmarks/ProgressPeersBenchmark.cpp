@@ -1,6 +1,6 @@
 /// \file
-/// Progress that a worker thread reports to a receiver in the GUI thread, which serves its events meanwhile. How often
-/// the receiver is called is counted: some leave updates out.
+/// Measures progress that a worker thread reports to a receiver in the GUI thread, which serves its events
+/// meanwhile. Counts the calls of the receiver, because some peers leave updates out.
 
 #include <chrono>
 #include <string>
@@ -45,7 +45,7 @@ Times report(ProgressReceiver& receiver)
         times.worker = Clock::now() - start;
         receiver.waitUntilComplete();
         times.received = Clock::now() - start;
-        inGuiThread([] {}); // which has left the receiver then
+        inGuiThread([] {}); // returns after the receiver has
     }).join();
     return times;
 }

@@ -12,19 +12,19 @@
 
 namespace {
 
-// The repetitions of each benchmark, in seconds.
+// For each benchmark the times of its repetitions, in seconds.
 using Times = std::map<std::string, std::vector<double>>;
 
-// Beyond this the machine's other work has decided, and no verdict is given.
+// Above this spread the machine's other work has decided, so no verdict is given.
 constexpr double spreadThatTellsNothing = 0.5;
 
 struct Summary
 {
     double median = 0;
-    double spread = 0; // half the distance of the quartiles, as a part of the median
+    double spread = 0; // half the distance between the quartiles, relative to the median
 };
 
-// With the two values beside it where the quantile lies between them.
+// Interpolates where the quantile lies between two values.
 double quantile(const std::vector<double>& sorted, double part)
 {
     const double position = part * static_cast<double>(sorted.size() - 1);
@@ -44,7 +44,8 @@ Summary summaryOf(const Times& times, const std::string& name)
     return {median, (quantile(sorted, 0.75) - quantile(sorted, 0.25)) / 2 / median};
 }
 
-// What benchmarks/report.py reads: names and limits, of which it makes the ratios from the times in the same file.
+// For benchmarks/report.py, which reads names and limits here and computes the ratios from the times in the
+// same file.
 std::string asText(const Ratio& ratio)
 {
     std::ostringstream text;
@@ -59,7 +60,8 @@ std::string asText(const Figure& figure)
     return text.str();
 }
 
-// Keeps the times, and prints their medians and variation. The file, which is begun after the console, tells more.
+// Keeps the times, and prints medians and variation only. The file that `--benchmark_out` asks for has the
+// rest.
 class CollectingReporter : public benchmark::ConsoleReporter
 {
 public:
@@ -70,7 +72,7 @@ public:
         const bool result = ConsoleReporter::ReportContext(context);
         benchmark::AddCustomContext("qt", qVersion());
         benchmark::AddCustomContext("compiler", BRN_COMPILER);
-        int count = 100; // so that they are sorted as they stand
+        int count = 100; // three digits each, so that sorting by name keeps the order
         for (const Ratio& ratio : m_comparison.ratios)
             benchmark::AddCustomContext("ratio " + std::to_string(count++), asText(ratio));
         for (const Figure& figure : m_comparison.figures)
@@ -109,7 +111,7 @@ void print(const Ratio& ratio, const Times& times)
     const Summary peer = summaryOf(times, ratio.peer);
     const double time = ours.median - summaryOf(times, ratio.apart).median;
     if (peer.median <= 0 || time <= 0)
-        return; // left out by a filter
+        return; // a filter has left one of them out
     const double value = time / peer.median;
     const double spread = ours.spread + peer.spread;
     std::printf("%-72s %6.2f  ", ratio.what.c_str(), value);
@@ -120,7 +122,8 @@ void print(const Ratio& ratio, const Times& times)
                     spread > spreadThatTellsNothing ? "tells nothing" : verdict(value, ratio.target));
 }
 
-// Plain numbers are counts of something: a hundredth is a thread that was woken now and then.
+// A figure without a unit is a count for each callable. It is rounded to tenths, because now and then a
+// thread that is woken adds a hundredth.
 void print(const Figure& figure)
 {
     const int digits = figure.unit.empty() ? 1 : 0;

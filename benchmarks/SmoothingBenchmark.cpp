@@ -1,6 +1,6 @@
 /// \file
-/// Smoothing a mesh of more than a million triangles in blocks on a task queue, beside the same loop on oneTBB.
-/// Both have two threads, and both start from the same thread, which waits.
+/// Measures the smoothing of a mesh of more than a million triangles in blocks on a task queue, beside the
+/// same loop on oneTBB. Both have two threads, and both are started by a thread that waits.
 
 #include <string>
 

@@ -1,6 +1,6 @@
 /// \file
-/// What handing a callable to the library costs, beside what Qt offers for the same, with the threads left to the
-/// scheduler and pinned; and what stays the same however many callables are pending.
+/// Measures what it costs to hand a callable to the library, beside what Qt offers for the same purpose, with
+/// threads unpinned and pinned. Also measures whether that stays the same however many callables are pending.
 
 #include <algorithm>
 #include <chrono>
@@ -37,8 +37,8 @@ constexpr int longBurst = 200'000;
 constexpr int workersOfProducers = 4;
 constexpr int workersOfBacklog = 4;
 
-/// Puts the calling thread and the workers where they belong. The workers are there, and have run something, when the
-/// measurement begins.
+/// Makes a peer and pins the calling thread and the workers. When the measurement begins, each worker's
+/// thread has run a callable.
 template <typename Peer>
 std::unique_ptr<Peer> makePeer(benchmark::State& state, int workers, Placement placement)
 {
@@ -50,7 +50,7 @@ std::unique_ptr<Peer> makePeer(benchmark::State& state, int workers, Placement p
     return peer;
 }
 
-/// Adds a benchmark under a name of which nothing else is asked than that no other has it.
+/// Adds a benchmark and returns its name, by which a Ratio refers to it. No two may have the same.
 template <typename Function>
 std::string add(std::string name, int iterations, Function function)
 {
@@ -61,7 +61,7 @@ std::string add(std::string name, int iterations, Function function)
     return name;
 }
 
-// A short measurement is repeated, so that all take about as long.
+// Shorter measurements are repeated more often, so that all take about as long.
 int iterationsFor(int count)
 {
     return std::max(1, longBurst / count / 2);
@@ -89,7 +89,8 @@ std::string addBacklog(const std::string& what, int workers, int count, Placemen
                });
 }
 
-/// One callable after the other, each from the call until the calling thread goes on.
+/// Adds a benchmark of one callable after the other, each measured from the call until the calling thread
+/// goes on.
 template <typename Peer>
 std::string addCalls(const std::string& what, int workers, std::chrono::milliseconds rest,
                      Placement placement)
@@ -107,7 +108,7 @@ std::string addCalls(const std::string& what, int workers, std::chrono::millisec
     });
 }
 
-// With a comma before each three digits.
+// The number with a comma before each three digits, as 1,000,000.
 std::string grouped(int number)
 {
     std::string text = std::to_string(number);
@@ -121,7 +122,7 @@ std::string counted(int count, const char* what)
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
-/// Bursts of both lengths, in all placements.
+/// Adds bursts of both lengths, in all placements.
 template <typename Ours, typename Peer>
 void compareBursts(Comparison& comparison, const std::string& what, int workers, int producers)
 {
@@ -134,7 +135,7 @@ void compareBursts(Comparison& comparison, const std::string& what, int workers,
         }
 }
 
-/// What a callable costs among many that are pending, beside what it costs among few.
+/// Compares what a callable costs among many that are pending with what it costs among few.
 template <typename Peer>
 Ratio addGrowth(const std::string& what, int workers, int many, Placement placement, double target)
 {
@@ -144,7 +145,7 @@ Ratio addGrowth(const std::string& what, int workers, int many, Placement placem
             addBacklog<Peer>(whole, workers, shortBurst, placement), target, ""};
 }
 
-/// The growth of queued calls to one thread stands below ours: it tells what the machine has to do with it.
+/// Adds the growth of queued calls to one thread below ours: that part of the growth is the machine's.
 template <typename Ours, typename QueuedCall>
 void compareGrowth(Comparison& comparison, const std::string& where, int workers, int many, double target)
 {
@@ -155,7 +156,7 @@ void compareGrowth(Comparison& comparison, const std::string& where, int workers
     }
 }
 
-/// Beside queued calls to the same thread, which does nothing else before all are pending.
+/// Compares with queued calls to the same thread, which runs none before all are pending.
 void compareGuiBacklogs(Comparison& comparison)
 {
     for (const Placement placement : placements())
@@ -181,7 +182,7 @@ void compareWaiting(Comparison& comparison)
         }
 }
 
-/// Asks the program that counts: its times are not those of a host.
+/// Runs task_counts, a program of its own because counting would distort the times here.
 std::vector<Figure> countedFigures()
 {
     QProcess program;
@@ -223,7 +224,7 @@ Comparison comparison()
 
 int main(int argc, char** argv)
 {
-    Comparison all = comparison(); // before a thread is pinned
+    Comparison all = comparison(); // asks which cores there are, so before any thread is pinned
     return runBesideGuiThread(argc, argv, [&] {
         all.figures = countedFigures();
         return runWithRatios(argc, argv, all);

@@ -1,7 +1,7 @@
 /// \file
-/// What a small callable takes that nobody is connected to: allocations and locks, counted in bursts and backlogs, and
-/// memory while it is pending. Writes a line for each figure: what it is, its value, its limit (0 for none) and its
-/// unit, with "|" between them.
+/// Counts what a small callable takes while nobody is connected to `newTaskArrived`: allocations and locks in
+/// bursts and backlogs, and memory while it is pending. Writes a line for each figure: what it is, its value,
+/// its limit (0 for none) and its unit, with "|" between them.
 
 #include <algorithm>
 #include <cstdio>
@@ -38,8 +38,8 @@ double median(Measure measure)
     return values[repetitions / 2];
 }
 
-/// How often something happens for each callable of a burst, with what it takes to wake the workers; once all threads
-/// run.
+/// Counts for each callable of a burst, with what it takes to wake the workers. All threads have been started
+/// before.
 template <typename Peer>
 double countInBurst(int workers, std::uint64_t CallCounts::*what)
 {
@@ -52,7 +52,7 @@ double countInBurst(int workers, std::uint64_t CallCounts::*what)
     });
 }
 
-/// The same for each callable of a backlog, for which no worker has to be woken.
+/// Counts for each callable of a backlog, where no worker has to be woken.
 template <typename Peer>
 double countInBacklog(std::uint64_t CallCounts::*what)
 {
@@ -81,7 +81,7 @@ double bytesOfPendingCallable()
     });
 }
 
-/// A counter that counts nothing would reach every target.
+/// Whether the counters work: those that count nothing would reach every target.
 bool isEverythingCounted()
 {
     const CallCounts before = callCounts();

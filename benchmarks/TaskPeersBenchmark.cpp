@@ -1,6 +1,6 @@
 /// \file
-/// The same tiny callables on a queue of the library and on what else runs callables, with the same number of
-/// workers. Every one of them has shown that so many of its callables run at the same time before it is measured.
+/// Measures the same tiny callables on a queue of the library and on its peers, with the same number of
+/// workers. Before a peer is measured it must run as many callables at the same time as it has workers.
 
 #include <chrono>
 #include <memory>
@@ -52,7 +52,8 @@ void produce(benchmark::State& state, int producers)
         state.SetIterationTime(timeOfBurst(*peer, callables, producers));
 }
 
-/// One callable, from the call until the waiting thread goes on, after a rest in which idle workers go to sleep.
+/// Measures one callable, from the call until the waiting thread goes on. Before each call idle workers may
+/// have \p rest to go to sleep.
 template <typename Peer>
 void wait(benchmark::State& state, int workers, std::chrono::microseconds rest)
 {

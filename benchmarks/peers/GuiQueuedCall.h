@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// The plain Qt way to have something done in the GUI thread: a queued call of a functor to an object there.
+/// The plain Qt way to run something in the GUI thread: a queued call of a functor to an object there.
 
 #include <QCoreApplication>
 #include <QMetaObject>

@@ -1,7 +1,7 @@
 #pragma once
 /// \file
-/// The progress of a `KJob` of KDE's KCoreAddons, heard in the GUI thread: every amount, or whole percents, as a
-/// progress bar shows them. The job lives in the thread that reports. Qt 5 alone.
+/// The progress of a `KJob` of KDE's KCoreAddons, received in the GUI thread: every amount, or whole
+/// percents, as a progress bar shows them. The job lives in the thread that reports. With Qt 5 only.
 
 #include <KJob>
 

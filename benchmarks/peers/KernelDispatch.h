@@ -11,7 +11,7 @@ class KernelDispatch
 public:
     static constexpr const char* name = "brn_mesh_kernel";
 
-    /// The number is the library's choice: \ref workers.
+    /// Ignores the number of workers, which the library chooses: \ref workers.
     explicit KernelDispatch(int) {}
 
     static int workers()

@@ -1,6 +1,7 @@
 #pragma once
 /// \file
-/// Callables on a queue of the library that has workers of its own: what `dispatchAsync` does with the global ones.
+/// Callables on a queue of the library with as many workers as one likes. `dispatchAsync` does the same on a
+/// global queue.
 
 #include <functional>
 #include <memory>
@@ -38,7 +39,8 @@ private:
     {
     };
 
-    // Benchmarks are also run on versions whose queues take nothing but tasks, to see what has changed.
+    // To see what has changed, the benchmarks are also built with earlier versions, whose queues take only
+    // tasks.
     template <typename Queue>
     static void add(Queue& queue, std::function<void()> function)
     {

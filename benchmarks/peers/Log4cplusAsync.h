@@ -1,7 +1,7 @@
 #pragma once
 /// \file
-/// Records through log4cplus's macros to an appender that writes in a thread of its own. The file's appender is as
-/// the kernel's.
+/// Records through log4cplus's macros to an appender that writes in a thread of its own. The file's appender
+/// is set up as the kernel's is.
 
 #include <filesystem>
 #include <memory>
@@ -36,7 +36,7 @@ public:
         LOG4CPLUS_INFO_FMT(m_logger, LOG4CPLUS_TEXT("loaded %s with %d vertices"),
                            LOG4CPLUS_TEXT("bunny.obj"), 34835);
     }
-    /// Ends the thread, which writes everything first.
+    /// Lets the thread write everything, and ends it.
     void finish() { m_logger.getAllAppenders().front()->close(); }
 
 private:

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// The plain Qt way to have something done in another thread: calls of functors to an object in a `QThread`.
+/// The plain Qt way to run something in another thread: calls of functors to an object in a `QThread`.
 
 #include <QMetaObject>
 #include <QObject>

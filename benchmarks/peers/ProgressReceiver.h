@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// What the GUI thread makes of progress: counts the calls, and lets a thread wait for the one that completes.
+/// Receives progress in the GUI thread: counts the calls, and lets a thread wait for the one that completes.
 
 #include <atomic>
 

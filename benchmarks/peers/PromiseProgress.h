@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// The progress of a `QPromise`, watched in the GUI thread. Qt 6 alone.
+/// The progress of a `QPromise`, watched in the GUI thread. With Qt 6 only.
 
 #include <memory>
 

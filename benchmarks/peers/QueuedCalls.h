@@ -1,6 +1,7 @@
 #pragma once
 /// \file
-/// Objects in threads of their own, each told of every callable by a queued call; the first runs it.
+/// Objects in threads of their own. Each is notified of every callable by a queued call, and the first one
+/// runs it.
 
 #include <atomic>
 #include <memory>
@@ -48,7 +49,7 @@ public:
                 Qt::QueuedConnection);
     }
 
-    /// Returns once every worker has looked at everything.
+    /// Returns once every worker has received all calls.
     void finish()
     {
         for (const std::unique_ptr<QObject>& object : m_objects)

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// The plainest way to report progress: one queued call to an object of the GUI thread for each update.
+/// The plainest way to report progress: a queued call to an object in the GUI thread for each update.
 
 #include <QCoreApplication>
 #include <QMetaObject>

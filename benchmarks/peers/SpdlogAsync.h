@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Records through spdlog that are written in a thread of its own, each flushed there.
+/// Records through spdlog, written and flushed one by one in a thread of its own.
 
 #include <filesystem>
 #include <memory>
@@ -24,7 +24,7 @@ public:
     }
 
     void log() { m_logger->info("loaded {} with {} vertices", "bunny.obj", 34835); }
-    /// Ends the thread, which writes everything first.
+    /// Lets the thread write everything, and ends it.
     void finish() { m_pool.reset(); }
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
 /// \file
-/// Records through spdlog into a rolling file of its own. Flushed after every record, as log4cplus does, or when the
-/// buffer of the file is full.
+/// Records through spdlog into a rolling file of its own. It flushes after every record, as log4cplus does,
+/// or when the file's buffer is full.
 
 #include <filesystem>
 #include <memory>
@@ -15,7 +15,7 @@ enum class Flush
     WhenFull,
 };
 
-/// The kernel's pattern in spdlog's words.
+/// The kernel's pattern, in spdlog's notation.
 inline constexpr const char* spdlogPattern = "[%t] %-5l - %v";
 
 inline std::shared_ptr<spdlog::sinks::sink> makeSpdlogSink(const std::filesystem::path& path)

@@ -1,7 +1,7 @@
 #pragma once
 /// \file
-/// Callables enqueued in an arena of oneTBB, without a place for the threads that enqueue. More workers than the
-/// machine has cores must be allowed explicitly.
+/// Callables enqueued in an arena of oneTBB that has no slot for the threads that enqueue. oneTBB must be
+/// told to allow more workers than the machine has cores.
 
 #include <cstddef>
 

@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// Callables as jobs of a queue of KDE's ThreadWeaver. Qt 5 alone.
+/// Callables as jobs of a queue of KDE's ThreadWeaver. With Qt 5 only.
 
 #include <ThreadWeaver/Queue>
 #include <ThreadWeaver/Queueing>
