@@ -19,6 +19,8 @@ LimitedStream& standardError()
 
 } // namespace
 
+// Through a LimitedStream, because writing to a pipe without a reader would kill the host, and writing to a
+// full one would block it.
 void writeDebuggerLine(const std::wstring& message)
 {
     standardError().write("[KVS_LOG] " + boost::nowide::narrow(message) + '\n');

@@ -4,7 +4,7 @@ namespace Brennic::Core::WideFormat {
 
 namespace {
 
-// The lengths z and t are read as j.
+// The lengths z and t are read as j, so their types must have its size.
 static_assert(sizeof(std::size_t) == sizeof(std::uintmax_t) &&
               sizeof(std::ptrdiff_t) == sizeof(std::intmax_t));
 
@@ -28,6 +28,8 @@ Kind integerKind(Length length)
 
 } // namespace
 
+// Conversions share a kind only if their arguments are passed in the same way: va_arg finds the next one by
+// its type.
 Kind argumentKind(const Conversion& conversion)
 {
     switch (conversion.type) {
@@ -58,7 +60,8 @@ void Arguments::readAll(const std::vector<Kind>& kinds)
     for (const Kind kind : kinds) {
         Value value;
         value.kind = kind;
-        // Two of the types have the same size, on each platform others. The constructor has made the copy of the list.
+        // `long` is as large as `int` on Windows and as `long long` on Linux, so two branches do the same.
+        // The constructor has copied the list; the analyzer does not see it.
         // NOLINTBEGIN(bugprone-branch-clone, clang-analyzer-valist.Uninitialized)
         if (kind == Kind::longInteger)
             value.integer = va_arg(m_arguments, long);
@@ -69,7 +72,7 @@ void Arguments::readAll(const std::vector<Kind>& kinds)
         else if (kind == Kind::pointer)
             value.pointer = va_arg(m_arguments, void*);
         else
-            value.integer = va_arg(m_arguments, int); // also one that nothing refers to
+            value.integer = va_arg(m_arguments, int); // also for a position that no conversion names
         // NOLINTEND(bugprone-branch-clone, clang-analyzer-valist.Uninitialized)
         m_values.push_back(value);
     }

@@ -1,9 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. The variable arguments of a wide format, fetched one after the other or by position.
+/// Internal, not installed. The variable arguments of a wide format, fetched one after the other or by
+/// position.
 ///
-/// A position can only be reached by reading all arguments before it, each with its own type. So the types of all are
-/// collected from the format first (`argumentKind`), and the values read once.
+/// A position can only be reached by reading all arguments before it, each with its own type. So the types of
+/// all are collected from the format first (`argumentKind`), and the values read once.
 
 #include <cstdarg>
 #include <cstddef>

@@ -12,6 +12,8 @@ bool FormatReader::conversion(Conversion& conversion, std::wstring_view& raw)
     return isWhole;
 }
 
+// %[position$][flags][width][.precision][length]type. Flags, width and so on may be missing, and an unknown
+// type is read too: whether there is such a conversion is the caller's question.
 bool FormatReader::parts(Conversion& conversion)
 {
     m_rest.remove_prefix(1); // the percent sign
@@ -19,7 +21,7 @@ bool FormatReader::parts(Conversion& conversion)
     flags(conversion.flags);
     amount(conversion.width);
     if (consume(L"."))
-        amount(conversion.precision = {});
+        amount(conversion.precision = {}); // a point alone means 0, as in C
     conversion.length = length();
     if (m_rest.empty())
         return false;
@@ -39,7 +41,7 @@ int FormatReader::number()
     return number;
 }
 
-// A number before a dollar sign.
+// Reads a number and a dollar sign, or nothing: without the sign the number is a width.
 bool FormatReader::position(int& position)
 {
     const std::wstring_view before = m_rest;
@@ -52,6 +54,7 @@ bool FormatReader::position(int& position)
     return false;
 }
 
+// Keeps each flag once, so that a conversion stays short however many flags a format has.
 void FormatReader::flags(std::wstring& flags)
 {
     while (!m_rest.empty() && std::wstring_view(L"-+ #0'").find(m_rest.front()) != std::wstring_view::npos) {
@@ -72,6 +75,7 @@ void FormatReader::amount(Amount& amount)
 
 Length FormatReader::length()
 {
+    // The longer of two that begin alike comes first.
     constexpr struct
     {
         std::wstring_view text;

@@ -1,6 +1,7 @@
 #pragma once
 /// \file
-/// Internal, not installed. Takes a wide printf format apart, conversion by conversion, and knows nothing of arguments.
+/// Internal, not installed. Takes a wide printf format apart, conversion by conversion, and knows nothing of
+/// arguments.
 
 #include <string>
 #include <string_view>

@@ -15,12 +15,14 @@ namespace Brennic::Core {
 
 namespace {
 
-// Most characters of a format have no other case in any locale; asking for each costs more than the rest.
+// Saves asking the locale about characters that have no other case in any: asking costs more than the rest of
+// lowerCased().
 bool hasNoLowerCase(wchar_t character)
 {
     return character < 0x80 && !(character >= L'A' && character <= L'Z');
 }
 
+// Hosts rely on formats being lower-cased (ILogger.h): "%S" means "%s", and literal text loses its case too.
 std::wstring lowerCased(std::wstring text)
 {
     for (wchar_t& character : text)
@@ -39,6 +41,8 @@ EKvsStatus Log4CplusLogger::Initialize()
     return Success;
 }
 
+// Ends nothing: the appenders belong to the root logger, and records that reach it by other ways are still
+// written.
 void Log4CplusLogger::Terminate() {}
 
 bool Log4CplusLogger::showsControls() const
@@ -53,14 +57,14 @@ void Log4CplusLogger::setShowsControls(bool shows)
 
 bool Log4CplusLogger::IsEnabled(EKvsLogLevel level)
 {
-    if (!m_logger.isLevelEnabled(level))
+    if (!m_logger.isLevelEnabled(level)) // without a pass: most records that are not wanted end here
         return false;
     const LogGate::Pass pass;
     return pass && m_logger.isEnabledFor(level);
 }
 
-// The two functions below stay this short so that a disabled level costs next to nothing: what they call keeps
-// its buffers, and the registers it needs, to itself.
+// The two functions below are short so that a disabled level costs next to nothing. Formatting inside them
+// would give them a large stack frame and registers to save before the level is read.
 
 void Log4CplusLogger::LogWithLocation(EKvsLogLevel level, const char* file, int line, const char* function,
                                       const wchar_t* format, ...)
@@ -86,7 +90,7 @@ void Log4CplusLogger::Log(EKvsLogLevel level, const wchar_t* format, ...)
 void Log4CplusLogger::write(EKvsLogLevel level, const char* file, int line, const char* function,
                             const wchar_t* format, std::va_list arguments)
 {
-    const int error = errno; // %m describes it, and the caller finds it as it was
+    const int error = errno; // %m describes it, and the caller finds it unchanged
     const LogGate::Pass pass;
     if (!pass || !m_logger.isEnabledFor(level))
         return;
@@ -95,6 +99,7 @@ void Log4CplusLogger::write(EKvsLogLevel level, const char* file, int line, cons
         message = withVisibleControls(message);
     m_logger.forcedLog(level, toLog4cplusText(message), file, line, function);
     writeDebuggerLine(message);
+    // The console's appender and the debugger's line drop what nobody reads. The file says so, once for each.
     if (takeFirstLossOfStandardOutput())
         logIntoFiles(L"nobody reads the standard output: the log leaves out what it cannot write there");
     if (takeFirstLossOfDebuggerLine())
@@ -102,6 +107,7 @@ void Log4CplusLogger::write(EKvsLogLevel level, const char* file, int line, cons
     errno = error;
 }
 
+// Past the console, whose reader has gone: a record for all appenders would be lost there again.
 void Log4CplusLogger::logIntoFiles(const wchar_t* message)
 {
     const log4cplus::spi::InternalLoggingEvent event(m_logger.getName(), Warn, toLog4cplusText(message),

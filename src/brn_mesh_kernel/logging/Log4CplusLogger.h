@@ -2,6 +2,10 @@
 /// \file
 /// Internal, not installed. The logger that writes through one named log4cplus logger and copies every record
 /// to the debugger.
+///
+/// A record that is enabled goes through `write`: a pass of LogGate.h, the text from WideFormat.h, log4cplus,
+/// whose appenders LogSystem.cpp attaches to the root logger, and DebuggerOutput.h. docs/logging.md draws the
+/// way.
 
 #include <atomic>
 #include <cstdarg>
@@ -24,7 +28,8 @@ public:
     EKvsStatus Initialize() override;
     void Terminate() override;
 
-    /// Whether line breaks and other control characters of messages are written visibly. Off at first. Thread: any.
+    /// Whether line breaks and other control characters of messages are written visibly. Off at first.
+    /// Thread: any.
     bool showsControls() const;
     void setShowsControls(bool shows);
 
@@ -38,12 +43,14 @@ private:
                std::va_list arguments);
     void logIntoFiles(const wchar_t* message);
 
-    // Reaches the implementation without the call in between: at a disabled level that is a good part of the cost.
+    // Reads the level without a call into log4cplus: at a disabled level that call is a good part of the
+    // cost.
     class BoundLogger : public log4cplus::Logger
     {
     public:
         void bind(const log4cplus::Logger& logger) { log4cplus::Logger::operator=(logger); }
-        // Whether the level alone says so. Reads nothing that ends with log4cplus, so that it needs no pass.
+        // Compares levels only. What it reads is not destroyed with log4cplus, so it needs no pass of the
+        // gate.
         bool isLevelEnabled(log4cplus::LogLevel level) const { return level >= value->getChainedLogLevel(); }
     };
 

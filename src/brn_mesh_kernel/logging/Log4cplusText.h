@@ -1,6 +1,7 @@
 #pragma once
 /// \file
-/// Internal, not installed. The only file that knows whether log4cplus was built for narrow or for wide text.
+/// Internal, not installed. Text for log4cplus, and the library's own appenders for console and file. The
+/// only file that knows whether log4cplus was built for narrow or for wide text.
 ///
 /// Narrow text in log4cplus is UTF-8 here, and its streams pass the bytes through. Wide streams convert by
 /// their locale, so they get one that writes UTF-8 whatever the host has set.
@@ -54,8 +55,8 @@ inline std::locale utf8Locale()
     return std::locale(std::locale::classic(), new boost::nowide::utf8_codecvt<wchar_t>);
 }
 
-/// Goes on in a full file that cannot be renamed, where log4cplus would empty it and lose what it holds. It is tried again
-/// when as much has been added.
+/// Keeps writing to a full file that cannot be renamed; log4cplus would empty it and lose the records.
+/// Renaming is tried again when the file has grown by as much again.
 class KeepingFileAppender : public log4cplus::RollingFileAppender
 {
 public:
@@ -66,7 +67,8 @@ public:
     ~KeepingFileAppender() override { destructorImpl(); }
 
 protected:
-    // An empty file is asked for after the full one was renamed, whether that worked or not.
+    // log4cplus opens an empty file after it has renamed the full one, whether that worked or not. Opened for
+    // appending the file is empty if it worked, and else has a size, from which the next limit follows.
     void open(std::ios_base::openmode mode) override
     {
         openByName(std::ios_base::app | std::ios_base::ate);
@@ -82,8 +84,9 @@ private:
     const long m_maxSize;
 };
 
-/// Opens the file by its wide name, where files have one. log4cplus may do it by the narrow one, which not every file
-/// has. The name that its constructor opens is that of the system's null device.
+/// Opens the file by its wide name, on platforms where files have one. log4cplus may open it by a narrow
+/// name, which not every file has there. Its constructor opens a file in any case, so it is given the null
+/// device.
 class WideFileAppender : public KeepingFileAppender
 {
 public:
@@ -111,8 +114,8 @@ using RollingFileAppender =
     std::conditional_t<haveFilesWideNames && std::is_same_v<log4cplus::tchar, wchar_t>, WideFileAppender,
                        KeepingFileAppender>;
 
-/// Writes records to the standard output as UTF-8, where a terminal's live line may be, which is taken away first. The
-/// wide standard stream itself depends on the C locale.
+/// Writes records to the standard output as UTF-8, by StandardOutput.h, because the wide standard stream
+/// converts by the C locale. A terminal may show a live line there (LiveLine.h), which is erased first.
 class ConsoleAppender : public log4cplus::ConsoleAppender
 {
 public:

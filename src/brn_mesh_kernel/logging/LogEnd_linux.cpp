@@ -1,5 +1,6 @@
 /// \file
-/// The end of logging, and what a fork means for it.
+/// Closes the gate of logging when the process ends, and holds it while the process forks (LogGate.h).
+/// Nothing calls this file: the loader runs its constructor, which registers the rest.
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +20,8 @@ bool g_isExitWatched = false; // guarded by the gate's hold
 bool g_isExiting = false;
 int g_exitStatus = 0;
 
-// Called by exit() long before the libraries end, as it is registered by the first fork.
+// endLogging() needs the exit status, which atexit() does not hand over and on_exit() does. Called by exit()
+// long before the libraries end, as the first fork registers it.
 void keepExitStatus(int status, void* /*unused*/)
 {
     g_isExiting = true;
@@ -52,9 +54,9 @@ void flushStandardStreams()
     std::fflush(nullptr);
 }
 
-// log4cplus ends next. In a forked child that end would never come: it waits for threads of log4cplus that only the parent
-// has. The program itself has ended by now, its exit handlers and static objects too, and the child ends here, before the
-// libraries.
+// After this log4cplus ends, by its destructors. In a forked child they would never return: they wait for
+// threads of log4cplus that only the parent has. By now the program's own exit handlers and static objects
+// are done, so the child ends here, before the libraries do.
 void endLogging()
 {
     LogGate::instance().close();
@@ -64,7 +66,8 @@ void endLogging()
     ::_exit(g_exitStatus);
 }
 
-// What log4cplus does at its end it has registered already: the loader has set it up first.
+// Exit handlers run in reverse order. The loader has set log4cplus up before this library, which links it, so
+// log4cplus has registered its end before and ends after endLogging().
 [[gnu::constructor]] void watchForkAndExit()
 {
     LogGate::instance();

@@ -1,5 +1,5 @@
 /// \file
-/// The end of logging.
+/// Closes the gate of logging when the process ends (LogGate.h).
 
 #include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/logging/LogGate.h>
@@ -13,8 +13,8 @@ void endLogging()
     LogGate::instance().close();
 }
 
-// exit() calls this while other threads run. Soon after that the system ends them, wherever they are: better not inside
-// log4cplus, whose own end would wait for their locks.
+// exit() calls this while other threads run. Soon after that the system ends them wherever they are. None
+// must be inside log4cplus then, whose own end would wait for their locks.
 [[maybe_unused]] const bool g_isExitWatched = (callAtExit(&endLogging), true);
 
 } // namespace

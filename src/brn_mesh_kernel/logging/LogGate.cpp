@@ -6,7 +6,8 @@ namespace Brennic::Core {
 
 namespace {
 
-// How often the thread is inside: an appender of the host's may log itself.
+// How often the thread is inside: an appender of the host may log, and a thread must not wait for itself at
+// the gate.
 thread_local int t_depth = 0;
 
 } // namespace
@@ -17,8 +18,8 @@ LogGate& LogGate::instance()
     return gate;
 }
 
-// Counts itself before it looks at the state; who closes or holds the gate sets the state before it looks at the count.
-// One of the two sees the other.
+// Count before reading the state. close() and hold() set the state before they read the count, so at least
+// one side sees the other.
 bool LogGate::enter()
 {
     if (t_depth > 0) {
@@ -35,7 +36,7 @@ bool LogGate::enter()
         --m_inside;
         if (state == State::closed)
             return false;
-        const std::lock_guard<std::mutex> untilForked(m_forkMutex);
+        const std::lock_guard<std::mutex> untilForked(m_forkMutex); // then try again
     }
 }
 
@@ -47,7 +48,7 @@ void LogGate::leave()
 
 bool LogGate::waitForOthers() const
 {
-    constexpr std::chrono::seconds patience(4); // more than the copies of a record wait for their readers
+    constexpr std::chrono::seconds patience(4); // longer than a record's copies may wait for their readers
     const auto deadline = std::chrono::steady_clock::now() + patience;
     const int own = t_depth > 0 ? 1 : 0;
     while (m_inside > own) {
@@ -80,7 +81,7 @@ void LogGate::release()
 
 void LogGate::releaseInChild()
 {
-    m_inside = t_depth > 0 ? 1 : 0;
+    m_inside = t_depth > 0 ? 1 : 0; // the child has no thread but the one that forked
     if (!m_isDeserted)
         m_state = State::closed;
     release();

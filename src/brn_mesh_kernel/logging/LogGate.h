@@ -1,10 +1,15 @@
 #pragma once
 /// \file
-/// Internal, not installed. Says whether log4cplus may be used, and knows which threads are using it.
+/// Internal, not installed. Lets threads into log4cplus, counts those inside, and closes before log4cplus
+/// ends.
 ///
-/// log4cplus ends with the process, by static destruction, while other threads may still log; the gate closes just before,
-/// and waits until those inside have come out. From then on records are left out. While the process forks the gate is held:
-/// no other thread is inside, so none leaves a lock behind that the child would wait for.
+/// Static destruction ends log4cplus while other threads may still log, which can abort the process. So the
+/// gate closes just before, and waits until the threads inside have left. From then on records are left out.
+///
+/// A thread that is inside while the process forks would leave its locks locked in the child for ever. So the
+/// gate is held during a fork: it waits until no other thread is inside, and lets none in.
+///
+/// LogEnd_linux.cpp and LogEnd_win.cpp close and hold it.
 
 #include <atomic>
 #include <chrono>
@@ -18,7 +23,8 @@ public:
     /// The process's; it outlives whatever may log late.
     static LogGate& instance();
 
-    /// Lets the thread into log4cplus while it lives, if the gate is open. Waits while another thread forks.
+    /// Lets the thread into log4cplus while the object lives, if the gate is open. Waits while another thread
+    /// forks.
     class Pass
     {
     public:
@@ -37,15 +43,16 @@ public:
         bool m_isInside;
     };
 
-    /// Lets nobody in any more. Waits for those inside, but not for the calling thread, and for nobody who stays for more
-    /// than a few seconds: a disk may stand still.
+    /// Lets no thread in any more. Waits until the other threads inside have left, but not longer than a few
+    /// seconds: a disk may stand still.
     void close();
 
-    /// Before a fork: holds back who wants in, and waits for those inside as \ref close does.
+    /// Called before a fork: makes threads that want in wait, and waits for those inside as \ref close does.
     void hold();
-    /// After a fork, in the process that forked.
+    /// Called after a fork, in the process that forked.
     void release();
-    /// After a fork, in the child. Where a thread was still inside, the child's gate closes: its locks may never be free.
+    /// Called after a fork, in the child. If a thread was still inside, the child's gate closes: the locks
+    /// which that thread held will never be free there.
     void releaseInChild();
 
 private:
@@ -62,9 +69,9 @@ private:
     bool waitForOthers() const;
 
     std::atomic<State> m_state{State::open};
-    std::atomic<int> m_inside{0}; // threads, and for a moment those that are turned away
-    std::mutex m_forkMutex;       // held while the process forks
-    bool m_isDeserted = false;    // guarded by m_forkMutex: nobody else was inside when the process forked
+    std::atomic<int> m_inside{0}; // threads inside, and for a moment those that find the gate closed
+    std::mutex m_forkMutex;       // held while the process forks; threads that want in wait for it
+    bool m_isDeserted = false;    // guarded by m_forkMutex: no other thread was inside at the fork
 };
 
 } // namespace Brennic::Core

@@ -26,6 +26,8 @@ void addToRoot(const log4cplus::SharedAppenderPtr& appender, const std::wstring&
     log4cplus::Logger::getRoot().addAppender(appender);
 }
 
+// Flushes each record (the last argument), so that a crash costs none. The appender is Log4cplusText.h's, not
+// log4cplus's.
 log4cplus::SharedAppenderPtr makeFileAppender(const std::wstring& path)
 {
     const log4cplus::helpers::SharedObjectPtr<RollingFileAppender> appender(
@@ -36,6 +38,7 @@ log4cplus::SharedAppenderPtr makeFileAppender(const std::wstring& path)
 
 } // namespace
 
+// Nothing is written before Initialize(): until then records go to a logger that drops them.
 LogSystem::LogSystem()
     : m_logger(std::make_unique<Log4CplusLogger>(L"Default")),
       m_overrideLogger(std::make_unique<NoOpLogger>())
@@ -51,6 +54,9 @@ EKvsStatus LogSystem::Initialize()
     if (!pass)
         return Success; // log4cplus has ended: the logger that drops everything stays
     const std::wstring pattern = m_messageFormat.empty() ? defaultMessageFormat : m_messageFormat;
+    // To the root logger, where the records of all libraries of a host meet. Each call adds appenders once
+    // more, as hosts expect. None is removed, so that records which reach log4cplus by other ways are still
+    // written.
     addToRoot(log4cplus::SharedAppenderPtr(new ConsoleAppender(false, false)), pattern);
     if (!m_logFilePath.empty())
         addToRoot(makeFileAppender(m_logFilePath), pattern);
@@ -101,7 +107,7 @@ EKvsLogLevel LogSystem::LogLevel() const
 {
     const LogGate::Pass pass;
     if (!pass)
-        return Off;
+        return Off; // log4cplus has ended, and nothing is written any more
     return static_cast<EKvsLogLevel>(log4cplus::Logger::getRoot().getLogLevel());
 }
 

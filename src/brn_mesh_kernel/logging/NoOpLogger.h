@@ -1,6 +1,7 @@
 #pragma once
 /// \file
-/// Internal, not installed. The logger that drops all records; the current one while the log system is not running.
+/// Internal, not installed. The logger that drops all records. It is the current one before the log system is
+/// initialized and after it is terminated, so that `Kernel::Logger()` is never null.
 
 #include <brn_mesh_kernel/logging/ILogger.h>
 

@@ -8,7 +8,9 @@ namespace Brennic::Core {
 
 namespace {
 
-// By their codes, since most of them are invisible in a source file.
+// The characters by which a message could leave its line, command the terminal that shows the log, or show
+// its text in another order than it has. Named by their codes, since most of them are invisible in a source
+// file.
 bool isControl(wchar_t character)
 {
     const auto code = static_cast<std::uint32_t>(character); // NOLINT(bugprone-signed-char-misuse)

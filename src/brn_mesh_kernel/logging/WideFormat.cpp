@@ -21,7 +21,8 @@ namespace {
 
 using namespace WideFormat;
 
-// Limits width and precision, far above sensible values: one record could otherwise use up all memory.
+// The highest width and precision, far above sensible values: without a limit one record could use up all
+// memory.
 constexpr int widest = 1'000'000;
 
 // Builds the text of one record.
@@ -75,8 +76,8 @@ std::wstring Formatter::run()
     }
 }
 
-// If the first conversion has a position, all arguments are fetched by position, and so are read before the first
-// use.
+// If the first conversion has a position, all arguments are fetched by position. An argument can only be
+// reached by reading those before it, each with its type, so this collects the types and then reads all.
 void Formatter::findPositions()
 {
     std::vector<Kind> kinds;
@@ -85,7 +86,7 @@ void Formatter::findPositions()
             return;
         kinds.resize(std::max(kinds.size(), static_cast<std::size_t>(position)), Kind::none);
         Kind& known = kinds[static_cast<std::size_t>(position) - 1];
-        known = known == Kind::none ? kind : known;
+        known = known == Kind::none ? kind : known; // the first conversion that names it decides
     };
     FormatReader format(m_format);
     for (;;) {
@@ -96,7 +97,7 @@ void Formatter::findPositions()
             break;
         const Kind kind = argumentKind(conversion);
         if (kinds.empty() && kind != Kind::none && conversion.position == 0)
-            return; // one after the other
+            return; // without positions: arguments are read one after the other as they are used
         for (const Amount& amount : {conversion.width, conversion.precision})
             if (amount.isArgument)
                 note(amount.position, Kind::integer);
@@ -116,7 +117,8 @@ bool Formatter::resolve(Amount& amount)
     return true;
 }
 
-// False if the conversion is copied unchanged, because it is unknown or its argument is missing or of another type.
+// False if the conversion is copied unchanged, because it is unknown or its argument is missing or of another
+// type.
 bool Formatter::append(Conversion& conversion)
 {
     if (conversion.type == L'%') {
@@ -125,6 +127,7 @@ bool Formatter::append(Conversion& conversion)
     }
     const Kind kind = argumentKind(conversion);
     const bool isKnown = conversion.type == L'm' || kind != Kind::none;
+    // The arguments of width and precision come before the one of the conversion, so they are resolved first.
     if (!isKnown || (kind != Kind::none && !m_arguments.has(conversion.position, kind)) ||
         !resolve(conversion.width) || !resolve(conversion.precision))
         return false;
@@ -161,10 +164,10 @@ bool Formatter::appendArgument(const Conversion& conversion)
     case L'p':
         appendPointer(conversion);
         break;
-    case L'n':
+    case L'n': // takes its argument and stores nothing: a format from outside must not write memory
         m_arguments.get<void*>(conversion.position);
         break;
-    default:
+    default: // %e %f %g %a: append() has let nothing else through
         appendNumber(conversion, L"", m_arguments.get<double>(conversion.position));
         break;
     }
@@ -181,7 +184,8 @@ std::size_t boundedLength(const Char* text, int limit)
     return length;
 }
 
-// Drops a character that a precision has cut in two: its first byte and what follows of it.
+// Drops a character that a precision has cut in two. Its bytes alone are no valid UTF-8, and would show as
+// U+FFFD.
 std::string_view withoutCutCharacter(std::string_view utf8)
 {
     const auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; };
@@ -220,7 +224,7 @@ void Formatter::appendText(const Conversion& conversion)
     }
 }
 
-// Shows character 0 by its symbol: readers of the log that use C strings would end the record there.
+// Shows character 0 by its symbol, because readers of the log that use C strings would end the record there.
 void Formatter::appendCharacter(const Conversion& conversion)
 {
     const int argument = m_arguments.get<int>(conversion.position);
@@ -239,7 +243,7 @@ void Formatter::appendErrorText(const Conversion& conversion)
     appendPadded(conversion, narrowArgument(text.c_str(), conversion.precision.number));
 }
 
-// Not left to swprintf: C libraries print pointers differently.
+// Not left to swprintf, because C libraries print pointers differently.
 void Formatter::appendPointer(const Conversion& conversion)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(m_arguments.get<void*>(conversion.position));
@@ -341,13 +345,14 @@ void Formatter::appendNumber(const Conversion& conversion, const wchar_t* length
     };
     std::array<wchar_t, 128> buffer; // NOLINT(*-member-init): written by swprintf
     int written = print(buffer.data(), buffer.size());
-    // What does not fit gives a negative number in one C library, and the size that it takes in another.
+    // If the text does not fit, one C library returns a negative number, and another the size that the text
+    // needs.
     if (written >= 0 && static_cast<std::size_t>(written) < buffer.size()) {
         m_result.append(buffer.data(), static_cast<std::size_t>(written));
         return;
     }
-    // The longest double has 309 digits before the point, and signs between them; nothing else needs more beside
-    // width and precision.
+    // The longest double has 309 digits before the point, and signs between them; nothing else needs more
+    // beside width and precision.
     const std::size_t longest =
         1024 + static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(std::max(precision, 0));
     std::wstring large(longest, L'\0');
