@@ -20,11 +20,13 @@ namespace {
 
 // The thread that handles the crash.
 Minidump::ThreadClaim g_claim;
-// The process that installed the filter first. A forked child writes files of its own.
+// The process that installed the filter first. A forked child inherits the filter, and must not replace the
+// parent's files: it is told by its other process id.
 std::atomic<std::int32_t> g_homeProcess{0};
 CrashSteps g_steps;
 std::atomic<const CrashStack*> g_stackOfMainThread{nullptr};
 
+// What the thread that has got a crash signal is to the crash of the process.
 enum class Role
 {
     First,        ///< the first thread that crashes
@@ -34,6 +36,8 @@ enum class Role
     ChildOfCrash, ///< a process that was forked while its parent's crash is handled
 };
 
+// Claims the crash if no thread has it yet. By an atomic word and not by a lock: its holder may be the thread
+// that crashes again.
 Role claimCrash()
 {
     const Minidump::ThreadClaim::Holder first = g_claim.take();
@@ -51,8 +55,8 @@ void onTimeLimit(int /*signal*/, siginfo_t* information, void* /*context*/)
     g_steps.goOnAtTimeLimit(*information);
 }
 
-// A sandbox may raise SIGSYS for one of our own system calls. Make the call fail with ENOSYS instead: its caller has
-// another way.
+// A sandbox may raise SIGSYS for one of our own system calls. Make the call fail with ENOSYS instead: its
+// caller has another way.
 bool answerForbiddenCall(int signal, ucontext_t& context)
 {
     const bool isOurs = signal == SIGSYS && g_steps.copesWithForbiddenCalls();
@@ -71,6 +75,8 @@ siginfo_t completeInformation(int signal, const siginfo_t* information)
     return result;
 }
 
+// Runs on the crashing thread, on its second stack if it has one (CrashStack.h). No case falls through:
+// goOn() and waitAsCrashed() do not return.
 void onCrashSignal(int signal, siginfo_t* information, void* interrupted)
 {
     auto& context = *static_cast<ucontext_t*>(interrupted);
@@ -82,10 +88,10 @@ void onCrashSignal(int signal, siginfo_t* information, void* interrupted)
         if (answerForbiddenCall(signal, context))
             return;
         g_steps.goOn();
-    case Role::Report:
+    case Role::Report: // the crashing thread waits for this one, and goes on without the report
         CrashReportThread::instance().giveUp();
         Minidump::waitAsCrashed(context);
-    case Role::Other:
+    case Role::Other: // waits where the dump finds it
         Minidump::waitAsCrashed(context);
     case Role::ChildOfCrash:
         letDefaultActionFollow(completeInformation(signal, information), context);
@@ -98,9 +104,9 @@ void installHandlers()
     {
     };
     action.sa_sigaction = onCrashSignal;
-    // A crash inside the handling must be delivered, to be handled as a failed step. Handlers of the host must
-    // not run meanwhile, so all other signals are blocked, except the real-time signals: we use them for time
-    // limits.
+    // A crash inside the handling must be delivered, to be handled as a failed step. Handlers of the host
+    // must not run meanwhile, so all other signals are blocked, except the real-time signals: we use them for
+    // time limits.
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     sigfillset(&action.sa_mask);
     for (const int signal : crashSignals)
@@ -116,14 +122,15 @@ bool isMainThread()
     return Minidump::threadId() == Minidump::processId();
 }
 
-// Never destroyed: the main thread's thread-local objects are destroyed before exit handlers run, which may crash
-// too.
+// Never destroyed: the main thread's thread-local objects are destroyed before exit handlers run, which may
+// crash too.
 void guardMainThread()
 {
     if (g_stackOfMainThread == nullptr)
         g_stackOfMainThread = new CrashStack;
 }
 
+// A host that initialises the kernel in another thread: there the stack goes with the thread.
 void guardOtherThread()
 {
     thread_local const CrashStack stack;
@@ -146,7 +153,7 @@ void CrashFilter::install(ReportWriter writeReport)
     isMainThread() ? guardMainThread() : guardOtherThread();
     CrashReportThread::instance().start(writeReport);
     keepLibraryLoaded();
-    installHandlers();
+    installHandlers(); // last: from here on a crash finds all that it needs
 }
 
 } // namespace Brennic::Core

@@ -13,9 +13,9 @@ namespace Brennic::Core {
 
 namespace {
 
-// What the compiler throws C++ exceptions as.
+// The code of C++ exceptions as MinGW's compiler throws them.
 constexpr DWORD cppException = 0x20474343;
-// What the system ends a process with for which the C library has been given an invalid parameter.
+// The code with which the system ends a process that has passed an invalid parameter to the C library.
 constexpr DWORD invalidParameter = 0xC0000417;
 
 // The thread that handles the crash; 0: none so far.
@@ -23,8 +23,8 @@ std::atomic<DWORD> g_owner{0};
 // Whether all steps have been taken: the rest is the system's own handling.
 std::atomic<bool> g_isHandled{false};
 
-// Returns if the calling thread is the first to crash. Does not return if a step of its handling has crashed, or if
-// another thread's crash is being handled.
+// Returns if the calling thread is the first to crash. Otherwise does not: a step of its handling has
+// crashed, or another thread's crash is being handled.
 void claimCrash()
 {
     const DWORD self = GetCurrentThreadId();
@@ -39,6 +39,8 @@ void claimCrash()
         Sleep(INFINITE);
 }
 
+// The system calls this on the crashing thread once nobody has handled the exception. To search on is to
+// leave the rest to the system: its error reports, a debugger, and the exception's code as the exit code.
 LONG WINAPI onUnhandledException(EXCEPTION_POINTERS* exception)
 {
     const DWORD code = exception->ExceptionRecord->ExceptionCode;
@@ -54,8 +56,8 @@ LONG WINAPI onUnhandledException(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// Whether the thread has enough stack left for the system's own handling of the crash. Without it the system ends
-// only the thread, and the process hangs.
+// Whether the thread has enough stack left for the system's own handling of the crash. Without it the system
+// ends only the thread, and the process hangs.
 bool hasStackForSystem()
 {
     constexpr ULONG_PTR need = 32UL * 1024;
@@ -65,7 +67,8 @@ bool hasStackForSystem()
     return reinterpret_cast<ULONG_PTR>(&low) - low >= need;
 }
 
-// A vectored handler, because the system calls no filter after a stack overflow. It ignores all other exceptions.
+// A vectored handler, because the system calls no filter after a stack overflow. It ignores all other
+// exceptions.
 LONG WINAPI onStackOverflow(EXCEPTION_POINTERS* exception)
 {
     if (exception->ExceptionRecord->ExceptionCode != EXCEPTION_STACK_OVERFLOW)
@@ -78,7 +81,8 @@ LONG WINAPI onStackOverflow(EXCEPTION_POINTERS* exception)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// The C library ends the process for some errors without an exception; make one, so that the dump has registers.
+// The C library ends the process for some errors without an exception. This makes one, so that the dump has
+// registers.
 void handleAsException(DWORD code)
 {
     CONTEXT context{};
@@ -93,7 +97,7 @@ void handleAsException(DWORD code)
 
 using SignalFunction = void (*(*)(int signal, void (*handler)(int)))(int);
 
-// One for each C library of the process: the library's own and the host's may be two.
+// The C libraries that a process may hold: the one of this library and the host's need not be the same.
 constexpr std::array<const wchar_t*, 3> cLibraries = {L"msvcrt.dll", L"ucrtbase.dll", L"ucrtbased.dll"};
 std::array<SignalFunction, cLibraries.size()> g_signalFunctions{};
 
@@ -110,13 +114,13 @@ void handleAbort()
 // From abort(), hence also from std::terminate(). When it returns, abort() ends the process.
 void onAbort(int /*signal*/)
 {
-    handleAbort(); // signal() has reset the action to the default one, and the host's handler may call abort() too
+    handleAbort(); // signal() has reset the action, and the host's handler may call abort() too
     handleAsException(static_cast<DWORD>(STATUS_FATAL_APP_EXIT));
 }
 
 void onPureCall()
 {
-    std::abort();
+    std::abort(); // which raises SIGABRT, and so is handled
 }
 
 void onInvalidParameter(const wchar_t* /*expression*/, const wchar_t* /*function*/, const wchar_t* /*file*/,
@@ -157,6 +161,7 @@ void handleEndsByCLibraries()
     handleAbort();
 }
 
+// Never destroyed: the main thread may crash after its static objects are gone.
 void guardMainThread()
 {
     static const auto* const stack = new CrashStack;

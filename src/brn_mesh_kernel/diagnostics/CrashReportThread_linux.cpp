@@ -44,6 +44,7 @@ private:
 
 } // namespace
 
+// Never destroyed: crashes happen during exit too.
 CrashReportThread& CrashReportThread::instance()
 {
     static auto* const thread = new CrashReportThread;
@@ -76,8 +77,8 @@ bool CrashReportThread::run(const wchar_t* path, const Minidump::TimeLimit& limi
     if (m_process != Minidump::processId() || isCurrent())
         return false;
     m_path = path;
-    Minidump::systemCall(SYS_close, m_spareDescriptor);
-    m_state = number(State::Asked);
+    Minidump::systemCall(SYS_close, m_spareDescriptor); // leaves one for the report's file
+    m_state = number(State::Asked);                     // publishes m_path
     Minidump::wakeAll(m_state);
     Minidump::StandstillWatch watch(Minidump::processorClockOfThread(m_thread), limit, leastUse);
     waitWhileEqual(m_state, number(State::Asked), watch);
@@ -92,9 +93,9 @@ bool CrashReportThread::isCurrent() const
 void CrashReportThread::main()
 {
     pthread_setname_np(pthread_self(), "crash-report");
-    const CrashStack crashStack;
+    const CrashStack crashStack; // the thread may crash too, and overflow its stack
     allocateOnce();
-    m_thread = Minidump::threadId();
+    m_thread = Minidump::threadId(); // start() waits for this
     while (!waitWhileEqual(m_state, number(State::Waiting), Minidump::Deadline(practicallyEndless)))
         continue;
     const Minidump::RaisedLimits limits;

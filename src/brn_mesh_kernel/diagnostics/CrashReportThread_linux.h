@@ -23,9 +23,10 @@ public:
     /// Starts the thread, unless this process has it already. A forked child does not inherit it.
     void start(Work work);
 
-    /// Runs the work on the thread and waits for it, at most as long as \p limit says. Safe in a signal handler.
-    /// \return whether the work has finished. False at once if this process has no such thread, or if the calling
-    /// thread is this one.
+    /// Runs the work on the thread and waits for it, at most as long as \p limit says. Safe in a signal
+    /// handler.
+    /// \return whether the work has finished. False at once if this process has no such thread, or if the
+    /// calling thread is this one.
     bool run(const wchar_t* path, const Minidump::TimeLimit& limit);
 
     /// Whether the calling thread is this one. Safe in a signal handler.

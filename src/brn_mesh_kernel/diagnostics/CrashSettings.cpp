@@ -21,15 +21,15 @@ const CrashSettings& crashSettings()
 void publishCrashSettings(CrashSettings settings)
 {
     const CrashSettings* const replaced = g_current.exchange(new CrashSettings(std::move(settings)));
-    // The filter sets g_areKept before it reads g_current; this does the reverse, so at least one side sees the
-    // other.
+    // The filter sets g_areKept before it reads g_current; this does the reverse, so at least one side sees
+    // the other.
     if (!g_areKept)
         delete replaced;
 }
 
 const CrashSettings& keepCrashSettings()
 {
-    g_areKept = true;
+    g_areKept = true; // before g_current is read, see above
     return *g_current.load();
 }
 

@@ -3,8 +3,8 @@
 /// Internal, not installed. Where the files of a crash are written, and the host's crash handler.
 ///
 /// One set of settings per process, because there is one crash filter. The filter cannot take a lock to read
-/// them, so a published set is immutable and a change publishes a new one. Replaced sets are freed, except once a
-/// crash is being handled: the filter may be reading them.
+/// them, so a published set is immutable and a change publishes a new one. Replaced sets are freed, except
+/// once a crash is being handled: the filter may be reading them.
 
 #include <functional>
 #include <memory>

@@ -13,6 +13,7 @@ using Minidump::systemCall;
 constexpr int exitCodeOfSignals = 128; // as shells report them
 constexpr int firstProcess = 1;
 
+// Fails in a sandbox that forbids it.
 bool setDefaultAction(int signal)
 {
     struct sigaction action
@@ -22,8 +23,8 @@ bool setDefaultAction(int signal)
     return sigaction(signal, &action, nullptr) == 0;
 }
 
-// With the original information, so that a core dump and a debugger show the cause. A system that refuses to send
-// forged information still sends a plain signal.
+// With the original information, so that a core dump and a debugger show the cause. A system that refuses to
+// send forged information still sends a plain signal.
 bool sendToSelf(const siginfo_t& information)
 {
     const auto process = Minidump::processId();
@@ -47,8 +48,8 @@ bool sendToSelf(const siginfo_t& information)
 void letDefaultActionFollow(const siginfo_t& information, ucontext_t& context)
 {
     const SignalMask own = SignalMask::of({information.si_signo});
-    // The signal is sent while it is blocked, and delivered when the handler returns: the core dump then shows
-    // the fault.
+    // The signal is sent while it is blocked, and delivered when the handler returns: the core dump then
+    // shows the fault.
     own.apply(SIG_BLOCK);
     // If the default action cannot be restored, our own handler would be called again and again. The first
     // process of a container ignores signals that it sends to itself.
@@ -58,6 +59,8 @@ void letDefaultActionFollow(const siginfo_t& information, ucontext_t& context)
     sigdelset(&context.uc_sigmask, information.si_signo);
 }
 
+// For a handler that must not return, because a failed step lies below it on the stack: the signal is
+// delivered here.
 void dieByDefaultAction(const siginfo_t& information)
 {
     if (setDefaultAction(information.si_signo) && sendToSelf(information))

@@ -8,18 +8,18 @@
 ///         ...
 ///     }
 ///
-/// A crash is handled on the crashing thread. A thread that has overflowed its stack has no room to do so, and the
-/// process dies without a dump. While this object lives, its thread has a second stack for the crash handler. The
-/// thread that calls `Kernel::Initialize` and the library's worker threads have one already. Crashes other than stack
-/// overflows are caught on every thread, with or without this object.
+/// A crash is handled on the crashing thread. A thread that has overflowed its stack has no room to do so,
+/// and the process dies without a dump. While this object lives, its thread has a second stack for the crash
+/// handler. The thread that calls `Kernel::Initialize` and the library's worker threads have one already.
+/// Crashes other than stack overflows are caught on every thread, with or without this object.
 ///
 /// The object also unblocks the signals of a crash in its thread.
 ///
 /// Made and destroyed on the same thread, usually as the first local variable of its function. Costs 1 MiB of
 /// address space, of which nothing is used until there is a crash.
 ///
-/// On Windows a stack overflow is caught on every thread. There the object reserves 64 KiB of the thread's own stack,
-/// until the thread ends, for what the system does after the dump.
+/// On Windows a stack overflow is caught on every thread. There the object reserves 64 KiB of the thread's
+/// own stack, until the thread ends, for what the system does after the dump.
 
 #include <memory>
 
@@ -42,8 +42,8 @@ public:
     CrashStack(const CrashStack&) = delete;
     CrashStack& operator=(const CrashStack&) = delete;
 
-    /// Whether the thread has a second stack, on Windows a reserve: false if the system had no memory for one.
-    /// Nothing is logged.
+    /// Whether the thread has a second stack, on Windows a reserve: false if the system had no memory for
+    /// one. Nothing is logged.
     /// Thread: any.
     bool isInstalled() const;
 

@@ -32,6 +32,7 @@ public:
     {
         // A fault whose signal is blocked ends the process at once, without calling any handler.
         crashSignalMask().apply(SIG_UNBLOCK);
+        // The host may have given the thread a second stack; one that is large enough serves our handler too.
         const bool isKnown = sigaltstack(nullptr, &m_before) == 0;
         const bool hasOne = isKnown && (m_before.ss_flags & SS_DISABLE) == 0 && m_before.ss_size >= workSize;
         m_isInstalled = hasOne || install();
@@ -41,7 +42,7 @@ public:
     {
         if (m_memory == nullptr)
             return;
-        sigaltstack(&m_before, nullptr);
+        sigaltstack(&m_before, nullptr); // before the memory goes: a crash in between still has a stack
         munmap(m_memory, m_size);
     }
 

@@ -23,16 +23,17 @@ constexpr TimeLimit timeForDump{5500,
 constexpr TimeLimit timeForHeap{1000, 5000};
 constexpr TimeLimit timeForHandlerWithoutHeap{5000, 5000};
 
-// Nanoseconds of processor time that count as progress. The thread that waits for the dump's helper polls it, and
-// uses more than this while the helper works.
+// Nanoseconds of processor time that count as progress. The thread that waits for the dump's helper polls it,
+// and uses more than this while the helper works.
 constexpr std::int64_t leastUse = 50'000;
 
 constexpr int exitCode = 1;
 
-// Larger than what threads keep for themselves, so that the heap's own lists and locks are used.
+// Larger than the blocks that glibc keeps for each thread, so that the allocation needs the heap's lists and
+// locks.
 constexpr std::size_t trialSize = 4096;
 
-// "host.dmp" becomes "host.1234.dmp".
+// "host.dmp" becomes "host.1234.dmp". Formats by hand, because nothing may be allocated in a crash.
 template <typename Path>
 const wchar_t* insertProcessId(const std::wstring& path, Path& result)
 {
@@ -62,7 +63,8 @@ const wchar_t* insertProcessId(const std::wstring& path, Path& result)
     }
 }
 
-// The host's handler may show windows or start processes, which must not inherit the mask of our signal handler.
+// The host's handler may show windows or start processes, which must not inherit the mask of our signal
+// handler.
 void restoreSignals(const ucontext_t& interrupted)
 {
     Minidump::SignalMask::from(interrupted.uc_sigmask).without(crashSignalMask()).apply(SIG_SETMASK);
@@ -75,7 +77,7 @@ void CrashSteps::run(const siginfo_t& information, ucontext_t& context, bool isF
 {
     m_information = information;
     m_context = &context;
-    m_settings = &keepCrashSettings();
+    m_settings = &keepCrashSettings(); // one set for the whole crash, whatever the host's handler changes
     m_timer.prepare(onTimeLimit);
     chooseFiles(isForked);
     takeFrom(Step::WriteReport);
@@ -84,6 +86,8 @@ void CrashSteps::run(const siginfo_t& information, ucontext_t& context, bool isF
     letDefaultActionFollow(m_information, *m_context);
 }
 
+// Called in the signal handler of a step that has failed, above that step's frames. So it may not return: the
+// frames below belong to the failed step.
 void CrashSteps::goOn()
 {
     const Step failed = m_step;
@@ -97,9 +101,10 @@ void CrashSteps::goOn()
 void CrashSteps::goOnAtTimeLimit(const siginfo_t& information)
 {
     if (information.si_value.sival_int != static_cast<int>(m_step.load()))
-        return;
+        return; // the timer of an earlier step, which has ended in time
     if (m_watch.isOver())
         goOn();
+    // The step makes progress: look again later.
     m_timer.start(m_watch.standingStill(), information.si_value.sival_int);
 }
 
@@ -115,7 +120,7 @@ void CrashSteps::chooseFiles(bool isForked)
 void CrashSteps::takeFrom(Step first)
 {
     for (int step = static_cast<int>(first); step != static_cast<int>(Step::End); ++step) {
-        m_step = static_cast<Step>(step);
+        m_step = static_cast<Step>(step); // before the step: goOn() continues after this one if it fails
         take(m_step);
         m_timer.stop();
     }
@@ -138,13 +143,14 @@ void CrashSteps::take(Step step)
     }
 }
 
-// On the report thread: building the report allocates.
+// On the report thread, because building the report allocates, and this thread may hold the heap's lock.
 void CrashSteps::writeReport()
 {
     if (*m_reportPath != L'\0' && !CrashReportThread::instance().run(m_reportPath, timeForReport))
         ReportFile::abandonLast();
 }
 
+// The dump keeps to time limits of its own. Ours is for the case that the thread itself writes it.
 void CrashSteps::writeDump()
 {
     limitTime(timeForDump);
@@ -152,8 +158,9 @@ void CrashSteps::writeDump()
     WinUtil::DumpMiniDump(&exception, *m_dumpPath == L'\0' ? nullptr : m_dumpPath);
 }
 
-// The host's handler has no time limit, so a handler that hangs in the heap would hang for ever. An allocation
-// under a time limit tells beforehand: in a corrupt heap it crashes, or waits for a lock that is never released.
+// The host's handler has no time limit, so a handler that hangs in the heap would hang for ever. An
+// allocation under a time limit tells beforehand: in a corrupt heap it crashes, or waits for a lock that is
+// never released.
 void CrashSteps::tryHeap()
 {
     if (m_settings->sendCrashDump == nullptr)
@@ -171,7 +178,7 @@ void CrashSteps::callHandler()
     if (!m_isHeapUsable)
         limitTime(timeForHandlerWithoutHeap);
     restoreSignals(*m_context);
-    try {
+    try { // an exception must not leave a signal handler
         (*m_settings->sendCrashDump)(m_dumpPath);
     } catch (...) { // NOLINT(bugprone-empty-catch): the process ends all the same
     }

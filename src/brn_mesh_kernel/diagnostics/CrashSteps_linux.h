@@ -2,9 +2,9 @@
 /// \file
 /// Internal, not installed. The steps that the crash filter takes on the crashing thread.
 ///
-/// A signal interrupts a step that crashes or exceeds its time limit. The handler of that signal calls \ref goOn,
-/// which runs the remaining steps on the same stack, above the frames of the failed step. There are few steps, so
-/// the stack suffices.
+/// A signal interrupts a step that crashes or exceeds its time limit. The handler of that signal calls \ref
+/// goOn, which runs the remaining steps on the same stack, above the frames of the failed step. There are few
+/// steps, so the stack suffices.
 
 #include <array>
 #include <atomic>
@@ -28,8 +28,8 @@ public:
 
     /// Takes the steps after the one that has failed.
     [[noreturn]] void goOn();
-    /// The same, if \p information belongs to the time limit of the current step and that step makes no progress.
-    /// Returns otherwise.
+    /// The same, if \p information belongs to the time limit of the current step and that step makes no
+    /// progress. Returns otherwise.
     void goOnAtTimeLimit(const siginfo_t& information);
 
     /// Whether the current step has other ways when a sandbox forbids a system call.

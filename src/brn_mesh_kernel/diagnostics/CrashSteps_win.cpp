@@ -53,7 +53,8 @@ void exitAfterAWhile()
     exitAtOnce();
 }
 
-// Called by the system in a thread that ends.
+// Called by the system in a thread that ends. A handler that ends its thread would otherwise leave a process
+// that hangs.
 void WINAPI onEndOfHandlersThread(void* /*value*/)
 {
     exitAtOnce();
@@ -67,6 +68,7 @@ CrashSteps& CrashSteps::instance()
     return *steps;
 }
 
+// Makes all threads now: a crashing thread may hold the loader's lock, which a new thread needs.
 void CrashSteps::prepare(CrashFilter::ReportWriter writeReport)
 {
     g_writeReport = writeReport;
@@ -90,13 +92,16 @@ void CrashSteps::run(_EXCEPTION_POINTERS* exception, bool hasStack)
     exitAtOnce();
 }
 
-// The host's handler has no time limit, so a handler that hangs in the heap would hang for ever. Another thread
-// tries an allocation beforehand; if it does not return in time, the process is ended some seconds later.
+// The host's handler has no time limit, so a handler that hangs in the heap would hang for ever. Another
+// thread tries an allocation beforehand; if it does not return in time, the process is ended some seconds
+// later.
 void CrashSteps::callHandler(bool hasStack)
 {
     const bool isHeapUsable = m_handlerThread.run(allocateOnce, timeForHeap);
     if (!isHeapUsable)
         m_watchThread.run(exitAfterAWhile, 0);
+    // Hosts expect their handler on the crashing thread. Without stack it runs on another: on the report
+    // thread if the other is stuck in the heap.
     if (hasStack)
         callHandlerOnce();
     else if (isHeapUsable)

@@ -28,8 +28,8 @@ public:
 
     /// Whether the calling thread is one of those that take the steps.
     bool isOnOwnThread() const;
-    /// Called on one of those threads after it has crashed: lets the next step begin, and blocks this thread for
-    /// ever.
+    /// Called on one of those threads after it has crashed: lets the next step begin, and blocks this thread
+    /// for ever.
     [[noreturn]] void giveUpStep();
 
 private:

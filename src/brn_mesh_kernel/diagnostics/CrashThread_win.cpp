@@ -24,6 +24,8 @@ bool CrashThread::run(Work work, DWORD milliseconds)
     return !m_isLost;
 }
 
+// Waits by functions that need little stack, as after an overflow, and looks now and then whether the thread
+// gets on.
 bool CrashThread::waitForAnswer(DWORD milliseconds) const
 {
     if (milliseconds == 0 || milliseconds == INFINITE)
@@ -39,7 +41,7 @@ bool CrashThread::waitForAnswer(DWORD milliseconds) const
 
 void CrashThread::giveUp()
 {
-    SetEvent(m_answered);
+    SetEvent(m_answered); // with m_isDone still false, run() returns false
 }
 
 DWORD WINAPI CrashThread::main(void* self)

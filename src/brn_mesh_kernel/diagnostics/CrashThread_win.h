@@ -1,9 +1,10 @@
 #pragma once
 /// \file
-/// Internal, not installed. A thread that sleeps until a crash, and then does what the crashing thread cannot.
+/// Internal, not installed. A thread that sleeps until a crash, and then does what the crashing thread
+/// cannot.
 ///
-/// The crashing thread may have no stack left. It cannot start a thread then either, as it may hold the loader's
-/// lock, which a new thread needs.
+/// The crashing thread may have no stack left. It cannot start a thread then either, as it may hold the
+/// loader's lock, which a new thread needs.
 
 #include <windows.h>
 
@@ -21,9 +22,10 @@ public:
     /// Starts the thread, unless it runs already.
     void start();
 
-    /// Runs the work on the thread and waits for it. If the work does not finish in time, the thread is not used
-    /// again.
-    /// \param milliseconds the limit without any progress; the total limit is eight times that. `INFINITE`: no limit.
+    /// Runs the work on the thread and waits for it. If the work does not finish in time, the thread is not
+    /// used again.
+    /// \param milliseconds the limit without any progress; the total limit is eight times that. `INFINITE`:
+    /// no limit.
     /// \return whether the work has finished; false at once if there is no thread, or it is still busy.
     bool run(Work work, DWORD milliseconds);
 

@@ -19,7 +19,7 @@ EKvsStatus ExceptionHandler::Initialize()
 {
     CrashSettings settings = crashSettings();
     if (!settings.dumpFilePath.empty())
-        return Success; // another kernel of the process has set the paths, or this one before
+        return Success; // this kernel or another of the process has set the paths and installed the filter
     const std::wstring processName = Objects::Util::GetCurrentProcessName();
     settings.dumpFilePath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L".dmp");
     settings.commandLogPath = Objects::FileUtil::Combine(m_dumpDirectory, processName + L"_command_log.xml");
@@ -28,6 +28,7 @@ EKvsStatus ExceptionHandler::Initialize()
     return Success;
 }
 
+// Nothing is undone: crashes during and after shut-down are to be caught too.
 void ExceptionHandler::Terminate() {}
 
 const wchar_t* ExceptionHandler::DumpDirectory() const
@@ -38,6 +39,7 @@ const wchar_t* ExceptionHandler::DumpDirectory() const
 EKvsStatus ExceptionHandler::SetDumpDirectory(const wchar_t* directory)
 {
     m_dumpDirectory = directory;
+    // Until the next Initialize() a crash has no paths, and its dump goes to the folder for temporary files.
     CrashSettings settings = crashSettings();
     settings.dumpFilePath.clear();
     settings.commandLogPath.clear();
@@ -48,7 +50,7 @@ EKvsStatus ExceptionHandler::SetDumpDirectory(const wchar_t* directory)
 EKvsStatus ExceptionHandler::SetSendCrashDumpHandler(const std::function<bool(const wchar_t*)>& handler)
 {
     CrashSettings settings = crashSettings();
-    if (&handler == settings.sendCrashDump.get())
+    if (&handler == settings.sendCrashDump.get()) // set to itself: there is nothing to copy
         return Success;
     settings.sendCrashDump = handler ? std::make_shared<const Handler>(handler) : nullptr;
     publishCrashSettings(std::move(settings));

@@ -11,9 +11,9 @@
 ///
 /// Both functions are called on the thread that calls the kernel (the host's main thread), frames before
 /// memory, with no lock held. They must not call the kernel back. An exception passes through to the caller
-/// of the kernel, and the waypoint is not recorded; a call that was to open a run has not, and one that was to end a
-/// run or to replace the source has. The library never copies or deletes a source: the host
-/// keeps it alive until it has set another one or none, or has called `Kernel::Terminate()`.
+/// of the kernel, and the waypoint is not recorded; a call that was to open a run has not, and one that was
+/// to end a run or to replace the source has. The library never copies or deletes a source: the host keeps it
+/// alive until it has set another one or none, or has called `Kernel::Terminate()`.
 
 #include <cstdint>
 

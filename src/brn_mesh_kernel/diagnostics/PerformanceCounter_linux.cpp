@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::int64_t ticksPerSecond = 1'000'000'000;
 
+// The clock counts nanoseconds. Asking for its resolution tells whether there is such a clock at all.
 std::int64_t monotonicFrequency()
 {
     timespec resolution{};

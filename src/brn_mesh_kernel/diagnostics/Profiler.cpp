@@ -8,7 +8,8 @@ namespace Brennic::Core {
 
 namespace {
 
-// ticks * 1000 / frequency, without the overflow that the product meets after some months of nanoseconds.
+// Computes ticks * 1000 / frequency in two parts, because the product overflows after some months of
+// nanoseconds.
 std::int64_t toMilliseconds(std::int64_t ticks, std::int64_t frequency)
 {
     return ticks / frequency * 1000 + ticks % frequency * 1000 / frequency;
@@ -16,7 +17,7 @@ std::int64_t toMilliseconds(std::int64_t ticks, std::int64_t frequency)
 
 } // namespace
 
-// Clears the marks of a run that ends.
+// Clears the marks when a run ends, also if the host's source throws: a run that stayed open would never end.
 class Profiler::MarkReset
 {
 public:
@@ -58,7 +59,7 @@ void Profiler::Stop()
 {
     if (m_markCounter == 0)
         return;
-    const MarkReset reset(*this); // also if the source throws
+    const MarkReset reset(*this);
     AddWaypoint(L"END");
 }
 
@@ -66,6 +67,7 @@ EKvsStatus Profiler::AddWaypoint(const wchar_t* name)
 {
     if (m_markCounter == 0 || m_frequency == 0)
         return NotRunning;
+    // Ask the source and copy the name before reading the clock: if either throws, the mark has not moved.
     const std::int64_t frames = frameCount();
     const std::int64_t memory = memoryUsage();
     Waypoint waypoint{name, 0, frames - m_markFrames, memory - m_markMemory};
@@ -85,6 +87,8 @@ EKvsStatus Profiler::SetSource(IProfilerSource* source)
 {
     if (source == m_source)
         return Success;
+    // Stop() asks the earlier source once more, for the waypoint "END". If that throws, the source is
+    // replaced all the same: the host may destroy it now.
     try {
         Stop();
     } catch (...) {
@@ -123,6 +127,7 @@ std::int64_t Profiler::memoryUsage() const
     return m_source != nullptr ? m_source->MemoryUsage() : 0;
 }
 
+// The logger lower-cases the format: "Frame count" is logged as "frame count", and "%S" takes wide text.
 void LogWaypoints(const Profiler& profiler, ILogger& logger)
 {
     for (const Waypoint& waypoint : profiler.Waypoints())

@@ -1,7 +1,7 @@
 #pragma once
 /// \file
-/// Internal, not installed. The file of a report: written under a temporary name beside the final one, and renamed when
-/// it is complete.
+/// Internal, not installed. The file of a report: written under a temporary name beside the final one, and
+/// renamed when it is complete.
 ///
 /// Devices and FIFOs are written to directly, and so are files in folders where no file can be created.
 
@@ -27,8 +27,8 @@ public:
     /// Gives the file its name. \return whether it has it; if not, what was there before is still there.
     bool publish();
 
-    /// Removes the unpublished file of the report that was begun last, and prevents its publication. The crash filter
-    /// calls it when the time for the report is over. Safe in a signal handler.
+    /// Removes the unpublished file of the report that was begun last, and prevents its publication. The
+    /// crash filter calls it when the time for the report is over. Safe in a signal handler.
     static void abandonLast();
 
 private:

@@ -15,6 +15,7 @@ struct ReportFile::Platform
 
 namespace {
 
+// The file of the report that was begun last. The crash filter takes it when the report's time is over.
 std::atomic<Minidump::AtomicFile*> g_last{nullptr};
 
 // Sets errno, from which hosts explain the failure to their users.
@@ -31,6 +32,7 @@ ReportFile::ReportFile() : m_platform(std::make_unique<Platform>()) {}
 
 ReportFile::~ReportFile()
 {
+    // Only if it is still this one: another report may have begun since, or the crash filter has taken it.
     Minidump::AtomicFile* own = &m_platform->file;
     g_last.compare_exchange_strong(own, nullptr);
     m_platform->file.discard();

@@ -10,11 +10,12 @@ namespace Brennic::Core {
 struct ReportFile::Platform
 {
     Minidump::AtomicFile file;
-    std::string lines; // as the platform ends them
+    std::string lines; // the text with CR LF; kept between writes for its memory
 };
 
 namespace {
 
+// The file of the report that was begun last. The crash filter takes it when the report's time is over.
 std::atomic<Minidump::AtomicFile*> g_last{nullptr};
 
 } // namespace
@@ -23,6 +24,7 @@ ReportFile::ReportFile() : m_platform(std::make_unique<Platform>()) {}
 
 ReportFile::~ReportFile()
 {
+    // Only if it is still this one: another report may have begun since, or the crash filter has taken it.
     Minidump::AtomicFile* own = &m_platform->file;
     g_last.compare_exchange_strong(own, nullptr);
 }

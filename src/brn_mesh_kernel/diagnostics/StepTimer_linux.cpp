@@ -12,8 +12,8 @@ void StepTimer::prepare(Handler handler)
 {
     const int freeSignal =
         Minidump::findFreeSignal(Minidump::SignalSearch::FromLowest); // the dump takes the highest
-    m_signal = freeSignal != 0 ? freeSignal : SIGRTMIN;
-    m_timer = -1;
+    m_signal = freeSignal != 0 ? freeSignal : SIGRTMIN; // if the host uses all, take one of them
+    m_timer = -1;                                       // the kernel numbers timers from 0
     struct sigaction action
     {
     };
@@ -29,7 +29,7 @@ void StepTimer::start(std::int64_t milliseconds, int value)
     struct sigevent event
     {
     };
-    event.sigev_notify = SIGEV_THREAD_ID;
+    event.sigev_notify = SIGEV_THREAD_ID; // on this thread, and not on any that the system picks
     event.sigev_signo = m_signal;
     event.sigev_value.sival_int = value;
     event._sigev_un._tid = Minidump::threadId();

@@ -15,8 +15,9 @@ public:
 
     /// Reserves a real-time signal, if possible one that the host does not use.
     void prepare(Handler handler);
-    /// Makes the system call the handler on this thread in \p milliseconds, unless \ref stop is called before. The
-    /// handler finds \p value in the signal's information. If the system has no timer left, there is no limit.
+    /// Makes the system call the handler on this thread in \p milliseconds, unless \ref stop is called
+    /// before. The handler finds \p value in the signal's information. If the system has no timer left, there
+    /// is no limit.
     void start(std::int64_t milliseconds, int value);
     void stop();
 

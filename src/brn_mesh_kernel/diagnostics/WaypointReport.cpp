@@ -39,8 +39,8 @@ void addVersions(ptree& report)
     report.put("Profiler.FileVersion.<xmlattr>.version", Util::ConvertToChar(info.fileVersion));
 }
 
-// Writes numbers as the global locale does. A property tree's own translator would make a stream for each, and
-// shows 0.1 as 0.10000000000000001.
+// Writes numbers as the global locale does, through one stream. A property tree's own translator would make a
+// stream for each number, and write 0.1 as 0.10000000000000001.
 class NumberText : private std::streambuf
 {
 public:
@@ -49,7 +49,7 @@ public:
     /// The text of the integer, valid until the next call.
     std::string_view operator()(std::int32_t number)
     {
-        if (!m_isClassic)
+        if (!m_isClassic) // a locale of the host may group digits, or have another decimal point
             return print(number);
         char* const first = m_characters.data();
         const std::to_chars_result end = std::to_chars(first, first + m_characters.size(), number);
@@ -88,7 +88,7 @@ std::int32_t low32Bits(std::int64_t value)
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
 
-// The text as Boost's writer escapes it in an attribute.
+// Appends the text as Boost's writer escapes it in an attribute.
 void appendEscaped(std::string_view text, std::string& out)
 {
     if (!text.empty() && text.find_first_not_of(' ') == std::string_view::npos) {
@@ -118,8 +118,8 @@ void appendEscaped(std::string_view text, std::string& out)
     }
 }
 
-// Appends one waypoint's line, byte for byte as Boost's writer would, in a fraction of the time: a report may have
-// millions of them.
+// Appends one waypoint's line, byte for byte as Boost's writer would. A report may have millions of them, and
+// a tree of all took seven times as long as writing it (docs/performance.md).
 class WaypointLines
 {
 public:
@@ -140,7 +140,7 @@ private:
     NumberText m_text;
 };
 
-// The document with one empty element in place of the waypoints.
+// The document as Boost's writer makes it, with one empty element in place of the waypoints.
 std::string documentFrame(bool hasWaypoints)
 {
     ptree report;
