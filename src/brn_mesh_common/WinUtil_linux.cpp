@@ -8,6 +8,7 @@ namespace Brennic::WinUtil {
 
 namespace {
 
+// Milliseconds. Longer than a dump can take: its helpers have 25 seconds at most (DumpSession_linux.cpp).
 constexpr std::int64_t longestDump = 26'000;
 
 Minidump::Workspace g_workspace;
@@ -15,8 +16,8 @@ Minidump::Workspace g_workspace;
 // The thread that uses the workspace.
 Minidump::ThreadClaim g_claim;
 
-// The workspace for one dump at a time. The claim is taken over from a thread that crashed while it wrote a dump, and
-// from one that takes too long.
+// The workspace for one dump at a time. The claim is taken over from a thread that crashed while it wrote a
+// dump, and from one that takes too long.
 class WorkspaceClaim
 {
 public:
@@ -46,7 +47,7 @@ bool DumpMiniDump(_EXCEPTION_POINTERS* exception, const wchar_t* path)
     const WorkspaceClaim claim;
     if (exception != nullptr)
         return Minidump::DumpSession(g_workspace, exception->information, *exception->context, path).run();
-    ucontext_t here{};
+    ucontext_t here{}; // the registers of the caller, since no signal has recorded any
     getcontext(&here);
     return Minidump::DumpSession(g_workspace, nullptr, here, path).run();
 }

@@ -4,11 +4,15 @@
 ///
 /// The ways, in this order:
 /// 1. A helper process stops all threads with ptrace and writes.
-/// 2. Each thread records its own registers in a signal handler, and the helper writes; if the helper cannot, the
-///    calling thread writes.
+/// 2. Each thread records its own registers in a signal handler, and the helper writes; if the helper cannot,
+///    the calling thread writes.
 /// 3. The dump has the calling thread alone, in case another thread made the helper fail.
 ///
 /// If all fail, a line on standard error says why.
+///
+/// A dump takes shape in this order: TracedThreads or SignalledThreads stop the threads and fill the
+/// ThreadList, MemoryMap and ModuleList read `/proc`, DumpOutput finds a place for the file, DumpWriter
+/// writes the streams into a DumpFile, and AtomicFile gives it its name.
 
 #include <cstdint>
 

@@ -37,6 +37,8 @@ Kernel::Impl::Impl()
 
 Kernel::Impl::~Impl() = default;
 
+// The crash handler after the log system, whose file's directory it takes; the run last, so that it measures
+// none of this.
 EKvsStatus Kernel::Impl::Initialize()
 {
     logSystem->Initialize();

@@ -15,9 +15,9 @@ namespace Brennic::Core {
 namespace {
 
 // The library's own destructor runs after all static objects have been destroyed, Qt's included, which is too
-// late. Exit handlers run in reverse order of registration. The one that is registered when the library is loaded
-// runs before the destruction of static objects made earlier; the one that is registered with the host's
-// application object runs before the destruction of what the host's tasks may be using.
+// late. Exit handlers run in reverse order of registration. The one that is registered when the library is
+// loaded runs before the destruction of static objects made earlier; the one that is registered with the
+// host's application object runs before the destruction of what the host's tasks may be using.
 void detachAtExit()
 {
     callAtExit(&libraryDetached);
@@ -39,7 +39,7 @@ void detachEarlyAtExit()
 
 void libraryAttached()
 {
-    TaskWorker::guardThreadsBy(&makeCrashStack);
+    TaskWorker::guardThreadsBy(&makeCrashStack); // before there are workers
     WorkerThreads::watchApplication();
     GlobalQueues::initGlobalQueues();
     detachAtExit();

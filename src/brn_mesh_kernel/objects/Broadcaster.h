@@ -46,7 +46,8 @@ public:
     /// Thread: any.
     Broadcaster() = default;
 
-    /// Forgets the observers without notifying them. Notifications that are already queued are still delivered.
+    /// Forgets the observers without notifying them. Notifications that are already queued are still
+    /// delivered.
     /// Thread: any.
     virtual ~Broadcaster() { Broadcaster::removeAllObservers(); }
 
@@ -64,7 +65,8 @@ public:
     ///
     /// An observer that is added twice is called twice.
     /// \param observer what is called from now on.
-    /// \param notifyAsynchronously whether it is called in the GUI thread (`true`) or in the broadcasting one.
+    /// \param notifyAsynchronously whether it is called in the GUI thread (`true`) or in the broadcasting
+    /// one.
     ///
     /// Thread: any. Ownership: stays with the caller; the observer is held weakly.
     virtual void addObserver(const std::shared_ptr<T>& observer, bool notifyAsynchronously);
@@ -86,9 +88,9 @@ public:
     /// Calls the member function \p notify, with copies of \p arguments, on every observer.
     ///
     /// In the order of registration: the plain pointers and then the asynchronous observers, in the GUI
-    /// thread; the synchronous ones in the calling thread. An exception of a synchronous observer propagates to
-    /// the caller, and the synchronous ones after it are not called. While the process ends, notifications for
-    /// the GUI thread are dropped silently.
+    /// thread; the synchronous ones in the calling thread. An exception of a synchronous observer propagates
+    /// to the caller, and the synchronous ones after it are not called. While the process ends, notifications
+    /// for the GUI thread are dropped silently.
     ///
     /// Observers of the same thread that take an argument by constant reference are given the same one.
     /// Thread: any. Does not block by itself.
@@ -96,8 +98,8 @@ public:
     void broadcast(void (T::*notify)(Parameters...), std::decay_t<Parameters>... arguments);
 
 protected:
-    /// Calls \p notification, a callable that takes a `T&`, with every observer, as \ref broadcast does. It is
-    /// called as a constant; where there are observers for both threads each calls a copy of its own.
+    /// Calls \p notification, a callable that takes a `T&`, with every observer, as \ref broadcast does. It
+    /// is called as a constant; where there are observers for both threads each calls a copy of its own.
     /// Thread: any. Does not block by itself.
     template <typename Notification>
     void notifyObservers(Notification notification);
@@ -279,7 +281,8 @@ void Broadcaster<T>::notifyAll(const Snapshot<Entry>& observers, const Notificat
     std::for_each(observers.others.begin(), observers.others.end(), notifyOne);
 }
 
-/// Removes the observers that have been destroyed, and returns a snapshot of the others. Thread: any, under the lock.
+/// Removes the observers that have been destroyed, and returns a snapshot of the others. Thread: any, under
+/// the lock.
 template <typename T>
 template <typename Entry>
 typename Broadcaster<T>::template Snapshot<Entry>
@@ -292,7 +295,8 @@ Broadcaster<T>::removeNullObserversLocked(std::vector<Entry>& observers)
     return {observers.front(), {std::next(observers.begin()), observers.end()}};
 }
 
-// Whether the host has connected to newTaskArrived and so would notice that a callable without effect is not queued.
+// Whether a host is connected to newTaskArrived: it may rely on one arrival for each broadcast, also for one
+// without observers.
 template <typename T>
 bool Broadcaster<T>::isGuiArrivalObserved()
 {

@@ -50,6 +50,8 @@ struct Progress::ProgressImpl
         std::int64_t moved = 0;                    // by how many units it has moved the count
     };
 
+    // Stores the count and reports it. movedByParts says how much of the change comes from a part's report,
+    // and is not the work's own: a display takes it off (ProgressState::getFraction).
     void setCount(Progress& progress, int completedUnitCount, std::int64_t movedByParts = 0);
 
     std::shared_ptr<ProgressState> state;
@@ -68,6 +70,8 @@ void Progress::ProgressImpl::setCount(Progress& progress, int completedUnitCount
         if (kept->hasEnded()) // or destroy what it owns alone
             return;
     }
+    // To the delegate: Broadcaster.h calls the report (ProgressState::Report::operator()) with it, here or in
+    // the GUI thread. If the delegate is a parent, that is Progress::progressUpdated below.
     progress.notifyObservers(state->report(&progress));
 }
 
@@ -198,16 +202,20 @@ std::shared_ptr<ProgressState> Progress::getState() const
     return m_impl->state;
 }
 
+// A child reports to its parent, this object. Converts the change of the child's fraction into units of the
+// parent, and reports on from there.
 void Progress::progressUpdated(Progress* child, float fraction, const std::wstring&)
 {
     auto entry = m_impl->children.find(child);
-    if (entry == m_impl->children.end()) {
+    if (entry == m_impl->children.end()) { // never added, or known by no pointer: it stands for no units
         std::shared_ptr<Progress> stranger = child->shared_from_this();
         entry = m_impl->children.try_emplace(stranger.get()).first;
         entry->second.progress = std::move(stranger);
     }
     ProgressImpl::Child& known = entry->second;
     const int units = known.part == nullptr ? 0 : known.part->pendingUnitCount;
+    // Without keepsRemainders the change alone is truncated, in single precision, and its remainder is lost:
+    // hosts rely on the counts that come out.
     const double change =
         m_impl->keepsRemainders
             ? std::trunc(static_cast<double>(fraction) * units) - static_cast<double>(known.moved)
@@ -218,7 +226,9 @@ void Progress::progressUpdated(Progress* child, float fraction, const std::wstri
     const std::int64_t moved = std::int64_t{after} - before;
     known.moved += moved;
     m_impl->setCount(*this, after, moved);
-    static_cast<void>(getCompletedUnitCount()); // waits for a writer that stores the count at this moment
+    // Takes the count's lock once more: what another thread was storing at this moment is stored when this
+    // returns.
+    static_cast<void>(getCompletedUnitCount());
 }
 
 void Progress::progressCompleted(Progress* child, const std::wstring& description)

@@ -11,15 +11,15 @@
 ///     whole->setDelegate(statusBar, true);           // notified of every step, in the GUI thread
 ///     ++*reading;
 ///
-/// What the delegate is told loses fractions of units to truncation; hosts rely on the counts as they are. A display
-/// shows `getState()->getFraction()`, which is exact. A parent whose own count must arrive at its total has
-/// `setKeepsRemainders(true)`.
+/// What the delegate is told loses fractions of units to truncation; hosts rely on the counts as they are. A
+/// display shows `getState()->getFraction()`, which is exact. A parent whose own count must arrive at its
+/// total has `setKeepsRemainders(true)`.
 ///
 ///     whole->cancel(); // from any thread; the work asks `isCancelled()`, or has set a handler
 ///
-/// Each time the count is set, it is reported to the delegate, even if it stays the same. A child's delegate is
-/// its parent. The parent changes its own count by the change of the child's fraction times the pending count,
-/// truncated to an integer, and reports in turn, up to the root.
+/// Each time the count is set, it is reported to the delegate, even if it stays the same. A child's delegate
+/// is its parent. The parent changes its own count by the change of the child's fraction times the pending
+/// count, truncated to an integer, and reports in turn, up to the root.
 ///
 /// Threads: the completed count may be set and read from any thread. One thread at a time may report to the
 /// same parent, as its list of children has no lock; and nothing else of an object may be changed while
@@ -28,6 +28,8 @@
 ///
 /// Lifetime: a progress that gets children must be owned by a `std::shared_ptr`. It owns its children, until
 /// its end; they hold it weakly. Receivers and watchers may release the last pointer to what reports to them.
+///
+/// docs/progress.md follows one update from `++*reading` to the receiver.
 
 #include <functional>
 #include <memory>
@@ -61,7 +63,8 @@ public:
     Progress(int totalUnitCount = -1, // NOLINT(google-explicit-constructor)
              const std::wstring& description = std::wstring());
 
-    /// Releases the children. Nothing is reported to the delegate; watchers of the state are notified of the end.
+    /// Releases the children. Nothing is reported to the delegate; watchers of the state are notified of the
+    /// end.
     /// Thread: any.
     ~Progress() override;
 
@@ -85,8 +88,8 @@ public:
     /// Thread: any.
     int getCompletedUnitCount();
 
-    /// Adds \p unitCount, which may be negative, to the completed count and reports as a set does. The count stops
-    /// at the ends of the range of `int`.
+    /// Adds \p unitCount, which may be negative, to the completed count and reports as a set does. The count
+    /// stops at the ends of the range of `int`.
     /// Thread: any; two calls at the same moment can count as one.
     void incrementCompletedUnitCount(int unitCount);
 
@@ -98,8 +101,8 @@ public:
     /// Thread: any; two calls at the same moment can count as one.
     int operator+=(int unitCount);
 
-    /// Returns the completed count divided by the total, not limited to 0 to 1: above 1 if more than the total is
-    /// completed, infinite or not a number if the total is 0.
+    /// Returns the completed count divided by the total, not limited to 0 to 1: above 1 if more than the
+    /// total is completed, infinite or not a number if the total is 0.
     /// Thread: any.
     float getFractionCompleted();
 
@@ -114,12 +117,12 @@ public:
     /// Makes \p child a part that stands for \p pendingUnitCount units of this object's total.
     ///
     /// This object becomes the child's delegate in place of any other, and its total grows to the sum of its
-    /// children's units where it is smaller, at most to the largest `int`. Nothing is reported. Ignored are an
-    /// empty pointer, a child that is there already, this object, and what it is a part of, over whatever levels.
-    /// If no shared pointer owns this object, the child is left without a delegate.
+    /// children's units where it is smaller, at most to the largest `int`. Nothing is reported. Ignored are
+    /// an empty pointer, a child that is there already, this object, and what it is a part of, over whatever
+    /// levels. If no shared pointer owns this object, the child is left without a delegate.
     ///
-    /// A tree has at most 256 levels, including the root's. A child keeps its level below former parents, even after
-    /// their destruction.
+    /// A tree has at most 256 levels, including the root's. A child keeps its level below former parents,
+    /// even after their destruction.
     /// \throws std::length_error if the child, or what is below it, would lie deeper; nothing is changed.
     /// Thread: any, but no other thread may use this object, report on its children, or add to what is below
     /// \p child meanwhile.
@@ -128,9 +131,10 @@ public:
 
     /// Carries what truncation cuts from a child's report over to its next one.
     ///
-    /// A child that completes has then moved this object's count by exactly its pending count, whatever the totals and
-    /// the steps are. Without it, which is the default, the rest of each report is lost: 100 steps of 1 on 100 pending
-    /// units move the count by 31. What `getState()->getFraction()` returns does not depend on it.
+    /// A child that completes has then moved this object's count by exactly its pending count, whatever the
+    /// totals and the steps are. Without it, which is the default, the rest of each report is lost: 100 steps
+    /// of 1 on 100 pending units move the count by 31. What `getState()->getFraction()` returns does not
+    /// depend on it.
     /// Thread: any, but no child may report meanwhile.
     void setKeepsRemainders(bool keepsRemainders);
 
@@ -142,16 +146,17 @@ public:
     /// Thread: any.
     bool isCancelled() const;
 
-    /// Has \p handler called when this object is cancelled, by itself or with what it is a part of: once, in the
-    /// cancelling thread, with no lock held. If it is cancelled already, the handler is called at once, in this thread.
-    /// It replaces an earlier one, is released at the end of this object, and may be empty.
+    /// Has \p handler called when this object is cancelled, by itself or with what it is a part of: once, in
+    /// the cancelling thread, with no lock held. If it is cancelled already, the handler is called at once,
+    /// in this thread. It replaces an earlier one, is released at the end of this object, and may be empty.
     /// \throws what the handler throws, if it is called at once.
-    /// Thread: any. Ownership: the handler is copied; what it refers to must live until it has been replaced or this
-    /// object has ended, and no cancellation is under way.
+    /// Thread: any. Ownership: the handler is copied; what it refers to must live until it has been replaced
+    /// or this object has ended, and no cancellation is under way.
     void setCancelHandler(std::function<void()> handler);
 
-    /// Says that the work has failed, and why, for people. Nothing is reported to the delegate, and nothing else
-    /// changes: neither the counts nor the parts, nor what this is a part of. Displays show the last text.
+    /// Says that the work has failed, and why, for people. Nothing is reported to the delegate, and nothing
+    /// else changes: neither the counts nor the parts, nor what this is a part of. Displays show the last
+    /// text.
     /// Thread: any that keeps this object until it returns; watchers are called in it.
     void fail(const std::wstring& text);
 
@@ -169,8 +174,8 @@ public:
     std::shared_ptr<ProgressState> getState() const;
 
     /// Takes the report of a child: moves the completed count by the change of the child's fraction times its
-    /// units, in single precision and truncated, and reports. A change that is not a number counts as 0, and one
-    /// beyond the range of `int` as the nearest `int`. The child's description is not used.
+    /// units, in single precision and truncated, and reports. A change that is not a number counts as 0, and
+    /// one beyond the range of `int` as the nearest `int`. The child's description is not used.
     /// Thread: that of the report; one at a time.
     void progressUpdated(Progress* child, float fraction, const std::wstring& description) override;
 

@@ -22,7 +22,8 @@ namespace Brennic::Core {
 
 namespace {
 
-// Reports, and the ends of objects, go through the levels on the stack: about a kilobyte each without optimization.
+// Reports, and the ends of objects, go through the levels on the stack: about a kilobyte each without
+// optimization.
 constexpr int levelCount = 256;
 
 // Replaced as a whole, so that a report only copies the pointer.
@@ -76,9 +77,9 @@ struct ProgressState::ProgressStateImpl
     std::shared_ptr<const Watchers> watchers; // guarded by mutex
 };
 
-// Returns false if whole is reachable from part. A subtree that already lies deep enough is skipped: whole would
-// have to lie deeper still to be in it. So a part that many parents share is visited once, not once for each of
-// them.
+// Returns false if whole is reachable from part. A subtree that already lies deep enough is skipped: whole
+// would have to lie deeper still to be in it. So a part that many parents share is visited once, not once for
+// each of them.
 bool ProgressState::ProgressStateImpl::collectLevels(const ProgressState& part, int newLevel,
                                                      const ProgressState& whole, Levels& levels)
 {
@@ -124,6 +125,8 @@ void ProgressState::ProgressStateImpl::cancelAll(ProgressState& state, Cancelled
     }
 }
 
+// Calls a receiver with what was true when the report was made: it may be called in the GUI thread, much
+// later.
 void ProgressState::Report::operator()(ProgressReportingProtocol& receiver) const
 {
     if (completedUnitCount >= totalUnitCount)
@@ -159,6 +162,8 @@ bool ProgressState::hasEnded() const
     return m_impl->hasEnded;
 }
 
+// The count without what the parts' reports have moved it by, which truncation has spoiled, and with the
+// exact fractions of the parts in its place.
 double ProgressState::getFraction() const
 {
     const double total = m_impl->totalUnitCount;

@@ -2,7 +2,8 @@
 /// \file
 /// The table of the library's own queues, one for each service class. Not installed.
 ///
-/// Threads: `find` may be called from any thread at any time; the others are for the library's entry point.
+/// Threads: `find` may be called from any thread at any time. The others are for the library's entry point
+/// (kernel/LibraryEntry.cpp), which makes the queues when the library is loaded.
 
 #include <brn_mesh_kernel/tasks/EQualityOfService.h>
 

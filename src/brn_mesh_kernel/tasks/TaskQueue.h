@@ -141,7 +141,7 @@ private:
     std::shared_ptr<Task> findAndRemoveTask(Task* pTask);
     void addWhileAllWait(std::shared_ptr<Task> task);
 
-    std::shared_ptr<TaskQueueCore> m_core;
+    std::shared_ptr<TaskQueueCore> m_core; // what the workers share and keep beyond the queue's end
 };
 
 } // namespace Brennic::Core

@@ -103,6 +103,7 @@ public:
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
+    // The first call reports that the event has arrived, each further one that the job before has run.
     bool take(TaskJob& job)
     {
         m_core.post(m_isBusy ? m_core.scheduler.takeNext(m_worker, job)
