@@ -20,8 +20,8 @@ namespace {
 
 // The thread that handles the crash.
 Minidump::ThreadClaim g_claim;
-// The process that installed the filter first. A forked child inherits the filter, and must not replace the
-// parent's files: it is told by its other process id.
+// The process that installed the filter first. A forked child inherits the filter and has another process id:
+// it writes files of its own, not its parent's.
 std::atomic<std::int32_t> g_homeProcess{0};
 CrashSteps g_steps;
 std::atomic<const CrashStack*> g_stackOfMainThread{nullptr};

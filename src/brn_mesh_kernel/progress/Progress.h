@@ -11,7 +11,7 @@
 ///     whole->setDelegate(statusBar, true);           // notified of every step, in the GUI thread
 ///     ++*reading;
 ///
-/// What the delegate is told loses fractions of units to truncation; hosts rely on the counts as they are. A
+/// The counts that the delegate receives lose fractions of units to truncation, and hosts rely on them. A
 /// display shows `getState()->getFraction()`, which is exact. A parent whose own count must arrive at its
 /// total has `setKeepsRemainders(true)`.
 ///
