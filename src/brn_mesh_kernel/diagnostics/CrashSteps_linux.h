@@ -17,7 +17,8 @@
 
 namespace Brennic::Core {
 
-/// Lies zeroed in static storage: the steps are taken once in the life of a process.
+/// Lies zeroed in static storage, because nothing can be allocated in a crash. The steps are taken once in
+/// the life of a process.
 class CrashSteps
 {
 public:

@@ -1,6 +1,7 @@
 #pragma once
 /// \file
-/// The readable side of a `Progress`: for other threads, while the work goes on and after the progress is destroyed.
+/// The readable side of a `Progress`: for other threads, while the work goes on and after the progress is
+/// destroyed.
 ///
 ///     const std::shared_ptr<Brennic::Core::ProgressState> state = progress->getState();
 ///     state->addWatcher(flag); // a std::shared_ptr, called in the thread that changes something
@@ -8,13 +9,14 @@
 ///     for (const auto& part : state->getParts())
 ///         show(part.state->getDescription(), part.pendingUnitCount);
 ///
-/// A display keeps the state and not the progress. So it does not extend the lifetime of the work's objects, does not
-/// destroy them in its own thread, and still has their last values. Watchers do not replace the progress's delegate.
+/// A display keeps the state and not the progress. So it does not extend the lifetime of the work's objects,
+/// does not destroy them in its own thread, and still has their last values. Watchers do not replace the
+/// progress's delegate.
 ///
 /// Threads: every operation may be called from any thread, at any time.
 ///
-/// Lifetime: shared by its progress and by all callers of `getState()`. It shares the states of the parts. Watchers
-/// are held weakly: they are no longer called once their owner releases them.
+/// Lifetime: shared by its progress and by all callers of `getState()`. It shares the states of the parts.
+/// Watchers are held weakly: they are no longer called once their owner releases them.
 
 #include <cstddef>
 #include <cstdint>
@@ -73,14 +75,14 @@ public:
 
     /// Returns the part of the work that is completed, from 0 to 1; 0 while the total is not known.
     ///
-    /// It is computed from the fractions of the parts, in double precision. So it has what `getCompletedUnitCount` loses
-    /// to truncation: it reaches 1 when all parts are complete. What the progress counted by itself, beside the
-    /// reports of its parts, adds to it.
+    /// It is computed from the fractions of the parts, in double precision. So it has what
+    /// `getCompletedUnitCount` loses to truncation: it reaches 1 when all parts are complete. What the
+    /// progress counted by itself, beside the reports of its parts, adds to it.
     /// Thread: any. Visits all parts.
     BRN_MESH_KERNEL_EXPORT double getFraction() const;
 
-    /// Returns how the work stands. A part that fails or is cancelled does not change the status of the whole: the
-    /// work decides what follows from it.
+    /// Returns how the work stands. A part that fails or is cancelled does not change the status of the
+    /// whole: the work decides what follows from it.
     /// Thread: any. Visits parts until one is not waiting.
     BRN_MESH_KERNEL_EXPORT EProgressStatus getStatus() const;
 
@@ -88,14 +90,15 @@ public:
     /// Thread: any.
     BRN_MESH_KERNEL_EXPORT std::wstring getFailure() const;
 
-    /// Asks the work to stop: it and all its parts are cancelled from now on, those that are added later too. What it is
-    /// a part of is not. The second call does nothing.
+    /// Asks the work to stop: it and all its parts are cancelled from now on, those that are added later too.
+    /// What it is a part of is not. The second call does nothing.
     ///
-    /// First all are cancelled, then the handlers (`Progress::setCancelHandler`) are called, then the watchers, with
-    /// a null pointer for the sender. What a handler throws leaves this function after all have been called, the first
-    /// of several exceptions. Counts stay as they are, and reports go on: the work itself decides when it stops.
-    /// Thread: any, also after the progress has been destroyed; handlers and watchers are called in it, with no lock
-    /// held. Ownership: the caller's pointer to this object must stay until it returns.
+    /// First all are cancelled, then the handlers (`Progress::setCancelHandler`) are called, then the
+    /// watchers, with a null pointer for the sender. What a handler throws leaves this function after all
+    /// have been called, the first of several exceptions. Counts stay as they are, and reports go on: the
+    /// work itself decides when it stops.
+    /// Thread: any, also after the progress has been destroyed; handlers and watchers are called in it, with
+    /// no lock held. Ownership: the caller's pointer to this object must stay until it returns.
     BRN_MESH_KERNEL_EXPORT void cancel();
 
     /// Whether the work was asked to stop.
@@ -114,10 +117,10 @@ public:
     /// Notifies \p watcher of every change, independently of the delegate. An empty pointer is ignored.
     ///
     /// It is called after each set of the count, before the delegate is, and in the same way; and besides
-    /// after a change of the total, the description or the parts, after a cancellation (with a null pointer for the
-    /// sender) and a failure, and in the destructor of the progress, when \ref hasEnded. A watcher that is added
-    /// twice is called twice. Its exceptions propagate to the caller that made the change, and the watchers after it
-    /// and the delegate are not called; during the destructor they are dropped.
+    /// after a change of the total, the description or the parts, after a cancellation (with a null pointer
+    /// for the sender) and a failure, and in the destructor of the progress, when \ref hasEnded. A watcher
+    /// that is added twice is called twice. Its exceptions propagate to the caller that made the change, and
+    /// the watchers after it and the delegate are not called; during the destructor they are dropped.
     /// Thread: any; the watcher is called in the thread that makes the change, with no locks held.
     /// Ownership: stays with the caller; the watcher is held weakly.
     BRN_MESH_KERNEL_EXPORT void addWatcher(const std::shared_ptr<ProgressReportingProtocol>& watcher);
@@ -140,6 +143,8 @@ private:
     ProgressState(int totalUnitCount, const std::wstring& description);
 
     void setTotalUnitCount(int totalUnitCount);
+    // movedByParts is how much of the change comes from a part's report: getFraction() computes that part
+    // anew.
     void setCompletedUnitCount(int completedUnitCount, std::int64_t movedByParts = 0);
     void setDescription(const std::wstring& description);
     const Part* addPart(const std::shared_ptr<ProgressState>& part, int pendingUnitCount);
