@@ -63,9 +63,9 @@ QThread::Priority threadPriority(EQualityOfService qos)
 
 } // namespace
 
-// An event that Qt drops tells the scheduler so from its destructor, or the worker would count as notified
-// for ever. Qt drops events when a job runs an event loop while there is no application object. The GUI queue
-// is not scheduled, so its events have nothing to tell.
+// An event that is dropped tells the scheduler so from its destructor, or the worker would count as notified
+// for ever. Qt drops it if a job runs an event loop while there is no application object, and discardEvents()
+// takes it back. The GUI queue is not scheduled, so its events have nothing to tell.
 class TaskWorker::WorkerEvent : public QEvent
 {
 public:
