@@ -3,8 +3,8 @@
 /// The part of a queue that its workers share. They outlive the queue, since it is often a worker that
 /// destroys it, and keep the core. Not installed.
 ///
-/// Read first `TaskQueueCore::add`, by which every pending task gets here, and `TaskWorker::event`, which runs
-/// it.
+/// Read first `TaskQueueCore::add`, by which every pending task gets here, and `TaskWorker::event`, which
+/// runs it.
 ///
 /// Threads: every function may be called from any thread.
 
