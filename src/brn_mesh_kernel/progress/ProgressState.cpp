@@ -60,6 +60,9 @@ struct ProgressState::ProgressStateImpl
     template <typename Predicate>
     bool isAnyPart(Predicate predicate);
 
+    // Whether a unit is completed, or a part is no longer waiting.
+    bool hasBegun();
+
     tbb::spin_rw_mutex countLock;
     int completedUnitCount = 0;    // guarded by countLock, like the next
     std::int64_t movedByParts = 0; // what the reports of the parts have added to it
@@ -125,6 +128,19 @@ void ProgressState::ProgressStateImpl::cancelAll(ProgressState& state, Cancelled
     }
 }
 
+bool ProgressState::ProgressStateImpl::hasBegun()
+{
+    {
+        const tbb::spin_rw_mutex::scoped_lock lock(countLock, false);
+        if (completedUnitCount != 0)
+            return true;
+    }
+    return isAnyPart([](const Part& part) {
+        ProgressStateImpl& impl = *part.state->m_impl;
+        return impl.hasFailed || impl.hasEnded || impl.cancellation.isCancelled() || impl.hasBegun();
+    });
+}
+
 // Calls a receiver with what was true when the report was made: it may be called in the GUI thread, much
 // later.
 void ProgressState::Report::operator()(ProgressReportingProtocol& receiver) const
@@ -181,22 +197,21 @@ double ProgressState::getFraction() const
     return std::clamp(units / total, 0.0, 1.0);
 }
 
+// Whether it has ended is read first: the counts are the last ones then.
 EProgressStatus ProgressState::getStatus() const
 {
+    const bool isOver = hasEnded();
     const int completed = getCompletedUnitCount();
     const int total = getTotalUnitCount();
     if (m_impl->hasFailed)
         return EProgressStatus::Failed;
-    if (total > 0 && completed >= total)
+    if (total > 0 && (completed >= total || getFraction() >= 1))
         return EProgressStatus::Complete;
     if (isCancelled())
         return EProgressStatus::Cancelled;
-    if (hasEnded())
+    if (isOver)
         return EProgressStatus::Ended;
-    const bool isRunning = completed != 0 || m_impl->isAnyPart([](const Part& part) {
-        return part.state->getStatus() != EProgressStatus::Waiting;
-    });
-    return isRunning ? EProgressStatus::Running : EProgressStatus::Waiting;
+    return m_impl->hasBegun() ? EProgressStatus::Running : EProgressStatus::Waiting;
 }
 
 std::wstring ProgressState::getFailure() const

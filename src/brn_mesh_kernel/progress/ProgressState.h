@@ -36,7 +36,7 @@ class ProgressReportingProtocol;
 enum class EProgressStatus
 {
     Failed,    ///< `Progress::fail` was called.
-    Complete,  ///< The completed count has reached a total that is known.
+    Complete,  ///< The completed count, or the exact fraction, has reached a total that is known.
     Cancelled, ///< It was cancelled, by itself or with what it is a part of.
     Ended,     ///< The progress was destroyed before its count reached the total.
     Running,   ///< Something is completed, or a part is no longer waiting.
@@ -81,9 +81,9 @@ public:
     /// Thread: any. Visits all parts.
     BRN_MESH_KERNEL_EXPORT double getFraction() const;
 
-    /// Returns how the work stands. A part that fails or is cancelled does not change the status of the
-    /// whole: the work decides what follows from it.
-    /// Thread: any. Visits parts until one is not waiting.
+    /// Returns how the work stands. A part that fails or is cancelled does not change the status of the whole: the
+    /// work decides what follows from it.
+    /// Thread: any. Visits all parts.
     BRN_MESH_KERNEL_EXPORT EProgressStatus getStatus() const;
 
     /// Returns the text of `Progress::fail`; empty while it has not been called.

@@ -264,6 +264,21 @@ TEST_F(CancellationTest, aFailureHasATextAndIsToldToWatchers)
     EXPECT_FALSE(part->isCancelled());
 }
 
+TEST(CancelledProgressTest, workWhosePartsAreCompleteIsCompleteThoughItsCountIsTruncated)
+{
+    const auto work = std::make_shared<Progress>(0);
+    const auto steps = std::make_shared<Progress>(100);
+    work->addChildWithPendingCount(steps, 100);
+    for (int i = 0; i < 99; ++i)
+        ++*steps;
+    EXPECT_EQ(work->getState()->getStatus(), EProgressStatus::Running);
+    ++*steps;
+    EXPECT_EQ(work->getCompletedUnitCount(), 31);
+    EXPECT_EQ(work->getState()->getStatus(), EProgressStatus::Complete);
+    work->cancel();
+    EXPECT_EQ(work->getState()->getStatus(), EProgressStatus::Complete);
+}
+
 TEST(CancelledProgressTest, theEndOfWorkThatIsNotCompleteIsAStatus)
 {
     auto progress = std::make_shared<Progress>(2);
