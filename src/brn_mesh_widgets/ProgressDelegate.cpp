@@ -29,9 +29,15 @@ bool hasProgress(const QModelIndex& index)
     return index.data(ProgressModel::StateRole).isValid();
 }
 
-bool isIndeterminate(const QModelIndex& index)
+ProgressModel::State stateOf(const QModelIndex& index)
 {
-    return index.data(ProgressModel::StateRole).toInt() == ProgressModel::Indeterminate;
+    return static_cast<ProgressModel::State>(index.data(ProgressModel::StateRole).toInt());
+}
+
+bool hasStopped(ProgressModel::State state)
+{
+    return state == ProgressModel::Ended || state == ProgressModel::Cancelled ||
+           state == ProgressModel::Failed;
 }
 
 QStyle* styleOf(const QStyleOptionViewItem& option)
@@ -51,6 +57,15 @@ QStyleOptionProgressBar barOption(const QStyleOptionViewItem& option, const QMod
     bar.maximum = 1000;
     bar.progress = static_cast<int>(bar.maximum * index.data(ProgressModel::FractionRole).toDouble());
     bar.text = index.data(Qt::DisplayRole).toString();
+    const ProgressModel::State state = stateOf(index);
+    if (hasStopped(state)) { // in the colours of what is disabled; the text stays legible
+        const QColor text = bar.palette.color(QPalette::Text);
+        bar.palette.setCurrentColorGroup(QPalette::Disabled);
+        bar.palette.setColor(QPalette::Disabled, QPalette::Text, text);
+        bar.state &= ~QStyle::State_Enabled;
+        if (bar.text.isEmpty())
+            bar.text = ProgressModel::stateText(state);
+    }
     bar.textVisible = !bar.text.isEmpty();
     bar.textAlignment = Qt::AlignCenter;
     return bar;
@@ -151,7 +166,7 @@ void ProgressDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     painter->save();
     styleOf(item)->drawControl(QStyle::CE_ItemViewItem, &item, painter, item.widget);
     const QStyleOptionProgressBar bar = barOption(item, index);
-    if (isIndeterminate(index)) {
+    if (stateOf(index) == ProgressModel::Indeterminate) {
         paintIndeterminate(painter, bar, item, m_impl->time.elapsed());
         m_impl->keepMoving(item.widget, index);
     } else {

@@ -5,7 +5,8 @@
 ///     treeView->setItemDelegateForColumn(ProgressModel::ProgressColumn, new ProgressDelegate(treeView));
 ///
 /// Where the total is not known, a piece of the bar runs to and fro. Only such cells are drawn again, and only
-/// while a view shows one: hidden, scrolled away or complete, they cost nothing. Cells without the model's
+/// while a view shows one: hidden, scrolled away or complete, they cost nothing. The bar of work that was cancelled,
+/// has failed or has ended too early stands still, in the colours of what is disabled. Cells without the model's
 /// roles are drawn as usual.
 ///
 /// Threads: GUI thread.

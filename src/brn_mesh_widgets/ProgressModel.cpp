@@ -1,5 +1,7 @@
 #include <brn_mesh_widgets/ProgressModel.h>
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include <brn_mesh_widgets/FrameClock.h>
@@ -14,12 +16,25 @@ const ProgressNode& nodeOf(const QModelIndex& index)
     return *static_cast<const ProgressNode*>(index.internalPointer());
 }
 
-// Rounded down, so that only a complete progress shows 100 %.
+// Rounded down, so that only what is complete shows 100 %. A hundredth that no double can hold is shown all the same.
 QString percentage(const ProgressNode& node)
 {
+    constexpr double roundingError = 1e-9;
     if (node.totalUnitCount() <= 0)
         return {};
-    return ProgressModel::tr("%1 %").arg(static_cast<int>(100 * node.fraction()));
+    const int percent =
+        node.fraction() < 1 ? std::min(99, static_cast<int>(100 * node.fraction() + roundingError)) : 100;
+    return ProgressModel::tr("%1 %").arg(percent);
+}
+
+// Only what the other cells do not say.
+QVariant toolTip(const ProgressNode& node)
+{
+    if (node.state() != ProgressModel::Failed || node.failure().isEmpty())
+        return {};
+    return ProgressModel::tr("%1: %2")
+        .arg(ProgressModel::stateText(node.state()), node.failure())
+        .toHtmlEscaped();
 }
 
 QVariant pendingUnits(const ProgressNode& node)
@@ -81,22 +96,26 @@ void ProgressModel::ProgressModelImpl::setRoot(const std::shared_ptr<Core::Progr
     nodes.push_back(root.get());
     for (std::size_t i = 0; i < nodes.size(); ++i) { // which grows meanwhile
         nodes[i]->takeChange();                      // before it is read
-        nodes[i]->read();
         append(*nodes[i], nodes[i]->newParts());
     }
+    // From below: what is computed from parts is read when all of them are watched.
+    std::for_each(nodes.rbegin(), nodes.rend(), [](ProgressNode* node) {
+        node->markStale();
+        node->readIfStale();
+    });
 }
 
 void ProgressModel::ProgressModelImpl::refresh()
 {
-    std::vector<ProgressNode*> changed;
     for (std::size_t i = 0; i < nodes.size(); ++i) { // which grows meanwhile
-        ProgressNode& node = *nodes[i];
-        if (!node.takeChange())
+        if (!nodes[i]->takeChange())
             continue;
-        if (node.read())
-            changed.push_back(&node);
-        appendNewRows(node);
+        nodes[i]->markStale();
+        appendNewRows(*nodes[i]);
     }
+    std::vector<ProgressNode*> changed;
+    std::copy_if(nodes.begin(), nodes.end(), std::back_inserter(changed),
+                 [](ProgressNode* node) { return node->readIfStale(); });
     announce(changed);
     Q_EMIT model.refreshed();
 }
@@ -169,6 +188,10 @@ QString ProgressModel::stateText(State state)
         return tr("complete");
     case Ended:
         return tr("ended");
+    case Cancelled:
+        return tr("cancelled");
+    case Failed:
+        return tr("failed");
     }
     return {};
 }
@@ -209,6 +232,8 @@ QVariant ProgressModel::data(const QModelIndex& index, int role) const
     case Qt::TextAlignmentRole:
         return index.column() == PendingUnitsColumn ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter))
                                                     : QVariant();
+    case Qt::ToolTipRole:
+        return toolTip(node);
     case DescriptionRole:
         return node.description();
     case FractionRole:
@@ -221,6 +246,8 @@ QVariant ProgressModel::data(const QModelIndex& index, int role) const
         return node.totalUnitCount();
     case PendingUnitsRole:
         return pendingUnits(node);
+    case FailureRole:
+        return node.failure();
     default:
         return {};
     }
@@ -253,6 +280,7 @@ QHash<int, QByteArray> ProgressModel::roleNames() const
     names.insert(CompletedUnitsRole, "completedUnits");
     names.insert(TotalUnitsRole, "totalUnits");
     names.insert(PendingUnitsRole, "pendingUnits");
+    names.insert(FailureRole, "failure");
     return names;
 }
 

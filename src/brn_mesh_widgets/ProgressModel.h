@@ -9,7 +9,7 @@
 ///                                        new Brennic::Widgets::ProgressDelegate(treeView));
 ///
 /// The one top-level row is the root. Parts that are added later appear, in the order of their addition. The
-/// model watches the progress, and leaves its delegate to the host.
+/// model watches the progress, and leaves its delegate to the host. The tool tip of a row that has failed says why.
 ///
 /// Threads: the model belongs to the GUI thread. The tree may be reported on, grow and be destroyed in any
 /// threads. A report only marks what has changed and never blocks; the model reads it in the GUI thread, at most once
@@ -48,22 +48,25 @@ public:
     enum Role
     {
         DescriptionRole = Qt::UserRole + 1, ///< QString
-        FractionRole,                       ///< double, 0 to 1; 0 while the total is not known
-        StateRole,                          ///< int, a \ref State
-        CompletedUnitsRole,                 ///< int
-        TotalUnitsRole,                     ///< int, 0 or less if it is not known
-        PendingUnitsRole                    ///< int; invalid for the root
+        FractionRole,       ///< double, 0 to 1, exact from the parts; 0 while the total is not known
+        StateRole,          ///< int, a \ref State
+        CompletedUnitsRole, ///< int
+        TotalUnitsRole,     ///< int, 0 or less if it is not known
+        PendingUnitsRole,   ///< int; invalid for the root
+        FailureRole         ///< QString, the text of `Progress::fail`; empty if it was not called
     };
     Q_ENUM(Role)
 
-    /// Where a progress is.
+    /// How a progress stands: `ProgressState::getStatus`, and besides whether its total is known.
     enum State
     {
         Waiting,       ///< nothing is completed yet
         Running,       ///< a part is completed
-        Indeterminate, ///< the total is not known
+        Indeterminate, ///< the total is not known, and the work waits or runs
         Complete,      ///< the total is completed
-        Ended          ///< the progress was destroyed before it was complete
+        Ended,         ///< the progress was destroyed before it was complete
+        Cancelled,     ///< the work was asked to stop before it was complete
+        Failed         ///< the work has said that it failed
     };
     Q_ENUM(State)
 

@@ -1,10 +1,43 @@
 #include <brn_mesh_widgets/ProgressNode.h>
 
-#include <algorithm>
 #include <tuple>
 #include <utility>
 
 namespace Brennic::Widgets {
+
+namespace {
+
+bool isUnknown(int totalUnitCount)
+{
+    return totalUnitCount <= 0;
+}
+
+ProgressModel::State toState(Core::EProgressStatus status, int totalUnitCount)
+{
+    switch (status) {
+    case Core::EProgressStatus::Failed:
+        return ProgressModel::Failed;
+    case Core::EProgressStatus::Complete:
+        return ProgressModel::Complete;
+    case Core::EProgressStatus::Cancelled:
+        return ProgressModel::Cancelled;
+    case Core::EProgressStatus::Ended:
+        return ProgressModel::Ended;
+    case Core::EProgressStatus::Running:
+        return isUnknown(totalUnitCount) ? ProgressModel::Indeterminate : ProgressModel::Running;
+    case Core::EProgressStatus::Waiting:
+        return isUnknown(totalUnitCount) ? ProgressModel::Indeterminate : ProgressModel::Waiting;
+    }
+    return ProgressModel::Running;
+}
+
+// What is complete shows all of it, even if its parts are not.
+double shownFraction(const Core::ProgressState& state, ProgressModel::State shown)
+{
+    return shown == ProgressModel::Complete ? 1.0 : state.getFraction();
+}
+
+} // namespace
 
 // Added as a watcher before the first read, so that no change in between is missed.
 ProgressNode::ProgressNode(std::shared_ptr<Core::ProgressState> state,
@@ -12,16 +45,30 @@ ProgressNode::ProgressNode(std::shared_ptr<Core::ProgressState> state,
     : m_state(std::move(state)), m_watch(std::make_shared<ProgressWatch>(request))
 {
     m_state->addWatcher(m_watch);
-    read();
+    readIfStale();
 }
 
-bool ProgressNode::read()
+// Above a row that is marked all are marked.
+void ProgressNode::markStale()
 {
-    const bool hasEnded = m_state->hasEnded(); // read first: values that are read after the end are final
-    Values values{QString::fromStdWString(m_state->getDescription()), m_state->getTotalUnitCount(),
-                  m_state->getCompletedUnitCount(), hasEnded};
+    for (ProgressNode* node = this; node != nullptr && !node->m_isStale; node = node->m_parent)
+        node->m_isStale = true;
+}
+
+bool ProgressNode::readIfStale()
+{
+    if (!std::exchange(m_isStale, false))
+        return false;
+    Values values;
+    values.totalUnitCount = m_state->getTotalUnitCount();
+    values.state = toState(m_state->getStatus(), values.totalUnitCount);
+    values.description = QString::fromStdWString(m_state->getDescription());
+    values.completedUnitCount = m_state->getCompletedUnitCount();
+    values.fraction = shownFraction(*m_state, values.state);
+    values.failure = QString::fromStdWString(m_state->getFailure());
     const auto shown = [](const Values& all) {
-        return std::tie(all.description, all.totalUnitCount, all.completedUnitCount, all.hasEnded);
+        return std::tie(all.description, all.totalUnitCount, all.completedUnitCount, all.fraction, all.state,
+                        all.failure);
     };
     if (shown(values) == shown(m_values))
         return false;
@@ -43,25 +90,6 @@ ProgressNode* ProgressNode::append(const Core::ProgressState::Part& part,
     child->m_pendingUnitCount = part.pendingUnitCount;
     m_children.push_back(std::move(child));
     return m_children.back().get();
-}
-
-double ProgressNode::fraction() const
-{
-    if (m_values.totalUnitCount <= 0)
-        return 0.0;
-    return std::clamp(double(m_values.completedUnitCount) / m_values.totalUnitCount, 0.0, 1.0);
-}
-
-ProgressModel::State ProgressNode::state() const
-{
-    const bool isKnown = m_values.totalUnitCount > 0;
-    if (isKnown && m_values.completedUnitCount >= m_values.totalUnitCount)
-        return ProgressModel::Complete;
-    if (m_values.hasEnded)
-        return ProgressModel::Ended;
-    if (!isKnown)
-        return ProgressModel::Indeterminate;
-    return m_values.completedUnitCount > 0 ? ProgressModel::Running : ProgressModel::Waiting;
 }
 
 } // namespace Brennic::Widgets

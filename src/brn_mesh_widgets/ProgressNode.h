@@ -29,8 +29,11 @@ public:
     /// Whether the progress has changed since the last call; to be called before it is read.
     bool takeChange() { return m_watch->takeChange(); }
 
-    /// Reads the progress; returns whether anything that is shown differs from before.
-    bool read();
+    /// Has this row, and those above it, read again: their fractions and states are computed from their parts.
+    void markStale();
+
+    /// Reads the progress if it was marked; returns whether anything that is shown differs from before.
+    bool readIfStale();
 
     /// Returns the parts that have no row yet.
     Parts newParts() const;
@@ -47,8 +50,9 @@ public:
     int totalUnitCount() const { return m_values.totalUnitCount; }
     int completedUnitCount() const { return m_values.completedUnitCount; }
     int pendingUnitCount() const { return m_pendingUnitCount; }
-    double fraction() const;
-    ProgressModel::State state() const;
+    double fraction() const { return m_values.fraction; }
+    ProgressModel::State state() const { return m_values.state; }
+    const QString& failure() const { return m_values.failure; }
 
 private:
     struct Values
@@ -56,7 +60,9 @@ private:
         QString description;
         int totalUnitCount = 0;
         int completedUnitCount = 0;
-        bool hasEnded = false;
+        double fraction = 0;
+        ProgressModel::State state = ProgressModel::Waiting;
+        QString failure;
     };
 
     const std::shared_ptr<Core::ProgressState> m_state;
@@ -64,6 +70,7 @@ private:
     ProgressNode* m_parent = nullptr;
     int m_row = 0;
     int m_pendingUnitCount = 0;
+    bool m_isStale = true;
     Values m_values;
     std::vector<std::unique_ptr<ProgressNode>> m_children;
 };

@@ -9,6 +9,33 @@
 
 namespace Brennic::Widgets {
 
+namespace {
+
+bool isEnd(ProgressModel::State state)
+{
+    switch (state) {
+    case ProgressModel::Complete:
+    case ProgressModel::Ended:
+    case ProgressModel::Cancelled:
+    case ProgressModel::Failed:
+        return true;
+    case ProgressModel::Waiting:
+    case ProgressModel::Running:
+    case ProgressModel::Indeterminate:
+        break;
+    }
+    return false;
+}
+
+QString joined(const QString& description, const QString& text)
+{
+    if (description.isEmpty() || text.isEmpty())
+        return description + text;
+    return ProgressStatusBar::tr("%1: %2").arg(description, text);
+}
+
+} // namespace
+
 class ProgressStatusBar::ProgressStatusBarImpl
 {
 public:
@@ -34,6 +61,7 @@ ProgressStatusBar::ProgressStatusBarImpl::ProgressStatusBarImpl(ProgressStatusBa
     : m_owner(owner), m_label(new QLabel(&owner)), m_bar(new QProgressBar(&owner))
 {
     m_label->setTextFormat(Qt::PlainText); // a description must not be interpreted as rich text
+    m_label->setMinimumWidth(1);           // no long text makes the window wider
     auto* const layout = new QHBoxLayout(&owner);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_label);
@@ -60,10 +88,11 @@ void ProgressStatusBar::ProgressStatusBarImpl::show()
 {
     const QModelIndex root = model ? model->rootIndex() : QModelIndex();
     const auto state = static_cast<ProgressModel::State>(root.data(ProgressModel::StateRole).toInt());
-    const bool isAtEnd = state == ProgressModel::Complete || state == ProgressModel::Ended;
+    const bool isAtEnd = isEnd(state);
     const bool isShown = root.isValid() && !(isAtEnd && atEnd == HideAtEnd);
     m_label->setVisible(isShown);
     m_bar->setVisible(isShown && !isAtEnd);
+    m_label->setToolTip(root.data(Qt::ToolTipRole).toString());
     const QString description = root.data(ProgressModel::DescriptionRole).toString();
     if (isShown && isAtEnd)
         showEnd(description, state);
@@ -73,8 +102,9 @@ void ProgressStatusBar::ProgressStatusBarImpl::show()
 
 void ProgressStatusBar::ProgressStatusBarImpl::showEnd(const QString& description, ProgressModel::State state)
 {
+    const QString failure = model->rootIndex().data(ProgressModel::FailureRole).toString().simplified();
     const QString text = ProgressModel::stateText(state);
-    m_label->setText(description.isEmpty() ? text : tr("%1: %2").arg(description, text));
+    m_label->setText(joined(description, state == ProgressModel::Failed ? joined(text, failure) : text));
 }
 
 void ProgressStatusBar::ProgressStatusBarImpl::showBar(const QString& description, const QModelIndex& root,
@@ -83,6 +113,8 @@ void ProgressStatusBar::ProgressStatusBarImpl::showBar(const QString& descriptio
     constexpr int steps = 1000;
     m_label->setText(description);
     m_bar->setRange(0, isIndeterminate ? 0 : steps);
+    // The model's text, so that a view beside it shows the same.
+    m_bar->setFormat(root.sibling(root.row(), ProgressModel::ProgressColumn).data().toString());
     m_bar->setValue(static_cast<int>(steps * root.data(ProgressModel::FractionRole).toDouble()));
 }
 

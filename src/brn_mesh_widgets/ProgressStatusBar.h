@@ -6,8 +6,9 @@
 ///     window->statusBar()->addPermanentWidget(bar);
 ///     bar->setProgress(import);
 ///
-/// Of a tree it shows the root. While the total is not known, the bar is a busy one. When the progress is
-/// complete or has been destroyed, the widget says so or hides its contents.
+/// Of a tree it shows the root, and its exact fraction. While the total is not known, the bar is a busy one. When the
+/// work is complete, was cancelled, has failed or has been destroyed, the widget says so, with the reason of a
+/// failure, or hides its contents.
 ///
 /// Threads: the widget belongs to the GUI thread; the progress may be reported on in any thread. The widget shows at
 /// most one report every 16 ms.
@@ -35,7 +36,7 @@ public:
     enum AtEnd
     {
         HideAtEnd,
-        ShowStateAtEnd ///< the description with "complete", or "ended" if it went before that
+        ShowStateAtEnd ///< the description with "complete", "cancelled", "ended", or "failed" and the reason
     };
     Q_ENUM(AtEnd)
 

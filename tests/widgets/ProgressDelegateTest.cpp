@@ -151,6 +151,33 @@ TEST_F(ProgressDelegateTest, theAnimationStopsWhenTheTotalIsKnown)
     EXPECT_EQ(painted.rects.size(), 0U);
 }
 
+TEST_F(ProgressDelegateTest, whatWasCancelledStandsStillAndSaysSo)
+{
+    const auto progress = std::make_shared<Progress>(0, L"Searching");
+    show(progress);
+    EXPECT_TRUE(serveUntil([&] { return delegate.isAnimating(); }));
+    progress->cancel();
+    EXPECT_TRUE(serveUntil([&] { return !delegate.isAnimating(); }));
+    const QImage cancelled = grabCell();
+    serveFor(100);
+    EXPECT_EQ(grabCell(), cancelled);
+    const auto empty = std::make_shared<Progress>(0, L"Searching");
+    empty->fail(L"");
+    model.setProgress(empty);
+    EXPECT_NE(grabCell(), cancelled); // another word
+}
+
+TEST_F(ProgressDelegateTest, theBarOfWorkThatHasStoppedIsAsFarAndOfAnotherColour)
+{
+    const auto progress = std::make_shared<Progress>(100, L"Smoothing");
+    show(progress);
+    const int width = filledPixels(progress, 60);
+    const QRgb running = grabCell().pixel(cellRect().width() / 3, cellRect().height() / 2);
+    progress->cancel();
+    EXPECT_NEAR(filledPixels(progress, 60), width, 2);
+    EXPECT_NE(grabCell().pixel(cellRect().width() / 3, cellRect().height() / 2), running);
+}
+
 TEST_F(ProgressDelegateTest, theAnimationStopsWhileTheViewIsHidden)
 {
     const auto progress = std::make_shared<Progress>(0, L"Searching");

@@ -58,9 +58,9 @@ TEST_F(ProgressStatusBarTest, theDescriptionAndTheFractionOfTheRootAreShown)
     widget->setProgress(tree);
     EXPECT_TRUE(label->isVisible());
     EXPECT_EQ(label->text(), "Import");
-    EXPECT_EQ(bar->text(), "0%");
+    EXPECT_EQ(bar->text(), "0 %");
     std::thread([&] { reading->setCompletedUnitCount(1); }).join();
-    EXPECT_TRUE(serveUntil([&] { return bar->text() == "25%"; }));
+    EXPECT_TRUE(serveUntil([&] { return bar->text() == "25 %"; }));
     EXPECT_TRUE(bar->isVisible());
 }
 
@@ -95,6 +95,60 @@ TEST_F(ProgressStatusBarTest, whatGoesBeforeItIsCompleteHasEnded)
     std::thread([&] { progress.reset(); }).join();
     EXPECT_TRUE(serveUntil([&] { return label->text() == "Smoothing: ended"; }));
     EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, theBarShowsThePercentageThatTheModelShows)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto tree = std::make_shared<Progress>(0, L"Import");
+    const auto reading = std::make_shared<Progress>(1000, L"Reading");
+    tree->addChildWithPendingCount(reading, 100);
+    ProgressModel model;
+    model.setProgress(tree);
+    widget->setModel(&model);
+    for (int unit = 0; unit < 999; ++unit)
+        ++*reading;
+    const QModelIndex cell = model.index(0, ProgressModel::ProgressColumn);
+    EXPECT_TRUE(serveUntil([&] { return cell.data().toString() == "99 %"; }));
+    EXPECT_EQ(bar->text(), "99 %");
+}
+
+TEST_F(ProgressStatusBarTest, aCancelIsToldInPlaceOfTheBar)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(0, L"Searching");
+    widget->setProgress(progress);
+    EXPECT_TRUE(bar->isVisible());
+    std::thread([&] { progress->cancel(); }).join();
+    EXPECT_TRUE(serveUntil([&] { return label->text() == "Searching: cancelled"; }));
+    EXPECT_FALSE(bar->isVisible());
+}
+
+TEST_F(ProgressStatusBarTest, aFailureIsToldWithItsTextInOneLine)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(2, L"Smoothing");
+    widget->setProgress(progress);
+    std::thread([&] { progress->fail(L"the disk\nis full"); }).join();
+    EXPECT_TRUE(serveUntil([&] { return label->text() == "Smoothing: failed: the disk is full"; }));
+    EXPECT_FALSE(bar->isVisible());
+    const auto nameless = std::make_shared<Progress>(2);
+    nameless->fail(L"");
+    widget->setProgress(nameless);
+    EXPECT_EQ(label->text(), "failed");
+}
+
+TEST_F(ProgressStatusBarTest, noTextMakesTheWindowWider)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(2, L"Smoothing");
+    widget->setProgress(progress);
+    const int least = window.minimumSizeHint().width();
+    progress->fail(std::wstring(1000, L'x'));
+    widget->setProgress(progress);
+    EXPECT_EQ(label->text().size(), 1000 + 19);
+    EXPECT_LE(window.minimumSizeHint().width(), least);
+    EXPECT_EQ(label->toolTip().size(), 1000 + 8); // where it can be read
 }
 
 TEST_F(ProgressStatusBarTest, theEndHidesWhatIsShownIfThatIsWanted)
