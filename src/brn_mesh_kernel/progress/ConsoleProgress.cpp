@@ -13,6 +13,7 @@
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/progress/ProgressLine.h>
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
+#include <brn_mesh_kernel/progress/ProgressState.h>
 
 namespace Brennic::Core {
 
@@ -20,22 +21,21 @@ namespace {
 
 constexpr int redrawIntervalInMilliseconds = 100;
 
-// Keeps what was reported last. Everything happens in the GUI thread.
-class LastReport final : public ProgressReportingProtocol
+// Takes the place of the delegate. What is shown is read from the state when it is drawn.
+class NoReceiver final : public ProgressReportingProtocol
 {
-public:
-    void progressUpdated(Progress* /*progress*/, float fraction, const std::wstring& description) override
-    {
-        state.fraction = static_cast<double>(fraction);
-        state.stage = boost::nowide::narrow(description);
-    }
-    void progressCompleted(Progress* progress, const std::wstring& description) override
-    {
-        progressUpdated(progress, 1.0F, description);
-    }
-
-    RunState state;
 };
+
+std::string endOf(const ProgressState& state)
+{
+    const EProgressStatus status = state.getStatus();
+    if (status == EProgressStatus::Cancelled)
+        return "cancelled";
+    if (status != EProgressStatus::Failed)
+        return {};
+    const std::string failure = boost::nowide::narrow(state.getFailure());
+    return failure.empty() ? "failed" : "failed: " + failure;
+}
 
 } // namespace
 
@@ -55,8 +55,8 @@ public:
     explicit Impl(std::shared_ptr<Progress> root) : m_isLive(isOutputATerminal()), m_root(std::move(root))
     {
         if (m_root) {
-            m_report->progressUpdated(m_root.get(), m_root->getFractionCompleted(), m_root->getDescription());
-            m_root->setDelegate(m_report, true);
+            m_state = m_root->getState();
+            m_root->setDelegate(m_delegate, false);
         }
         if (!m_isLive)
             return;
@@ -69,7 +69,7 @@ public:
 
     void finish()
     {
-        if (m_root && m_root->getDelegate() == m_report.get())
+        if (m_root && m_root->getDelegate() == m_delegate.get())
             m_root->setDelegate(std::shared_ptr<ProgressReportingProtocol>(), true);
         m_root.reset();
         if (!m_timer.isActive())
@@ -85,15 +85,22 @@ private:
     // A timer draws, not the report: reports may come by the thousand, from any thread.
     void draw()
     {
-        m_report->state.elapsed = Clock::now() - m_start;
+        RunState shown;
+        if (m_state) {
+            shown.stage = boost::nowide::narrow(m_state->getDescription());
+            shown.fraction = m_state->getFraction();
+            shown.end = endOf(*m_state);
+        }
+        shown.elapsed = Clock::now() - m_start;
         // One column less than the width: terminals wrap when the last one is filled.
-        LiveLine::instance().draw(progressLine(m_report->state, terminalWidth() - 1));
+        LiveLine::instance().draw(progressLine(shown, terminalWidth() - 1));
     }
 
     const bool m_isLive;
     const Clock::time_point m_start = Clock::now();
-    const std::shared_ptr<LastReport> m_report = std::make_shared<LastReport>();
+    const std::shared_ptr<NoReceiver> m_delegate = std::make_shared<NoReceiver>();
     std::shared_ptr<Progress> m_root;
+    std::shared_ptr<ProgressState> m_state; // null without a root
     std::optional<TerminalMode> m_mode;
     QTimer m_timer;
 };

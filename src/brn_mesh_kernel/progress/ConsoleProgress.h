@@ -10,9 +10,10 @@
 ///         application.exec();                               // while workers report
 ///     }                                                     // the line is erased
 ///
-/// The text is the description, UTF-8, cut to the terminal's width, whatever that is at the moment. It is drawn
-/// ten times a second at most, by a timer: it stands still while the GUI thread serves no events. Where the
-/// standard output is no terminal, or one that `TERM` calls "dumb", nothing is ever printed.
+/// It shows the description, UTF-8, the exact fraction (`ProgressState::getFraction`), and after `Progress::cancel` or
+/// `fail` that in place of the time that is left. The line is cut to the terminal's width, whatever that is at the
+/// moment. It is drawn ten times a second at most, by a timer: it stands still while the GUI thread serves no events.
+/// Where the standard output is no terminal, or one that `TERM` calls "dumb", nothing is ever printed.
 ///
 /// Records that the kernel logs, from any thread, never mix with the line. Code that prints to the standard output by
 /// other means hides the line with a `Pause`.
@@ -53,8 +54,7 @@ public:
     /// that is shown begins here. An empty pointer shows a line that does not move.
     ///
     /// Throws `std::bad_alloc` if there is no memory; nothing is changed then.
-    /// Thread: GUI thread; no other thread may change the description of \p root meanwhile. Ownership: shared, until
-    /// \ref finish.
+    /// Thread: GUI thread. Ownership: shared, until \ref finish.
     explicit ConsoleProgress(std::shared_ptr<Progress> root);
     /// The same as \ref finish.
     /// Thread: GUI thread.

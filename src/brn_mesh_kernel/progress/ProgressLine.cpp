@@ -46,15 +46,18 @@ std::string times(const RunState& state)
 {
     constexpr double enoughToJudge = 0.01;
     std::string elapsed = "  " + minutesAndSeconds(state.elapsed) + " elapsed";
-    if (state.fraction < enoughToJudge)
+    if (state.fraction < enoughToJudge || !state.end.empty())
         return elapsed;
     return elapsed + "  " + minutesAndSeconds(state.elapsed * (1 - state.fraction) / state.fraction) +
            " left";
 }
 
+// Rounded down, so that only what is complete shows 100 %. A hundredth that no double can hold is shown all the same.
 std::string percentage(double fraction)
 {
-    const std::string number = std::to_string(static_cast<int>(fraction * 100));
+    constexpr double roundingError = 1e-9;
+    const int percent = fraction < 1 ? std::min(99, static_cast<int>(100 * fraction + roundingError)) : 100;
+    const std::string number = std::to_string(percent);
     return std::string(4 - std::min<std::size_t>(number.size(), 4), ' ') + number + " %";
 }
 
@@ -71,23 +74,25 @@ std::string progressLine(const RunState& state, std::size_t width)
     const double fraction = std::isnan(state.fraction) ? 0 : std::clamp(state.fraction, 0.0, 1.0);
     const QString stage = padded(oneLine(QString::fromStdString(state.stage)), stageWidth);
     const std::string percent = percentage(fraction);
-    const std::string time = times({state.stage, fraction, state.elapsed});
+    const std::string time = times({state.stage, fraction, state.elapsed, state.end});
+    const QString end =
+        state.end.empty() ? QString() : QStringLiteral("  ") + oneLine(QString::fromStdString(state.end));
     std::size_t taken = columns(stage);
     if (taken > width)
         return cutToWidth(stage, static_cast<int>(width)).toStdString();
     std::string line = stage.toStdString();
-    const auto addIfItFits = [&](const std::string& part) {
-        if (taken + part.size() > width)
+    const auto addIfItFits = [&](const std::string& part, std::size_t reserved = 0) {
+        if (taken + part.size() + reserved > width)
             return;
         line += part;
         taken += part.size();
     };
-    const std::size_t fixed = taken + 3 + percent.size() + time.size();
+    const std::size_t fixed = taken + 3 + percent.size() + time.size() + columns(end);
     if (fixed + smallestBar <= width)
         addIfItFits(' ' + bar(fraction, std::min(width - fixed, largestBar)));
     addIfItFits(percent);
-    addIfItFits(time);
-    return line;
+    addIfItFits(time, columns(end));
+    return line + cutToWidth(end, static_cast<int>(width - taken)).toStdString();
 }
 
 } // namespace Brennic::Core

@@ -96,6 +96,35 @@ TEST_F(ConsoleProgressOnTerminal, theLineShowsWhatWasReported)
     EXPECT_TRUE(serveUntilShown("] 100 %"));
 }
 
+TEST_F(ConsoleProgressOnTerminal, theLineShowsTheExactFraction)
+{
+    root = std::make_shared<Progress>(0, L"Smooth");
+    const auto part = std::make_shared<Progress>(100);
+    root->addChildWithPendingCount(part, 100);
+    const ConsoleProgress line(root);
+    for (int i = 0; i < 57; ++i)
+        ++*part;
+    EXPECT_LT(root->getCompletedUnitCount(), 57);
+    EXPECT_TRUE(serveUntilShown("]  57 %"));
+}
+
+TEST_F(ConsoleProgressOnTerminal, theLineSaysThatTheWorkIsCancelled)
+{
+    root->setCompletedUnitCount(61);
+    const ConsoleProgress line(root);
+    EXPECT_TRUE(serveUntilShown(" left"));
+    EXPECT_TRUE(runAside([&] { root->cancel(); }));
+    EXPECT_TRUE(serveUntilShown(" elapsed  cancelled"));
+    EXPECT_THAT(drawings(terminal.text()).back(), HasSubstr("]  61 %"));
+}
+
+TEST_F(ConsoleProgressOnTerminal, theLineSaysWhyTheWorkHasFailed)
+{
+    const ConsoleProgress line(root);
+    EXPECT_TRUE(runAside([&] { root->fail(L"the disk is f\u00fcll"); }));
+    EXPECT_TRUE(serveUntilShown("failed: the disk is f\xC3\xBCll"));
+}
+
 TEST_F(ConsoleProgressOnTerminal, theLineIsErasedAtTheEnd)
 {
     {

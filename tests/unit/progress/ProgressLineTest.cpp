@@ -44,6 +44,16 @@ TEST(ProgressLine, theRemainingTimeIsLeftOutUntilItCanBeJudged)
     EXPECT_EQ(progressLine(state(0.0, 75), 30), "Smooth       0 %  1:15 elapsed");
 }
 
+TEST(ProgressLine, everyHundredthIsShownAsWhatItIs)
+{
+    for (int percent = 0; percent <= 100; ++percent) {
+        const std::string number = std::to_string(percent);
+        EXPECT_EQ(progressLine(state(percent / 100.0, 1), 16),
+                  "Smooth    " + std::string(4 - number.size(), ' ') + number + " %");
+    }
+    EXPECT_EQ(progressLine(state(0.999'999'999'999, 1), 16), "Smooth      99 %");
+}
+
 TEST(ProgressLine, fractionsOutsideTheRangeAreCutOff)
 {
     EXPECT_EQ(progressLine(state(1.5, 1), 16), "Smooth     100 %");
@@ -54,6 +64,26 @@ TEST(ProgressLine, whatIsNoNumberIsNothingDone)
 {
     EXPECT_EQ(progressLine(state(std::numeric_limits<double>::quiet_NaN(), 1), 16), "Smooth       0 %");
     EXPECT_EQ(progressLine(state(std::numeric_limits<double>::infinity(), 1), 16), "Smooth     100 %");
+}
+
+TEST(ProgressLine, theEndStandsInPlaceOfTheTimeThatIsLeft)
+{
+    RunState cancelled = state(0.5, 7);
+    cancelled.end = "cancelled";
+    EXPECT_EQ(progressLine(cancelled, 60), "Smooth     [########--------]  50 %  0:07 elapsed  cancelled");
+    EXPECT_EQ(progressLine(cancelled, 42), "Smooth      50 %  0:07 elapsed  cancelled");
+    EXPECT_EQ(progressLine(cancelled, 40), "Smooth      50 %  cancelled");
+    EXPECT_EQ(progressLine(cancelled, 20), "Smooth      50 %  ca");
+    EXPECT_EQ(progressLine(cancelled, 3), "Smo");
+}
+
+TEST(ProgressLine, aLongEndIsCutAndStaysInOneLine)
+{
+    RunState failed = state(0.5, 7);
+    failed.end = "failed: cannot save\nthe mesh " + std::string(500, 'x');
+    EXPECT_EQ(progressLine(failed, 48), "Smooth      50 %  failed: cannot save the mesh x");
+    for (std::size_t width = 0; width < 700; ++width)
+        EXPECT_LE(progressLine(failed, width).size(), width) << width;
 }
 
 TEST(ProgressLine, widthIsCountedInColumns)
