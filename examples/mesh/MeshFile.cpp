@@ -97,12 +97,15 @@ bool isDevice(const std::filesystem::path& path)
 }
 
 // Without a buffer, and on after a write that took only a part: only the next one says why.
-bool writeAll(QFileDevice& file, const std::string& bytes)
+bool writeAll(QFileDevice& file, const std::string& bytes, const std::function<void()>& beforeStep)
 {
+    constexpr std::size_t pieceSize = 1'048'576;
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return false;
     for (std::size_t count = 0; count < bytes.size();) {
-        const qint64 written = file.write(bytes.data() + count, static_cast<qint64>(bytes.size() - count));
+        beforeStep();
+        const std::size_t piece = std::min(pieceSize, bytes.size() - count);
+        const qint64 written = file.write(bytes.data() + count, static_cast<qint64>(piece));
         if (written <= 0)
             return false;
         count += static_cast<std::size_t>(written);
@@ -130,17 +133,19 @@ Mesh loadMesh(const std::filesystem::path& path, std::string* warning)
     }
 }
 
-void saveMesh(const Mesh& mesh, const std::filesystem::path& path)
+void saveMesh(const Mesh& mesh, const std::filesystem::path& path, const std::function<void()>& beforeStep)
 {
     const std::string bytes = encoded(mesh, path);
     const QString name = QString::fromStdString(path.u8string());
     if (isDevice(path)) {
         QFile device(name);
-        if (!writeAll(device, bytes))
+        if (!writeAll(device, bytes, beforeStep))
             throw saveError(path, device.errorString().toStdString());
         return;
     }
     QSaveFile file(name);
-    if (!writeAll(file, bytes) || !file.commit())
+    const bool isWritten = writeAll(file, bytes, beforeStep);
+    beforeStep();
+    if (!isWritten || !file.commit())
         throw saveError(path, file.errorString().toStdString());
 }

@@ -3,6 +3,7 @@
 /// Triangle meshes in files: OBJ, PLY, STL and OFF, told apart by their extension.
 
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "Mesh.h"
@@ -16,4 +17,7 @@ Mesh loadMesh(const std::filesystem::path& path, std::string* warning = nullptr)
 
 /// Writes the mesh, complete or not at all: beside the file first, then renamed over it.
 /// Throws `std::runtime_error` with one sentence if that fails; a file of that name is then left as it was.
-void saveMesh(const Mesh& mesh, const std::filesystem::path& path);
+/// \param beforeStep is called before each step, the last of which puts the file in its place. What it throws leaves the
+/// file as it was too.
+void saveMesh(
+    const Mesh& mesh, const std::filesystem::path& path, const std::function<void()>& beforeStep = [] {});

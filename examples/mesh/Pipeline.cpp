@@ -55,7 +55,7 @@ void Pipeline::subdivide()
     const std::size_t all = std::size_t{1}
                             << (2 * m_options.subdivisions); // each round costs four times the last
     for (int i = 1; i <= m_options.subdivisions; ++i) {
-        stopIfInterrupted();
+        stopIfCancelled();
         subdivider(m_mesh, 1);
         m_stages.report(Stage::Subdivide, std::size_t{1} << (2 * i), all);
     }
@@ -67,7 +67,7 @@ void Pipeline::smooth()
     m_stages.begin(Stage::Smooth);
     TaubinSmoother smoother(m_mesh);
     for (int i = 0; i < m_options.iterations; ++i) {
-        stopIfInterrupted();
+        stopIfCancelled();
         if (i == m_options.iterations / 2 && m_options.midway)
             m_options.midway();
         smoother.iterate(m_loop);
@@ -85,15 +85,15 @@ void Pipeline::smooth()
 
 void Pipeline::save()
 {
-    stopIfInterrupted();
+    stopIfCancelled();
     m_stages.begin(Stage::Save);
-    saveMesh(m_mesh, m_options.output);
+    saveMesh(m_mesh, m_options.output, [this] { stopIfCancelled(); });
     m_stages.report(Stage::Save, 1, 1);
     m_stageDone(Stage::Save, L"saved " + wide(m_options.output), L"");
 }
 
-void Pipeline::stopIfInterrupted() const
+void Pipeline::stopIfCancelled() const
 {
-    if (m_isInterrupted)
-        throw Interrupted();
+    if (m_stages.root()->isCancelled())
+        throw Cancelled();
 }

@@ -11,8 +11,8 @@
 #include "RunOptions.h"
 #include "Stages.h"
 
-/// Thrown by a pipeline that was asked to stop.
-struct Interrupted
+/// Thrown by a pipeline whose progress was cancelled.
+struct Cancelled
 {
 };
 
@@ -27,11 +27,9 @@ public:
     /// \param loop runs the blocks of vertices; borrowed, as are the stages.
     Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& loop, StageDone stageDone);
 
-    /// Does all of it. Throws what the stages throw, and `Interrupted`; in both cases no output is left.
+    /// Does all of it. Throws what the stages throw, and `Cancelled` before the next step once the root of the stages
+    /// was cancelled; in both cases no output is left.
     void run();
-
-    /// Lets the run end before its next step. May be called from any thread.
-    void interrupt() { m_isInterrupted = true; }
 
     /// How often all vertices have been smoothed. May be called from any thread.
     int iterationsDone() const { return m_iterationsDone; }
@@ -41,13 +39,12 @@ private:
     void subdivide();
     void smooth();
     void save();
-    void stopIfInterrupted() const;
+    void stopIfCancelled() const;
 
     const RunOptions& m_options;
     Stages& m_stages;
     const BlockLoop& m_loop;
     StageDone m_stageDone;
     Mesh m_mesh;
-    std::atomic<bool> m_isInterrupted{false};
     std::atomic<int> m_iterationsDone{0};
 };

@@ -41,6 +41,13 @@ void finishStage(Stage stage, const std::wstring& message, const std::wstring& w
     std::cout.flush();
 }
 
+// The pipeline sees it before its next step.
+void cancel(Progress& progress)
+{
+    progress.cancel();
+    Kernel::Instance().Logger()->Log(Warn, L"interrupted: ending before the next step");
+}
+
 // Runs the event loop until the pipeline is done; throws what the pipeline has thrown.
 void runToTheEnd(Pipeline& pipeline)
 {
@@ -77,7 +84,7 @@ void smoothMesh(const Options& options)
                       });
     ProcessSource source(pipeline);
     const KernelSession session(options, source);
-    const InterruptWatch watch([&pipeline] { pipeline.interrupt(); });
+    const InterruptWatch watch([&stages] { cancel(*stages.root()); });
     runToTheEnd(pipeline);
     line.finish();
 }
@@ -120,7 +127,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     try {
         run(*options);
-    } catch (const Interrupted&) {
+    } catch (const Cancelled&) {
         endInterrupted();
     } catch (const std::bad_alloc&) {
         return fail("there is not enough memory");

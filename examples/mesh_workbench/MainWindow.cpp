@@ -102,7 +102,7 @@ void MainWindow::smooth()
 void MainWindow::cancel()
 {
     if (isRunning())
-        m_run->interrupt();
+        m_run->cancel();
 }
 
 bool MainWindow::isRunning() const

@@ -2,7 +2,7 @@
 /// \file
 /// The window: runs one mesh at a time, and shows what the run and the log say.
 ///
-/// Closing it while a run is under way interrupts the run; destroying it waits for the run's end.
+/// Closing it while a run is under way cancels the run; destroying it waits for the run's end.
 
 #include <filesystem>
 #include <memory>

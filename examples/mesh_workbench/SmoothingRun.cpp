@@ -39,7 +39,7 @@ SmoothingRun::SmoothingRun(RunOptions options, RunSource& source)
 SmoothingRun::~SmoothingRun()
 {
     disconnect();
-    interrupt();
+    cancel();
     while (m_isRunning) // its last words come through the GUI thread, as do those after each stage
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     m_source.endRun();
@@ -59,7 +59,7 @@ void SmoothingRun::work()
     try {
         m_pipeline.run();
         outcome = Outcome::Done;
-    } catch (const Interrupted&) {
+    } catch (const Cancelled&) {
         outcome = Outcome::Interrupted;
     } catch (const std::bad_alloc&) {
         error = QStringLiteral("there is not enough memory");

@@ -34,7 +34,7 @@ public:
 
     /// Counts its iterations in \p source, which must outlive the run, as long as it lives.
     SmoothingRun(RunOptions options, RunSource& source);
-    /// Interrupts the run, and serves events until it has ended: no signal comes any more.
+    /// Cancels the run, and serves events until it has ended: no signal comes any more.
     ~SmoothingRun() override;
     SmoothingRun(const SmoothingRun&) = delete;
     SmoothingRun& operator=(const SmoothingRun&) = delete;
@@ -45,8 +45,8 @@ public:
 
     /// Begins the work; once.
     void start();
-    /// Lets the run end before its next step.
-    void interrupt() { m_pipeline.interrupt(); }
+    /// Cancels the tree of progress: the run ends before its next step.
+    void cancel() { root()->cancel(); }
 
 Q_SIGNALS:
     /// A stage is done, and the pipeline waits; the warning is empty if there is none.

@@ -157,6 +157,32 @@ TEST_F(MeshFileTest, aFailedSaveLeavesNoFile)
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 2);
 }
 
+TEST_F(MeshFileTest, aSaveThatIsStoppedBeforeAnyStepLeavesTheOldFileAndNothingBeside)
+{
+    struct Stopped
+    {
+    };
+    const Mesh mesh = loadMesh(write("source.obj", tetrahedron));
+    const auto old = write("mesh.obj", "the old bytes");
+    int stopAt = 1;
+    for (bool isSaved = false; !isSaved; ++stopAt) {
+        EXPECT_EQ(readFile(old), "the old bytes");
+        int step = 0;
+        try {
+            saveMesh(mesh, old, [&] {
+                if (++step == stopAt)
+                    throw Stopped();
+            });
+            isSaved = true;
+        } catch (const Stopped&) {
+            const auto entries = std::filesystem::directory_iterator(directory.path());
+            EXPECT_EQ(std::distance(begin(entries), end(entries)), 2);
+        }
+    }
+    EXPECT_GT(stopAt, 3); // writing, and putting the file in its place
+    EXPECT_EQ(loadMesh(old).n_faces(), 4U);
+}
+
 TEST_F(MeshFileTest, savingLeavesAnotherLinkToTheOldFileAsItWas)
 {
     const Mesh mesh = loadMesh(write("source.obj", tetrahedron));

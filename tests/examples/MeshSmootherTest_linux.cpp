@@ -1,6 +1,10 @@
 #include <csignal>
 #include <string>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <QProcess>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -68,6 +72,34 @@ TEST_P(InterruptedSmoother, endsByTheSignalAndLeavesNoMesh)
 }
 
 INSTANTIATE_TEST_SUITE_P(After, InterruptedSmoother, ::testing::Values("Load", "Subdivide"));
+
+// Who opens a pipe to write waits for its reader, so the interrupt comes before the first byte.
+TEST_F(MeshSmootherTest, anInterruptWhileItSavesLeavesNothingWritten)
+{
+    const std::filesystem::path pipe = directory / "pipe.obj";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    QProcess process;
+    process.setWorkingDirectory(QString::fromStdString(directory.path().string()));
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(MESH_SMOOTHER_PATH, {"mesh.obj", "--output", "pipe.obj"});
+    const auto awaitOutput = [&](const char* text) {
+        while (!process.peek(10'000).contains(text) && process.waitForReadyRead(30'000))
+            continue;
+        return process.peek(10'000).contains(text);
+    };
+    ASSERT_TRUE(awaitOutput("Smooth "));
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    ASSERT_TRUE(awaitOutput("interrupted: ending before the next step"));
+    const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    ASSERT_TRUE(process.waitForFinished(60'000));
+    char byte = 0;
+    EXPECT_EQ(::read(reader, &byte, 1), 0);
+    ::close(reader);
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+    EXPECT_EQ(process.exitCode(), SIGINT);
+    EXPECT_THAT(fileNames(), ElementsAre("mesh.obj", "pipe.log", "pipe.obj"));
+}
 
 TEST_F(MeshSmootherTest, aNameThatIsNoUtf8IsRefused)
 {
