@@ -1,5 +1,6 @@
 #include "Pipeline.h"
 
+#include <new>
 #include <utility>
 
 #include <OpenMesh/Tools/Subdivider/Uniform/LoopT.hh>
@@ -23,6 +24,12 @@ std::wstring sizeOf(const Mesh& mesh)
 
 } // namespace
 
+std::string reasonOf(const std::exception& error)
+{
+    const bool isMemoryMissing = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
+    return isMemoryMissing ? "there is not enough memory" : error.what();
+}
+
 Pipeline::Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& loop, StageDone stageDone)
     : m_options(options), m_stages(stages), m_loop(loop), m_stageDone(std::move(stageDone))
 {
@@ -30,11 +37,16 @@ Pipeline::Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& l
 
 void Pipeline::run()
 {
-    load();
-    if (m_stages.has(Stage::Subdivide))
-        subdivide();
-    smooth();
-    save();
+    try {
+        load();
+        if (m_stages.has(Stage::Subdivide))
+            subdivide();
+        smooth();
+        save();
+    } catch (const std::exception& error) {
+        m_stages.fail(boost::nowide::widen(reasonOf(error)));
+        throw;
+    }
 }
 
 void Pipeline::load()
@@ -51,13 +63,12 @@ void Pipeline::subdivide()
 {
     m_stages.begin(Stage::Subdivide);
     OpenMesh::Subdivider::Uniform::LoopT<Mesh>
-        subdivider; // not attached: it does not survive an exception then
-    const std::size_t all = std::size_t{1}
-                            << (2 * m_options.subdivisions); // each round costs four times the last
+        subdivider;                                    // not attached: it does not survive an exception then
+    const int all = 1 << (2 * m_options.subdivisions); // each round costs four times the last
     for (int i = 1; i <= m_options.subdivisions; ++i) {
         stopIfCancelled();
         subdivider(m_mesh, 1);
-        m_stages.report(Stage::Subdivide, std::size_t{1} << (2 * i), all);
+        m_stages.report(Stage::Subdivide, 1 << (2 * i), all);
     }
     m_stageDone(Stage::Subdivide, L"subdivided: " + sizeOf(m_mesh), L"");
 }
@@ -72,11 +83,10 @@ void Pipeline::smooth()
             m_options.midway();
         smoother.iterate(m_loop);
         ++m_iterationsDone;
-        m_stages.report(Stage::Smooth, static_cast<std::size_t>(i) + 1,
-                        static_cast<std::size_t>(m_options.iterations));
+        m_stages.report(Stage::Smooth, i + 1, m_options.iterations + 1);
     }
     smoother.apply(m_mesh);
-    m_stages.report(Stage::Smooth, 1, 1);
+    m_stages.report(Stage::Smooth, m_options.iterations + 1, m_options.iterations + 1);
     m_stageDone(Stage::Smooth,
                 L"smoothed in " + std::to_wstring(m_options.iterations) + L" iterations on " +
                     std::to_wstring(m_options.threads) + L" threads",

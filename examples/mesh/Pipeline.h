@@ -3,6 +3,7 @@
 /// The work of a run: load, subdivide, smooth, save.
 
 #include <atomic>
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -16,6 +17,9 @@ struct Cancelled
 {
 };
 
+/// What to tell people of an exception that a run has thrown, in one sentence.
+std::string reasonOf(const std::exception& error);
+
 class Pipeline
 {
 public:
@@ -28,7 +32,7 @@ public:
     Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& loop, StageDone stageDone);
 
     /// Does all of it. Throws what the stages throw, and `Cancelled` before the next step once the root of the stages
-    /// was cancelled; in both cases no output is left.
+    /// was cancelled; in both cases no output is left. What the stages throw, the root of the stages tells too.
     void run();
 
     /// How often all vertices have been smoothed. May be called from any thread.

@@ -10,10 +10,7 @@ using Brennic::Core::Progress;
 
 namespace {
 
-// A parent counts whole units and drops the rest. Steps of 1/1024 are exact in a float, and so is their product
-// with a multiple of 1024: nothing is dropped.
-constexpr int stepsPerStage = 1024;
-constexpr double unitsForAll = 100.0 * stepsPerStage;
+constexpr int unitsForAll = 1000; // of the root; which stage stands for how many decides how long its bar is
 
 using Costs = std::array<double, allStages.size()>;
 
@@ -39,8 +36,7 @@ Costs estimateCosts(const RunOptions& options, std::uintmax_t inputSize)
 
 int unitsOf(double cost, double sum)
 {
-    const int steps = static_cast<int>(std::lround(unitsForAll * cost / sum / stepsPerStage));
-    return std::max(steps, 1) * stepsPerStage;
+    return std::max(1, static_cast<int>(std::lround(unitsForAll * cost / sum)));
 }
 
 } // namespace
@@ -55,12 +51,13 @@ const wchar_t* stageName(Stage stage)
 Stages::Stages(const RunOptions& options, std::uintmax_t inputSize, const std::wstring& name)
     : m_isNamedAfterStage(name.empty()), m_root(std::make_shared<Progress>(0, name))
 {
+    m_root->setKeepsRemainders(true); // its count arrives at the total, whatever the stages count in
     const Costs costs = estimateCosts(options, inputSize);
     const double sum = std::max(std::accumulate(costs.begin(), costs.end(), 0.0), 1.0);
     for (const Stage stage : allStages) {
         if (stage == Stage::Subdivide && options.subdivisions == 0)
             continue;
-        m_stages.at(index(stage)) = std::make_shared<Progress>(stepsPerStage, stageName(stage));
+        m_stages.at(index(stage)) = std::make_shared<Progress>(1, stageName(stage));
         m_root->addChildWithPendingCount(m_stages.at(index(stage)), unitsOf(costs.at(index(stage)), sum));
     }
 }
@@ -72,13 +69,25 @@ bool Stages::has(Stage stage) const
 
 void Stages::begin(Stage stage)
 {
+    m_begun = m_stages.at(index(stage)).get();
     if (m_isNamedAfterStage)
         m_root->setDescription(stageName(stage));
     report(stage, 0, 1);
 }
 
-void Stages::report(Stage stage, std::size_t done, std::size_t total)
+void Stages::report(Stage stage, int done, int total)
 {
-    const std::size_t steps = total == 0 ? stepsPerStage : done * stepsPerStage / total;
-    m_stages.at(index(stage))->setCompletedUnitCount(static_cast<int>(steps));
+    Progress& progress = *m_stages.at(index(stage));
+    if (progress.getTotalUnitCount() != total)
+        progress.setTotalUnitCount(total);
+    progress.setCompletedUnitCount(done);
+}
+
+// What has not begun is not waiting for anything any more.
+void Stages::fail(const std::wstring& reason)
+{
+    if (m_begun != nullptr)
+        m_begun->fail(reason);
+    m_root->fail(reason);
+    m_root->cancel();
 }

@@ -39,11 +39,14 @@ public:
 
     /// Reports that nothing of the stage is done yet, and names the root after it if it has no name of its own.
     void begin(Stage stage);
-    /// Reports that \p done of \p total parts of the stage are done.
-    void report(Stage stage, std::size_t done, std::size_t total);
+    /// Reports that \p done of \p total parts of the stage are done; at least one part.
+    void report(Stage stage, int done, int total);
+    /// Says that the stage that has begun last has failed, and the run with it. What has not begun is cancelled.
+    void fail(const std::wstring& reason);
 
 private:
     const bool m_isNamedAfterStage;
     std::shared_ptr<Brennic::Core::Progress> m_root;
     std::array<std::shared_ptr<Brennic::Core::Progress>, allStages.size()> m_stages;
+    Brennic::Core::Progress* m_begun = nullptr; // the stage that has begun last
 };

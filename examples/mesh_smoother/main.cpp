@@ -7,8 +7,8 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <new>
 #include <stdexcept>
+#include <string>
 
 #include <QCoreApplication>
 #include <boost/nowide/args.hpp>
@@ -108,7 +108,7 @@ void run(const Options& options)
         throw std::runtime_error("cannot print where the results are");
 }
 
-int fail(const char* message)
+int fail(const std::string& message)
 {
     std::cerr << "mesh_smoother: " << message << '\n';
     return exitFailed;
@@ -129,10 +129,8 @@ int main(int argc, char** argv)
         run(*options);
     } catch (const Cancelled&) {
         endInterrupted();
-    } catch (const std::bad_alloc&) {
-        return fail("there is not enough memory");
     } catch (const std::exception& error) {
-        return fail(error.what());
+        return fail(reasonOf(error));
     }
     return exitDone;
 }

@@ -172,7 +172,9 @@ void MainWindow::finishRun()
     try {
         showReport();
     } catch (const std::exception& error) {
-        fail(QString::fromUtf8(error.what()));
+        const QString reason = QString::fromUtf8(error.what());
+        m_run->root()->fail(reason.toStdWString());
+        fail(reason);
         return;
     }
     log(Info, L"saved " + boost::nowide::widen(m_options.report.u8string()));

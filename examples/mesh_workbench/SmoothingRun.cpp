@@ -1,7 +1,6 @@
 #include "SmoothingRun.h"
 
 #include <exception>
-#include <new>
 #include <utility>
 
 #include <QCoreApplication>
@@ -61,10 +60,8 @@ void SmoothingRun::work()
         outcome = Outcome::Done;
     } catch (const Cancelled&) {
         outcome = Outcome::Interrupted;
-    } catch (const std::bad_alloc&) {
-        error = QStringLiteral("there is not enough memory");
     } catch (const std::exception& exception) {
-        error = QString::fromUtf8(exception.what());
+        error = QString::fromStdString(reasonOf(exception));
     }
     dispatchAsync([this, outcome, error] { end(outcome, error); }, eQOS_GUI);
 }

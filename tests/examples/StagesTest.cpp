@@ -1,8 +1,13 @@
 #include "Stages.h"
 
+#include <memory>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "Options.h"
+
+using namespace Brennic::Core;
 
 namespace {
 
@@ -15,9 +20,9 @@ Options someOptions(int iterations, int subdivisions)
     return options;
 }
 
-void doAll(Stages& stages, Stage stage, std::size_t steps)
+void doAll(Stages& stages, Stage stage, int steps)
 {
-    for (std::size_t i = 1; i <= steps; ++i)
+    for (int i = 1; i <= steps; ++i)
         stages.report(stage, i, steps);
 }
 
@@ -32,14 +37,15 @@ TEST(Stages, subdivisionIsAStageOnlyIfAskedFor)
 
 TEST(Stages, theRootIsCompleteWhenAllStagesAreHoweverManySteps)
 {
-    for (const std::size_t iterations : {1U, 3U, 10U, 333U, 5000U}) {
-        Stages stages(someOptions(static_cast<int>(iterations), 2), 2'400'000);
+    for (const int iterations : {1, 3, 10, 333, 5000, 100'000}) {
+        Stages stages(someOptions(iterations, 2), 2'400'000);
         doAll(stages, Stage::Load, 1);
         doAll(stages, Stage::Subdivide, 2);
         doAll(stages, Stage::Smooth, iterations);
         EXPECT_FALSE(stages.root()->isComplete());
         doAll(stages, Stage::Save, 1);
         EXPECT_EQ(stages.root()->getCompletedUnitCount(), stages.root()->getTotalUnitCount()) << iterations;
+        EXPECT_EQ(stages.root()->getState()->getFraction(), 1.0) << iterations;
     }
 }
 
@@ -78,9 +84,33 @@ TEST(Stages, aRootWithANameOfItsOwnKeepsIt)
     EXPECT_EQ(stages.root()->getDescription(), L"bunny.obj");
 }
 
-TEST(Stages, aStageWithoutPartsIsDone)
+TEST(Stages, everyStepMovesWhatIsShown)
 {
-    Stages stages(someOptions(0, 0), 1000);
-    stages.report(Stage::Smooth, 0, 0);
-    EXPECT_GT(stages.root()->getFractionCompleted(), 0.0F);
+    Stages stages(someOptions(100'000, 0), 2'400'000);
+    stages.begin(Stage::Smooth);
+    double before = stages.root()->getState()->getFraction();
+    for (int i = 1; i <= 1000; ++i) {
+        stages.report(Stage::Smooth, i, 100'000);
+        const double now = stages.root()->getState()->getFraction();
+        ASSERT_GT(now, before) << i;
+        before = now;
+    }
+}
+
+TEST(Stages, aFailureIsThatOfTheStageAndOfTheRunAndNothingWaitsAfterIt)
+{
+    Stages stages(someOptions(10, 0), 1000);
+    const std::shared_ptr<ProgressState> root = stages.root()->getState();
+    stages.begin(Stage::Load);
+    stages.report(Stage::Load, 1, 1);
+    stages.begin(Stage::Smooth);
+    stages.fail(L"there is not enough memory");
+    EXPECT_EQ(root->getStatus(), EProgressStatus::Failed);
+    EXPECT_EQ(root->getFailure(), L"there is not enough memory");
+    const std::vector<ProgressState::Part> parts = root->getParts();
+    ASSERT_EQ(parts.size(), 3U);
+    EXPECT_EQ(parts[0].state->getStatus(), EProgressStatus::Complete);
+    EXPECT_EQ(parts[1].state->getStatus(), EProgressStatus::Failed);
+    EXPECT_EQ(parts[1].state->getFailure(), L"there is not enough memory");
+    EXPECT_EQ(parts[2].state->getStatus(), EProgressStatus::Cancelled);
 }

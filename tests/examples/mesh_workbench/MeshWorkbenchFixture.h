@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <brn_mesh_widgets/ProgressModel.h>
+#include <brn_mesh_widgets/ProgressStatusBar.h>
 
 #include "KernelSession.h"
 #include "MainWindow.h"
@@ -78,6 +79,11 @@ protected:
         const auto* const line = window->findChild<MessageLine*>();
         return line->isVisible() ? line->text().toStdString() : std::string();
     }
+    std::string statusBarText() const
+    {
+        const auto* const bar = window->findChild<Brennic::Widgets::ProgressStatusBar*>();
+        return bar->findChild<QLabel*>()->text().toStdString();
+    }
     Brennic::Widgets::ProgressModel& model() const { return *window->views().progressModel(); }
     Brennic::Widgets::ProgressModel::State state(const QModelIndex& index) const
     {
@@ -85,14 +91,6 @@ protected:
         return static_cast<ProgressModel::State>(index.data(ProgressModel::StateRole).toInt());
     }
 
-    Brennic::Testing::TemporaryDirectory directory;
-    RunOptions options;
-    std::unique_ptr<KernelSession> session;
-    std::unique_ptr<MainWindow> window;
-    Outcome outcome = Outcome::Failed;
-    int runsEnded = 0;
-
-private:
     void makeWindow()
     {
         window = std::make_unique<MainWindow>(options, session->source());
@@ -101,4 +99,11 @@ private:
             ++runsEnded;
         });
     }
+
+    Brennic::Testing::TemporaryDirectory directory;
+    RunOptions options;
+    std::unique_ptr<KernelSession> session;
+    std::unique_ptr<MainWindow> window;
+    Outcome outcome = Outcome::Failed;
+    int runsEnded = 0;
 };

@@ -115,11 +115,31 @@ TEST_F(MeshWorkbenchTest, aFileThatCannotBeLoadedIsToldInOneLineAndTheWindowLive
     EXPECT_THAT(message(), HasSubstr("cut.off: it is cut short"));
     EXPECT_THAT(message(), Not(HasSubstr("\n")));
     EXPECT_THAT(logText(), HasSubstr("ERROR - cannot load "));
+    const QModelIndex root = model().rootIndex();
+    ASSERT_TRUE(serveUntil([&] { return state(root) == ProgressModel::Failed; }));
+    EXPECT_EQ(state(model().index(0, 0, root)), ProgressModel::Failed);
+    EXPECT_EQ(state(model().index(1, 0, root)), ProgressModel::Cancelled);
+    EXPECT_EQ(statusBarText(), "cut.off: failed: " + message());
     EXPECT_FALSE(smoothed("missing.obj"));
     EXPECT_EQ(message(), "cannot load missing.obj: there is no such file");
     EXPECT_FALSE(action(*window, "Smooth")->isEnabled());
     EXPECT_TRUE(smoothed(demoMesh));
     EXPECT_THAT(message(), HasSubstr("Saved "));
+}
+
+TEST_F(MeshWorkbenchTest, aReportThatCannotBeSavedIsAFailureOfTheRun)
+{
+    std::filesystem::create_directory(directory / "passing");
+    options.input = demoMesh;
+    options.report = directory / "passing" / "report.xml";
+    makeWindow();
+    window->show();
+    window->openMesh(demoMesh);
+    std::filesystem::remove(directory / "passing"); // after it was looked at
+    ASSERT_TRUE(serveUntilRunEnds());
+    EXPECT_EQ(outcome, Outcome::Failed);
+    EXPECT_THAT(message(), HasSubstr("cannot save "));
+    EXPECT_TRUE(serveUntil([&] { return statusBarText() == "bunny.obj: failed: " + message(); }));
 }
 
 TEST_F(MeshWorkbenchTest, aMeshIsSmoothedAgainAfterABadFileCameBetween)
@@ -148,6 +168,12 @@ TEST_F(MeshWorkbenchTest, aCancelledRunSaysSoAndLeavesNoMesh)
     ASSERT_TRUE(serveUntilRunEnds());
     EXPECT_EQ(outcome, Outcome::Interrupted);
     EXPECT_EQ(message(), "Cancelled: nothing was saved");
+    const QModelIndex root = model().rootIndex();
+    ASSERT_TRUE(serveUntil([&] { return state(root) == ProgressModel::Cancelled; }));
+    EXPECT_EQ(state(model().index(0, 0, root)), ProgressModel::Complete);
+    EXPECT_EQ(state(model().index(1, 0, root)), ProgressModel::Cancelled);
+    EXPECT_EQ(state(model().index(2, 0, root)), ProgressModel::Cancelled); // and not waiting
+    EXPECT_EQ(statusBarText(), "bunny.obj: cancelled");
     EXPECT_FALSE(std::filesystem::exists(directory / "bunny_smoothed.obj"));
     EXPECT_TRUE(action(*window, "Open")->isEnabled());
     EXPECT_FALSE(action(*window, "Cancel")->isEnabled());
