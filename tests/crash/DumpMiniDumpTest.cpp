@@ -143,17 +143,42 @@ TEST_F(DumpMiniDumpTest, aLinkUnderTheTemporaryNameIsNotFollowed)
     EXPECT_NO_THROW(Minidump{dump()});
 }
 
+// The reader is another process: a thread of this one would be stopped while it is dumped, and the pipe would fill.
 TEST_F(DumpMiniDumpTest, aFifoIsWrittenTo)
 {
     ASSERT_EQ(mkfifo(dump().c_str(), 0600), 0);
-    std::thread reader([this] { writeFile(m_directory / "copy.dmp", readFile(dump())); });
+    const std::filesystem::path copy = m_directory / "copy.dmp";
+    FILE* const reader = popen(("cat '" + dump().string() + "' > '" + copy.string() + "'").c_str(), "r");
+    ASSERT_NE(reader, nullptr);
     const int writingEnd = open(dump().c_str(), O_WRONLY | O_CLOEXEC); // blocks until the reader is there
     const bool isWritten = ask();
     close(writingEnd);
-    reader.join();
+    EXPECT_EQ(pclose(reader), 0);
     EXPECT_TRUE(isWritten);
     EXPECT_TRUE(std::filesystem::is_fifo(dump()));
-    EXPECT_NO_THROW(Minidump(m_directory / "copy.dmp"));
+    EXPECT_NO_THROW(Minidump{copy});
+}
+
+// What the pipe has taken cannot be taken back, and a second dump behind half of one could not be read.
+TEST_F(DumpMiniDumpTest, aFifoWhoseReaderStandsStillSendsTheDumpToTheTemporaryFiles)
+{
+    constexpr int capacity = 4096;
+    ASSERT_EQ(mkfifo(dump().c_str(), 0600), 0);
+    const int readingEnd = open(dump().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_EQ(fcntl(readingEnd, F_SETPIPE_SZ, capacity), capacity);
+    EXPECT_TRUE(ask());
+    std::vector<char> taken(2 * capacity);
+    EXPECT_EQ(read(readingEnd, taken.data(), taken.size()), capacity);
+    EXPECT_EQ(read(readingEnd, taken.data(), taken.size()), 0);
+    close(readingEnd);
+    int others = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(m_directory.path())) {
+        if (entry.path() == dump())
+            continue;
+        ++others;
+        EXPECT_NO_THROW(Minidump{entry.path()});
+    }
+    EXPECT_EQ(others, 1);
 }
 
 TEST_F(DumpMiniDumpTest, aFifoThatNobodyReadsSendsTheDumpToTheTemporaryFiles)

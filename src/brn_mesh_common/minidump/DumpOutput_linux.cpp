@@ -81,11 +81,14 @@ void DumpOutput::start(std::int32_t process)
     m_path.clear();
     m_temporaryPath.clear();
     m_error = m_temporaryError = notFinished;
+    m_isDeviceUsed = false;
 }
 
 bool DumpOutput::write(Snapshot& snapshot, const wchar_t* path, Extent extent)
 {
-    m_error = m_temporaryError = notFinished;
+    if (!m_isDeviceUsed)
+        m_error = notFinished;
+    m_temporaryError = notFinished;
     m_temporaryPath.clear();
     if (path != nullptr) {
         m_path = toUtf8Path(path);
@@ -109,12 +112,17 @@ bool DumpOutput::writeToWantedPath(Snapshot& snapshot, Extent extent)
 }
 
 // The directory at the front of a dump is written last. Some devices can only be written from front to back, so
-// the dump is written to a file first and then copied.
+// the dump is written to a file first and then copied. A device is used once: it keeps what it has taken, and a second
+// dump behind half of one cannot be read.
 bool DumpOutput::writeToDevice(Snapshot& snapshot, Extent extent)
 {
+    if (m_isDeviceUsed)
+        return false;
     m_error = writePartial(snapshot, temporaryDumpPath(snapshot.process), extent);
-    if (m_error == 0)
-        m_error = m_whole.copyToDevice(m_path);
+    if (m_error != 0)
+        return false;
+    m_isDeviceUsed = true;
+    m_error = m_whole.copyToDevice(m_path);
     return m_error == 0;
 }
 

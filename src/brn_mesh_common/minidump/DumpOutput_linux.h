@@ -39,6 +39,7 @@ private:
     AtomicFile m_whole;
     PathText m_path;
     long m_error = 0; // of the wanted name
+    bool m_isDeviceUsed = false;
     PathText m_temporaryPath;
     long m_temporaryError = 0;
 };
