@@ -1,15 +1,20 @@
 #include <brn_mesh_kernel/library/Process.h>
 
-#include <cstdlib>
-
+#include <cxxabi.h>
 #include <pthread.h>
 #include <sched.h>
+
+// This library's, as the compiler hands it over with the destructors of static objects.
+extern "C" [[gnu::visibility("hidden")]] void* __dso_handle; // NOLINT(*-reserved-identifier)
 
 namespace Brennic::Core {
 
 void callAtExit(void (*function)())
 {
-    const int failure = std::atexit(function);
+    // Not std::atexit(): under ThreadSanitizer it does not tell which library registers, and what is registered while
+    // libraries are loaded is then called after they all have ended.
+    const auto call = [](void* registered) { reinterpret_cast<void (*)()>(registered)(); };
+    const int failure = abi::__cxa_atexit(call, reinterpret_cast<void*>(function), &__dso_handle);
     static_cast<void>(failure); // out of memory: the library's destructor detaches as well
 }
 

@@ -9,6 +9,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/logging/LogGate.h>
 
 namespace Brennic::Core {
@@ -71,7 +72,7 @@ void endLogging()
 [[gnu::constructor]] void watchForkAndExit()
 {
     LogGate::instance();
-    static_cast<void>(std::atexit(&endLogging));
+    callAtExit(&endLogging);
     const int failure = ::pthread_atfork(&holdGate, &releaseGate, &releaseGateInChild);
     static_cast<void>(failure); // out of memory while loading: what comes next says so
 }
