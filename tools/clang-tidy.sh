@@ -8,9 +8,11 @@ cache=${XDG_CACHE_HOME:-$HOME/.cache}/brn_mesh_kernel/clang-tidy
 for ((i = 1; i <= $#; ++i)); do
   [ "${!i}" != -- ] || break
 done
+settings=("$root"/.clang-tidy)
+case ${*:i - 1:1} in "$root"/tests/*) settings+=("$root"/tests/.clang-tidy) ;; esac
 key=$({
   clang-tidy --version
-  cat "$root"/.clang-tidy
+  cat "${settings[@]}"
   printf '%s\n' "$@"
   "${@:i + 1}" -E -CC -P -o - 2>/dev/null || echo "not preprocessed: $$ $RANDOM"
 } | sed "s|$root|.|g" | sha256sum | cut -d' ' -f1)
