@@ -20,6 +20,8 @@ test=(
   libgtest-dev libgmock-dev libbenchmark-dev relacy-dev
   # a display for the tests of the widgets
   xvfb xauth
+  # a session bus for those of the task bar
+  dbus-daemon
   # has system calls fail
   strace
   # readers of crash dumps
