@@ -20,11 +20,13 @@
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 #include "programs/Check.h"
+#include "support/DetachedThread.h"
 #include "support/Latch.h"
 #include "support/ProcessThreads.h"
 
 using namespace Brennic::Core;
 using Brennic::Testing::Latch;
+using Brennic::Testing::runDetached;
 
 namespace {
 
@@ -234,7 +236,7 @@ int exitFromThread()
     const auto application = makeApplication();
     makeWorkersBusy();
     leavePendingTasks();
-    std::thread([] { std::exit(0); }).detach();
+    runDetached([] { std::exit(0); });
     QCoreApplication::exec();
     return 1;
 }
@@ -252,7 +254,7 @@ int exitWhileThreadsDispatch()
     const auto application = makeApplication();
     auto* const started = new Latch(3);
     for (int i = 0; i < 3; ++i)
-        std::thread([started] {
+        runDetached([started] {
             started->countDown();
             for (int count = 0;; ++count) {
                 dispatchAsync([] {}, eQOS_Normal);
@@ -260,7 +262,7 @@ int exitWhileThreadsDispatch()
                 if (count % 8 == 0)
                     dispatchSync([] {}, eQOS_High);
             }
-        }).detach();
+        });
     CHECK(started->wait());
     QThread::msleep(20);
     std::exit(0);
