@@ -48,7 +48,10 @@ bool startThread(void (*function)())
     };
     const std::uintptr_t thread =
         _beginthreadex(nullptr, 0, run, reinterpret_cast<void*>(function), 0, nullptr);
-    return thread != 0 && CloseHandle(reinterpret_cast<HANDLE>(thread)) != 0;
+    if (thread == 0)
+        return false;
+    CloseHandle(reinterpret_cast<HANDLE>(thread));
+    return true;
 }
 
 ThreadEnd::ThreadEnd() : m_thread(0)
