@@ -30,6 +30,7 @@ public:
         return *this;
     }
 
+    /// Of the calling thread it counts as come: nobody waits there for it.
     bool hasCome() const;
 
 private:

@@ -57,8 +57,8 @@ bool startThread(void (*function)())
 ThreadEnd::ThreadEnd() : m_thread(0)
 {
     HANDLE thread = nullptr;
-    if (DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE,
-                        FALSE, 0) != 0)
+    if (DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread,
+                        SYNCHRONIZE | THREAD_QUERY_LIMITED_INFORMATION, FALSE, 0) != 0)
         m_thread = reinterpret_cast<std::intptr_t>(thread);
 }
 
@@ -70,7 +70,9 @@ ThreadEnd::~ThreadEnd()
 
 bool ThreadEnd::hasCome() const
 {
-    return m_thread == 0 || WaitForSingleObject(reinterpret_cast<HANDLE>(m_thread), 0) == WAIT_OBJECT_0;
+    const auto thread = reinterpret_cast<HANDLE>(m_thread);
+    return thread == nullptr || GetThreadId(thread) == GetCurrentThreadId() ||
+           WaitForSingleObject(thread, 0) == WAIT_OBJECT_0;
 }
 
 void nameCurrentThread(const std::string& name)
