@@ -14,9 +14,9 @@
 
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
+#include "support/HostObjects.h"
 #include "support/Latch.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;
