@@ -74,6 +74,16 @@ TEST_F(CrashSituation, aSpinningThreadIsStopped)
     EXPECT_EQ(countLines(readAllThreadsWithLldb(dump()).out, "spinForEver"), 1U);
 }
 
+TEST_F(CrashSituation, threadsThatBeginAndEndAreCompleteOrNotInTheDump)
+{
+    expectDumpWithThreads("passing-threads", 4);
+}
+
+TEST_F(CrashSituation, threadsThatBeginAndEndAreCompleteOrNotInTheDumpWithoutTracing)
+{
+    expectDumpWithThreads("passing-threads-no-ptrace", 4);
+}
+
 TEST_F(CrashSituation, theLogAppendersLocksDoNotMatter)
 {
     expectDumpWithThreads("appender-locks-held", 1);

@@ -16,32 +16,53 @@ namespace {
 constexpr std::int64_t longestWait = 26'000;
 
 constexpr std::int64_t timeForPlaces = 1000;
+constexpr std::int64_t timeForRecords = 100;
+
+// A thread that ends does not answer. So who still exists is looked up this often.
+constexpr std::int64_t timeBetweenLooks = 10;
 
 // Where the handlers write. Static, because a handler may run late, after the object has been destroyed.
 std::atomic<ThreadList*> g_threads{nullptr};
+std::atomic<std::uint32_t> g_recording{0}; // handlers that may be using g_threads
 std::atomic<std::uint32_t> g_answers{0};
 std::atomic<std::uint32_t> g_round{0}; // ends when it changes
 std::atomic<std::uint32_t> g_inHandler{0};
 
-void writeDownRegisters(const ucontext_t& interrupted)
+bool recordRegisters(const ucontext_t& interrupted)
 {
-    const std::uint32_t round = g_round.load();
     ThreadList* const threads = g_threads.load();
     CapturedThread* const own = threads == nullptr ? nullptr : threads->find(threadId());
     if (own == nullptr || own->hasRegisters)
-        return;
+        return false;
     own->context = toContext(interrupted);
     own->hasRegisters = true;
-    ++g_answers;
-    wakeAll(g_answers);
-    waitWhileEqual(g_round, round, Deadline(longestWait));
+    return true;
 }
 
 void onRegistersAsked(int /*signal*/, siginfo_t* /*information*/, void* context)
 {
     ++g_inHandler;
-    writeDownRegisters(*static_cast<const ucontext_t*>(context));
+    const std::uint32_t round = g_round.load();
+    ++g_recording;
+    const bool hasRecorded = recordRegisters(*static_cast<const ucontext_t*>(context));
+    --g_recording;
+    if (hasRecorded) {
+        ++g_answers;
+        wakeAll(g_answers);
+        waitWhileEqual(g_round, round, Deadline(longestWait));
+    }
     --g_inHandler;
+}
+
+bool isMissing(const CapturedThread& thread)
+{
+    return !thread.hasRegisters && !thread.hasEnded;
+}
+
+void waitUntilZero(const std::atomic<std::uint32_t>& count, const Deadline& deadline)
+{
+    while (count != 0 && !deadline.hasPassed())
+        sleepMicroseconds(20);
 }
 
 } // namespace
@@ -57,9 +78,7 @@ SignalledThreads::~SignalledThreads()
         return;
     ++g_round;
     wakeAll(g_round);
-    const Deadline deadline(100);
-    while (g_inHandler != 0 && !deadline.hasPassed())
-        sleepMicroseconds(20);
+    waitUntilZero(g_inHandler, Deadline(timeForRecords));
     // Ignoring the signal first discards it where it is still pending. With the default action it would kill the
     // process.
     struct sigaction ignore
@@ -88,6 +107,8 @@ bool SignalledThreads::stop(const Deadline& deadline)
         waitForAnswers(deadline);
     findWaitingPlaces(Deadline(timeForPlaces));
     g_threads = nullptr; // a handler that runs later must not change records that are being written
+    waitUntilZero(g_recording, Deadline(timeForRecords));
+    m_threads.removeEnded();
     for (CapturedThread& thread : m_threads)
         findCrash(thread);
     return true;
@@ -120,23 +141,33 @@ void SignalledThreads::signal(std::int32_t id)
 void SignalledThreads::waitForAnswers(const Deadline& deadline)
 {
     const auto isAwaited = [](const CapturedThread& thread) {
-        return !thread.hasRegisters && !thread.blocksSignal;
+        return isMissing(thread) && !thread.blocksSignal;
     };
-    for (std::uint32_t answers = g_answers; std::any_of(m_threads.begin(), m_threads.end(), isAwaited);
-         answers = g_answers) {
-        if (!waitWhileEqual(g_answers, answers, deadline))
-            break;
+    for (;;) {
+        const std::uint32_t answers = g_answers;
+        if (deadline.hasPassed() || std::none_of(m_threads.begin(), m_threads.end(), isAwaited))
+            return;
+        if (!waitWhileEqual(g_answers, answers, Deadline(timeBetweenLooks)))
+            markEnded();
     }
 }
 
 // Threads without registers are blocked in a system call, or soon will be: /proc tells where.
 void SignalledThreads::findWaitingPlaces(const Deadline& deadline)
 {
-    const auto isUnknown = [](const CapturedThread& thread) { return !thread.hasRegisters; };
-    while (std::any_of(m_threads.begin(), m_threads.end(), isUnknown) && !deadline.hasPassed()) {
+    while (std::any_of(m_threads.begin(), m_threads.end(), isMissing) && !deadline.hasPassed()) {
         for (CapturedThread& thread : m_threads)
             findWaitingPlace(m_process, thread);
+        markEnded();
         sleepMicroseconds(100);
+    }
+}
+
+void SignalledThreads::markEnded()
+{
+    for (CapturedThread& thread : m_threads) {
+        if (isMissing(thread))
+            thread.hasEnded = readThreadStatus(m_process, thread.id).hasEnded;
     }
 }
 

@@ -4,7 +4,7 @@
 /// signal.
 ///
 /// For systems that forbid tracing. A thread that has recorded its registers waits in the handler until the object is
-/// destroyed. A thread that blocks the signal has no registers in the dump.
+/// destroyed. A thread that blocks the signal has no registers in the dump, and one that ends is left out.
 
 #include <csignal>
 #include <cstddef>
@@ -33,6 +33,7 @@ private:
     void signal(std::int32_t id);
     void waitForAnswers(const Deadline& deadline);
     void findWaitingPlaces(const Deadline& deadline);
+    void markEnded();
 
     std::int32_t m_process;
     ThreadList& m_threads;

@@ -18,6 +18,8 @@ void findWaitingPlace(std::int32_t process, CapturedThread& thread)
     if (thread.hasRegisters)
         return;
     const WaitingPlace place = readWaitingPlace(process, thread.id);
+    if (thread.hasRegisters) // it has recorded them meanwhile
+        return;
     thread.hasRegisters = place.stackPointer != 0;
     thread.context.flags = contextAmd64Full;
     thread.context.rsp = place.stackPointer;

@@ -70,6 +70,18 @@ void startIdleThreads(int count)
         startThread(idleForEver);
 }
 
+// Threads begin and end all the time.
+void startPassingThreads()
+{
+    constexpr int atOnce = 4;
+    for (int i = 0; i != atOnce; ++i)
+        startThread([](std::promise<void>& isThere) {
+            isThere.set_value();
+            for (;;)
+                std::thread([] {}).join();
+        });
+}
+
 void holdAppenderLocks()
 {
     std::promise<std::size_t> locked;
@@ -247,6 +259,12 @@ const Situations& platformSituations()
         {"64-threads", [](const auto&) { startIdleThreads(64); }},
         {"500-threads", [](const auto&) { startIdleThreads(500); }},
         {"spinning-thread", [](const auto&) { startThread(spinForEver); }},
+        {"passing-threads", [](const auto&) { startPassingThreads(); }},
+        {"passing-threads-no-ptrace",
+         [](const auto&) {
+             startPassingThreads();
+             answerCallsWith({SYS_ptrace}, Answer::Error);
+         }},
         {"appender-locks-held", [](const auto&) { holdAppenderLocks(); }},
         {"no-descriptors", [](const auto&) { useUpDescriptors(); }},
         {"no-address-space", [](const auto&) { useUpAddressSpace(); }},

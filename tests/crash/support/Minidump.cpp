@@ -70,6 +70,24 @@ std::size_t Minidump::placedThreadCount() const
     }));
 }
 
+std::vector<std::string> Minidump::unplacedThreads() const
+{
+    const std::map<std::uint32_t, std::string> names = threadNames();
+    std::vector<std::string> threads;
+    for (const std::size_t record : records(3, 48)) {
+        if (read<std::uint32_t>(record + 32) != 0)
+            continue;
+        const auto id = read<std::uint32_t>(record);
+        const auto name = names.find(id);
+        const std::size_t context = read<std::uint32_t>(record + 44);
+        std::ostringstream text;
+        text << id << ' ' << (name == names.end() ? "without a name" : name->second) << std::hex << ", rip "
+             << read<std::uint64_t>(context + 0xf8) << ", rsp " << read<std::uint64_t>(context + 0x98);
+        threads.push_back(text.str());
+    }
+    return threads;
+}
+
 std::map<std::uint32_t, std::string> Minidump::threadNames() const
 {
     std::map<std::uint32_t, std::string> names;

@@ -38,6 +38,8 @@ public:
     std::vector<std::uint32_t> threadIds() const;
     /// How many of the threads have a stack.
     std::size_t placedThreadCount() const;
+    /// Those without one: number, name and where they were.
+    std::vector<std::string> unplacedThreads() const;
     std::map<std::uint32_t, std::string> threadNames() const;
     std::uint32_t crashedThread() const;
     std::uint32_t exceptionCode() const;
