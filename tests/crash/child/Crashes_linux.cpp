@@ -93,10 +93,18 @@ void fillHolesOfHeap()
 BRN_NOT_INLINED void crashInHeapByTopChunk()
 {
     fillHolesOfHeap();
-    auto* const last = static_cast<char*>(std::malloc(large));
-    std::memset(last + malloc_usable_size(last), 0xff, sizeof(std::size_t)); // the size of what is left
-    void* volatile more = std::malloc(large);
-    g_sink = more != nullptr ? 1 : 0;
+    // Where threads share the heap, one of them may have opened a new hole: then the rest of the heap is elsewhere, what
+    // stood here is put back, and the next chunk is tried.
+    for (;;) {
+        auto* const last = static_cast<char*>(std::malloc(large));
+        char* const sizeOfRest = last + malloc_usable_size(last);
+        std::size_t before = 0;
+        std::memcpy(&before, sizeOfRest, sizeof before);
+        std::memset(sizeOfRest, 0xff, sizeof before);
+        void* volatile more = std::malloc(large);
+        g_sink = more != nullptr ? 1 : 0;
+        std::memcpy(sizeOfRest, &before, sizeof before);
+    }
 }
 
 BRN_NOT_INLINED void crashInHeapByFreeList()
