@@ -136,12 +136,8 @@ private:
     // Behind the reports that are posted: a timer is served whether they were or not.
     void post()
     {
-        QAbstractEventDispatcher* const context = QAbstractEventDispatcher::instance();
-        if (context == nullptr)
-            return;
         m_state->postLateReport();
-        QMetaObject::invokeMethod(
-            context, [report = shared_from_this()] { report->reportOrWait(); }, Qt::QueuedConnection);
+        dispatchAsync([report = shared_from_this()] { report->reportOrWait(); }, eQOS_GUI);
     }
 
     void report()
