@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 
+#include <brn_mesh_kernel/progress/Percent.h>
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 
@@ -29,7 +30,7 @@ public:
     void progressUpdated(Progress*, float, const std::wstring&) override
     {
         const ProgressEstimate estimate = m_state->getEstimate(); // of the exact fraction
-        std::cout << static_cast<int>(100 * m_state->getFraction()) << " %";
+        std::cout << toPercent(m_state->getFraction()) << " %";
         if (estimate.remaining) // not yet in the first second
             std::cout << ", " << std::lround(estimate.remaining->count()) << " s left";
         std::cout << std::endl;
