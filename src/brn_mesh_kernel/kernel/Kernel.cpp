@@ -13,7 +13,11 @@ Kernel::~Kernel() = default;
 
 Kernel& Kernel::Instance()
 {
-    static Kernel* const instance = new Kernel; // never destroyed: threads log until the process has ended
+    static Kernel* const instance = [] {
+        auto kernel = std::make_unique<Kernel>();
+        kernel->m_impl->logSystem->Publish();
+        return kernel.release(); // never destroyed: threads log until the process has ended
+    }();
     return *instance;
 }
 
@@ -81,6 +85,11 @@ EKvsStatus Kernel::SetShowsControlCharacters(bool shows)
 ILogger* Kernel::Logger() const
 {
     return m_impl->logSystem->CurrentLogger();
+}
+
+ILogger* Kernel::LoggerIfEnabled(EKvsLogLevel level)
+{
+    return LogSystem::PublishedLoggerIfEnabled(level);
 }
 
 IProfilerSource* Kernel::ProfilerSource() const
