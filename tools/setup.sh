@@ -11,7 +11,7 @@
 build=(
   g++ cmake ninja-build
   # the libraries
-  qt6-base-dev liblog4cplus-dev libtbb-dev libboost-dev
+  qt6-base-dev liblog4cplus-dev libtbb-dev libboost-dev libfmt-dev
   # the sample host
   libopenmesh-dev libcli11-dev glmark2-data
 )
