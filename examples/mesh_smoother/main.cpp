@@ -14,7 +14,7 @@
 #include <boost/nowide/args.hpp>
 #include <boost/nowide/convert.hpp>
 
-#include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_kernel/progress/ConsoleProgress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
@@ -34,9 +34,9 @@ using namespace Brennic::Core;
 void finishStage(Stage stage, const std::wstring& message, const std::wstring& warning)
 {
     const ConsoleProgress::Pause pause;
-    Kernel::Instance().Logger()->Log(Info, L"%s", message.c_str());
+    BRN_LOG(Info, "{}", message);
     if (!warning.empty())
-        Kernel::Instance().Logger()->Log(Warn, L"%s", warning.c_str());
+        BRN_LOG(Warn, "{}", warning);
     Kernel::Instance().ProfilerWaypoint(stageName(stage));
     std::cout.flush();
 }
@@ -45,7 +45,7 @@ void finishStage(Stage stage, const std::wstring& message, const std::wstring& w
 void cancel(Progress& progress)
 {
     progress.cancel();
-    Kernel::Instance().Logger()->Log(Warn, L"interrupted: ending before the next step");
+    BRN_LOG(Warn, "interrupted: ending before the next step");
 }
 
 // Runs the event loop until the pipeline is done; throws what the pipeline has thrown.

@@ -9,10 +9,9 @@
 #include <QMenuBar>
 #include <QStatusBar>
 #include <QVBoxLayout>
-#include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
-#include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_widgets/ProgressModel.h>
 #include <brn_mesh_widgets/ProgressStatusBar.h>
 
@@ -35,11 +34,6 @@ constexpr QSize usualSize(960, 600);
 QString toText(const std::filesystem::path& path)
 {
     return QString::fromStdString(path.u8string());
-}
-
-void log(EKvsLogLevel level, const std::wstring& message)
-{
-    Kernel::Instance().Logger()->Log(level, L"%s", message.c_str());
 }
 
 } // namespace
@@ -135,7 +129,7 @@ void MainWindow::beginRun(RunOptions options)
     connect(m_run.get(), &SmoothingRun::stageDone, this, &MainWindow::finishStage);
     connect(m_run.get(), &SmoothingRun::ended, this, &MainWindow::endRun);
     Kernel::Instance().ProfilerWaypoint(idleWaypoint);
-    log(Info, L"smoothing " + boost::nowide::widen(m_run->options().input.u8string()));
+    BRN_LOG(Info, "smoothing {}", m_run->options().input);
     m_message->say(MessageLine::Kind::Notice, {});
     m_views->setProgress(m_run->root());
     m_run->start();
@@ -144,9 +138,9 @@ void MainWindow::beginRun(RunOptions options)
 
 void MainWindow::finishStage(Stage stage, const std::wstring& message, const std::wstring& warning)
 {
-    log(Info, message);
+    BRN_LOG(Info, "{}", message);
     if (!warning.empty()) {
-        log(Warn, warning);
+        BRN_LOG(Warn, "{}", warning);
         m_message->say(MessageLine::Kind::Notice, QString::fromStdWString(warning));
     }
     Kernel::Instance().ProfilerWaypoint(stageName(stage));
@@ -177,7 +171,7 @@ void MainWindow::finishRun()
         fail(reason);
         return;
     }
-    log(Info, L"saved " + boost::nowide::widen(m_options.report.u8string()));
+    BRN_LOG(Info, "saved {}", m_options.report);
     const QString saved = tr("Saved %1, and the report %2");
     if (!m_message->isVisible()) // a warning says more
         m_message->say(MessageLine::Kind::Success,
@@ -188,14 +182,14 @@ void MainWindow::finishRun()
 void MainWindow::sayCancelled()
 {
     const QString sentence = tr("Cancelled: nothing was saved");
-    log(Warn, sentence.toStdWString());
+    BRN_LOG(Warn, "{}", sentence);
     m_message->say(MessageLine::Kind::Notice, sentence);
     finishShowing(SmoothingRun::Outcome::Interrupted);
 }
 
 void MainWindow::fail(const QString& error)
 {
-    log(Error, error.toStdWString());
+    BRN_LOG(Error, "{}", error);
     m_message->say(MessageLine::Kind::Error, error);
     finishShowing(SmoothingRun::Outcome::Failed, error);
 }
