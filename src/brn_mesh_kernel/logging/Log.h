@@ -80,17 +80,18 @@ inline void appendUtf8(std::string& text, std::uint32_t character)
 template <typename Unit>
 std::string toUtf8(std::basic_string_view<Unit> text)
 {
-    const auto isHalf = [&text](std::size_t i, std::uint32_t first) {
-        return i < text.size() && (static_cast<std::uint32_t>(text[i]) & 0xFFFFFC00U) == first;
+    const auto unit = [&text](std::size_t i) {
+        return static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<Unit>>(text[i]));
+    };
+    const auto isHalf = [&](std::size_t i, std::uint32_t first) {
+        return i < text.size() && (unit(i) & 0xFFFFFC00U) == first;
     };
     std::string result;
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
-        auto character = static_cast<std::uint32_t>(text[i]);
-        if (sizeof(Unit) == sizeof(char16_t) && isHalf(i, 0xD800) && isHalf(i + 1, 0xDC00)) {
-            const auto second = static_cast<std::uint32_t>(text[++i]);
-            character = 0x10000U + ((character & 0x3FFU) << 10) + (second & 0x3FFU);
-        }
+        std::uint32_t character = unit(i);
+        if (sizeof(Unit) == sizeof(char16_t) && isHalf(i, 0xD800) && isHalf(i + 1, 0xDC00))
+            character = 0x10000U + ((character & 0x3FFU) << 10) + (unit(++i) & 0x3FFU);
         appendUtf8(result, character);
     }
     return result;
@@ -136,17 +137,18 @@ using Format = fmt::basic_format_string<char, Formattable<Arguments>...>;
 /// Where in the source a record is written.
 struct Place
 {
-    const char* file;
-    int line;
-    const char* function;
+    const char* file;     ///< narrow, or null
+    int line;             ///< in the file, or -1
+    const char* function; ///< narrow, or null
 };
 
 /// A logger that writes records of a level, or null.
 struct EnabledLogger
 {
-    ILogger* logger;
-    EKvsLogLevel level;
+    ILogger* logger;    ///< borrowed; null if nothing is written
+    EKvsLogLevel level; ///< that of the record
 
+    /// Whether there is a logger.
     explicit operator bool() const { return logger != nullptr; }
 };
 

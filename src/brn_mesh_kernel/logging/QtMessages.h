@@ -4,7 +4,7 @@
 ///
 ///     Brennic::Core::Kernel::Instance().Initialize();
 ///     Brennic::Core::QtMessages::forward();
-///     QObject::connect(nullptr, nullptr, nullptr, nullptr); // a record: "qt.core.qobject.connect: ..."
+///     qWarning("%d vertices are not used", count); // a record at level Warn, and so is what Qt itself reports
 ///
 /// | message | record |
 /// |---|---|
