@@ -8,7 +8,7 @@ int main()
     Kernel& kernel = Kernel::Instance();
     kernel.SetLogFilePath(L"host.log");
     // %d is UTC and %D local time; inside the braces, %q is milliseconds and the rest is strftime's.
-    kernel.SetLogMessageFormat(L"%d{%Y-%m-%dT%H:%M:%S.%q}Z %-5p %m%n");
+    kernel.SetLogMessageFormat(L"%d{%Y-%m-%dT%H:%M:%S.%qZ} %-5p %m%n");
     kernel.Initialize();
     BRN_LOG(Info, "Loading took {:.1f} s", 0.25);
     kernel.Terminate();

@@ -394,7 +394,7 @@ TEST_F(LogTest, theFunctionTakesFormatsThatAreHandedOn)
 
 TEST_F(LogTest, theMathematicalLogStaysUsable)
 {
-    EXPECT_EQ(log(1.0), 0.0);
+    EXPECT_EQ(log(1.0), 0.0); // with Brennic::Core::log in sight
 }
 
 TEST_F(LogTest, aFormatOfTheFunctionThatTurnsOutToBeWrongCostsItsRecordOnly)

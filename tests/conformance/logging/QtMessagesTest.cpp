@@ -195,8 +195,10 @@ TEST_F(QtMessagesTest, handlersThatHandOnToEachOtherComeToAnEnd)
     QtMessages::forward();
     g_below = qInstallMessageHandler(&handOn);
     QtMessages::forward(); // above the one that hands on to it
+    const CapturedOutput errors(Descriptor::standardError);
     qWarning("x");
-    EXPECT_EQ(debugger.text(), "later: x\n");
+    EXPECT_EQ(fromTextMode(errors.text()), "later: x\n");
+    EXPECT_THAT(handedOn(), IsEmpty());
     QtMessages::restore();
     EXPECT_EQ(qInstallMessageHandler(nullptr), &handOn);
 }
