@@ -24,6 +24,16 @@ public:
 
     std::function<void()>& function() { return *this; }
 
+    // The task was taken out of its queue: waits for it end.
+    void endCancelled()
+    {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        ++m_ends;
+        ++m_cancellations;
+        m_isCancelled = true;
+        m_finishedCondition.notify_all();
+    }
+
     ETaskState m_state = ePending; // m_lock guards this, what follows, and the callable while it does not run
     std::mutex m_lock;
     std::condition_variable m_finishedCondition;
@@ -176,8 +186,10 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
         wakeUpsSeen = m_impl->m_wakeUps;
         lock.unlock(); // the queue's mutex is never taken under this one
         const std::shared_ptr<Task> self = queue->findAndRemoveTask(this);
-        if (self && isForGui)
+        if (self && isForGui) {
+            m_impl->endCancelled();
             return false;
+        }
         if (self)
             self->runTask();
         lock.lock();
@@ -194,11 +206,7 @@ bool Task::cancel()
     const std::shared_ptr<Task> self = queue ? queue->findAndRemoveTask(this) : nullptr;
     if (!self)
         return false;
-    lock.lock();
-    ++m_impl->m_ends;
-    ++m_impl->m_cancellations;
-    m_impl->m_isCancelled = true;
-    m_impl->m_finishedCondition.notify_all();
+    m_impl->endCancelled();
     return true;
 }
 

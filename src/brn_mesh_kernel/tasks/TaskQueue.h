@@ -128,6 +128,7 @@ protected:
 private:
     friend class Task;
     friend class GlobalQueues;
+    friend class SynchronousDispatch;
 
     TaskQueue(EQualityOfService qos, int maxConcurrency, const std::shared_ptr<TaskFamily>& family);
 

@@ -1,0 +1,39 @@
+#include <brn_mesh_kernel/tasks/SynchronousDispatch.h>
+
+#include <memory>
+
+#include <brn_mesh_kernel/tasks/Task.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/TaskWorker.h>
+
+namespace Brennic::Core {
+
+bool SynchronousDispatch::run(TaskQueue& queue, const std::function<void()>& function)
+{
+    const auto task = std::make_shared<Task>(function);
+    queue.addTask(task);
+    return task->waitOrWithdraw(true);
+}
+
+bool SynchronousDispatch::wait(Task& task, bool isForGui)
+{
+    // As addTask() does for a task that is added in the GUI thread. Its job stays and will find nothing to do.
+    const TaskQueue* const guiQueue = isForGui ? TaskQueue::getGUIQueue() : nullptr;
+    if (guiQueue != nullptr && guiQueue->isGuiThread())
+        task.runTask();
+    return task.waitOrWithdraw(true);
+}
+
+SynchronousDispatch::CountedAsWaiting::CountedAsWaiting() : m_worker(TaskWorker::current())
+{
+    if (m_worker != nullptr)
+        TaskQueue::beginWait(*m_worker);
+}
+
+SynchronousDispatch::CountedAsWaiting::~CountedAsWaiting()
+{
+    if (m_worker != nullptr)
+        TaskQueue::endWait(*m_worker);
+}
+
+} // namespace Brennic::Core
