@@ -1,11 +1,25 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 
+#include <string>
+
 #include <brn_mesh_kernel/diagnostics/ExceptionHandler.h>
 #include <brn_mesh_kernel/diagnostics/Profiler.h>
 #include <brn_mesh_kernel/kernel/KernelImpl.h>
+#include <brn_mesh_kernel/logging/ILogger.h>
 #include <brn_mesh_kernel/logging/LogSystem.h>
+#include <brn_mesh_kernel/tasks/WaitGraph.h>
 
 namespace Brennic::Core {
+
+namespace {
+
+// For tasks/, which does not log by itself. A host without a kernel has no log.
+void warn(const std::wstring& text)
+{
+    Kernel::Instance().Logger()->Log(Warn, L"%s", text.c_str());
+}
+
+} // namespace
 
 Kernel::Kernel() : m_impl(std::make_unique<Impl>()) {}
 
@@ -16,6 +30,7 @@ Kernel& Kernel::Instance()
     static Kernel* const instance = [] {
         auto kernel = std::make_unique<Kernel>();
         kernel->m_impl->logSystem->Publish();
+        WaitGraph::reportBy(&warn);
         return kernel.release(); // never destroyed: threads log until the process has ended
     }();
     return *instance;

@@ -8,7 +8,9 @@
 #include <utility>
 
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/TaskQueueCore.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
+#include <brn_mesh_kernel/tasks/WaitGraph.h>
 
 namespace Brennic::Core {
 
@@ -34,17 +36,62 @@ public:
         m_finishedCondition.notify_all();
     }
 
+    class Wait;
+
     ETaskState m_state = ePending; // m_lock guards this, what follows, and the callable while it does not run
     std::mutex m_lock;
     std::condition_variable m_finishedCondition;
     std::shared_ptr<TaskQueue> m_queue;
+    std::thread::id m_runner; // the thread that runs the callable, or ran it last
     // How often the callable has returned or the task was cancelled. Waits compare it instead of the state:
     // they end with the run that they waited for, even if the task has been armed again by then.
     std::atomic<std::uint64_t> m_ends{0};
     std::uint64_t m_cancellations = 0; // how many of m_ends
     bool m_isCancelled = false;        // and not added or assigned to since
+    bool m_isGivenUp = false;          // a wait of whoever may withdraw the task cannot end
     std::uint64_t m_wakeUps = 0;       // calls of wakeWaiters()
     int m_waiters = 0;                 // threads that sleep: without any, the end of a run notifies nobody
+};
+
+// A wait for the task. Only whoever may withdraw the task has it to themselves: a pending task that is shared may
+// be run or taken back by a thread that nobody knows of, which ends the wait.
+class Q_DECL_HIDDEN Task::TaskImpl::Wait final : public WaitGraph::Wait
+{
+public:
+    Wait(TaskImpl& task, std::uint64_t endsBefore, bool mayWithdraw)
+        : m_task(task), m_endsBefore(endsBefore), m_mayWithdraw(mayWithdraw)
+    {
+    }
+    ~Wait() { leave(); }
+
+private:
+    WaitGraph::Target target() const override
+    {
+        const std::lock_guard<std::mutex> lock(m_task.m_lock);
+        if (m_task.m_ends != m_endsBefore || (m_mayWithdraw && m_task.m_isGivenUp))
+            return {};
+        if (m_task.m_state == eRunning)
+            return {WaitGraph::Target::Running, m_task.m_runner, nullptr};
+        if (!isOwnAndPending() || m_task.m_queue->mustWaiterRunTasks())
+            return {};
+        return {WaitGraph::Target::Pending, {}, m_task.m_queue->m_core};
+    }
+    bool canBeGivenUp() const override
+    {
+        const std::lock_guard<std::mutex> lock(m_task.m_lock);
+        return isOwnAndPending();
+    }
+    void giveUp() override
+    {
+        const std::lock_guard<std::mutex> lock(m_task.m_lock);
+        m_task.m_isGivenUp = true;
+        m_task.m_finishedCondition.notify_all();
+    }
+    bool isOwnAndPending() const { return m_mayWithdraw && m_task.m_state == ePending && m_task.m_queue; }
+
+    TaskImpl& m_task;
+    const std::uint64_t m_endsBefore;
+    const bool m_mayWithdraw;
 };
 
 // How often a waiting thread yields before it sleeps. Falling asleep and being woken takes longer than a
@@ -123,6 +170,7 @@ void Task::runTask()
         if (m_impl->m_state != ePending)
             return;
         m_impl->m_state = eRunning;
+        m_impl->m_runner = std::this_thread::get_id();
     }
     m_impl->function()(); // if it throws, the state stays eRunning: nobody can say what the callable has done
 
@@ -172,27 +220,37 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
 bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
+    TaskImpl::Wait wait(*m_impl, endsBefore, mayWithdraw);
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     while (m_impl->m_ends == endsBefore) {
         const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
         const bool isForGui = queue && queue->getQOS() == eQOS_GUI;
         const bool mustRun = queue && m_impl->m_state == ePending && queue->mustWaiterRunTasks();
-        if (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw)) {
-            ++m_impl->m_waiters;
-            m_impl->m_finishedCondition.wait(lock);
-            --m_impl->m_waiters;
+        const bool isGivenUp = mayWithdraw && m_impl->m_isGivenUp;
+        if (!isGivenUp && (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw))) {
+            if (wait.isListed()) {
+                ++m_impl->m_waiters;
+                m_impl->m_finishedCondition.wait(lock);
+                --m_impl->m_waiters;
+            } else {
+                lock.unlock(); // this lock is taken under the graph's mutex
+                wait.enter();
+                lock.lock();
+            }
             continue;
         }
         wakeUpsSeen = m_impl->m_wakeUps;
-        lock.unlock(); // the queue's mutex is never taken under this one
+        lock.unlock(); // the queue's mutex is never taken under this one, nor the graph's
+        wait.leave();
         const std::shared_ptr<Task> self = queue->findAndRemoveTask(this);
-        if (self && isForGui) {
+        if (self && (isForGui || isGivenUp)) {
             m_impl->endCancelled();
             return false;
         }
         if (self)
             self->runTask();
         lock.lock();
+        m_impl->m_isGivenUp = false; // if it was, somebody else has taken the task
     }
     return true;
 }
