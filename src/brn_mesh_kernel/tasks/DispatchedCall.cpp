@@ -21,8 +21,9 @@ public:
     explicit Impl(const QFutureInterfaceBase& future) : m_future(future) {}
 
     const QFutureInterfaceBase m_future; // keeps the address by which the call is found
-    std::weak_ptr<Task> m_task;          // set before others can find the call, like the next
+    std::weak_ptr<Task> m_task;          // set before others can find the call, like the next two
     bool m_isForGui = false;
+    bool m_hadApplication = false;      // when it was added
     std::atomic<bool> m_isTaken{false}; // by whoever runs it or gives it up
 };
 
@@ -114,6 +115,7 @@ void DispatchedCall::add(TaskQueue& queue)
     const auto task = std::make_shared<Task>([self = shared_from_this()] { self->takeTurn(); });
     m_impl->m_task = task;
     m_impl->m_isForGui = queue.getQOS() == eQOS_GUI;
+    m_impl->m_hadApplication = WorkerThreads::areEventsDelivered();
     // List the call before asking. Whoever changes the answer does so before it gives up the calls of the list,
     // so at least one side sees the other.
     calls().add(keyOf(m_impl->m_future), shared_from_this());
@@ -134,8 +136,10 @@ void DispatchedCall::add(EQualityOfService qos)
 
 void DispatchedCall::takeTurn()
 {
-    if (m_impl->m_future.isCanceled())
-        giveUp(true);
+    // A thread that waits may be here before giveUpPending() is: the call ends the same way.
+    const bool hasLostApplication = m_impl->m_hadApplication && !WorkerThreads::areEventsDelivered();
+    if (m_impl->m_future.isCanceled() || hasLostApplication || WorkerThreads::haveEnded())
+        giveUp(!WorkerThreads::haveEnded());
     else if (!m_impl->m_isTaken.exchange(true))
         run();
 }

@@ -352,8 +352,7 @@ TEST_F(DispatchFutureTest, waitingInsideATaskForAContinuationMakesRoomToo)
 
 TEST_F(DispatchFutureTest, whenAllWaitsForSeveral)
 {
-    QList<QFuture<int>> parts{dispatch([] { return 1; }, eQOS_Normal),
-                                    dispatch([] { return 2; }, eQOS_High)};
+    QList<QFuture<int>> parts{dispatch([] { return 1; }, eQOS_Normal), dispatch([] { return 2; }, eQOS_High)};
     QFuture<QList<QFuture<int>>> all = QtFuture::whenAll(parts.begin(), parts.end());
     waitFor(all);
     EXPECT_EQ(all.result().at(0).result() + all.result().at(1).result(), 3);
