@@ -18,6 +18,8 @@ build=(
 test=(
   ccache pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev relacy-dev
+  # an example with coroutines
+  qcoro-qt6-dev
   # a display for the tests of the widgets
   xvfb xauth
   # has system calls fail
