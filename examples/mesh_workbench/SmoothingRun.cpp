@@ -4,9 +4,11 @@
 #include <utility>
 
 #include <QCoreApplication>
+#include <QFutureWatcher>
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/tasks/DispatchFuture.h>
 
 #include "RunFiles.h"
 #include "RunSource.h"
@@ -47,29 +49,36 @@ SmoothingRun::~SmoothingRun()
 void SmoothingRun::start()
 {
     m_isRunning = true;
-    dispatchAsync([this] { work(); }, eQOS_Normal);
+    QFuture<End> work = dispatch([this] { return this->work(); }, eQOS_Normal);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    work.then(this, [this](const End& how) { end(how); });
+#else // whose futures have no continuations
+    auto* const watcher = new QFutureWatcher<End>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        end(watcher->result());
+    });
+    watcher->setFuture(work);
+#endif
 }
 
-// In a worker thread. Nothing of the run is touched after its end was handed over.
-void SmoothingRun::work()
+// In a worker thread.
+SmoothingRun::End SmoothingRun::work()
 {
-    Outcome outcome = Outcome::Failed;
-    QString error;
     try {
         m_pipeline.run();
-        outcome = Outcome::Done;
+        return {Outcome::Done, {}};
     } catch (const Cancelled&) {
-        outcome = Outcome::Interrupted;
+        return {Outcome::Interrupted, {}};
     } catch (const std::exception& exception) {
-        error = QString::fromStdString(reasonOf(exception));
+        return {Outcome::Failed, QString::fromStdString(reasonOf(exception))};
     }
-    dispatchAsync([this, outcome, error] { end(outcome, error); }, eQOS_GUI);
 }
 
-void SmoothingRun::end(Outcome outcome, const QString& error)
+void SmoothingRun::end(const End& how)
 {
     m_isRunning = false;
-    Q_EMIT ended(outcome, error);
+    Q_EMIT ended(how.outcome, how.error);
 }
 
 #include "moc_SmoothingRun.cpp" // NOLINT(bugprone-suspicious-include)

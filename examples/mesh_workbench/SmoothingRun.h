@@ -55,8 +55,14 @@ Q_SIGNALS:
     void ended(SmoothingRun::Outcome outcome, const QString& error);
 
 private:
-    void work();
-    void end(Outcome outcome, const QString& error);
+    struct End
+    {
+        Outcome outcome = Outcome::Failed;
+        QString error;
+    };
+
+    End work();
+    void end(const End& how);
 
     const RunOptions m_options;
     RunSource& m_source;
