@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <QtGlobal>
+
 #include <brn_mesh_kernel/tasks/SynchronousDispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
@@ -15,7 +17,7 @@ namespace Brennic::Core {
 
 // A callable is on the list from before its task is added until nothing of it is left. Whoever takes it, a
 // worker or cancel(), sees to it that it leaves the list.
-class TaskGroup::State : public std::enable_shared_from_this<State>
+class Q_DECL_HIDDEN TaskGroup::State : public std::enable_shared_from_this<State>
 {
 public:
     explicit State(std::shared_ptr<TaskQueue> queue) : m_queue(std::move(queue)), m_isCancelled(!m_queue) {}
