@@ -124,6 +124,9 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
     /// Whether every worker waits and no overflow queue can be made: whoever waits for a pending task runs
     /// it.
     std::atomic<bool> isStranded{false};
+    /// Helpers of loops that are pending. Loops inside tasks begin and end while no worker is free, and would
+    /// pile them up.
+    std::atomic<int> pendingHelpers{0};
 };
 
 } // namespace Brennic::Core
