@@ -6,8 +6,10 @@
 #include <condition_variable>
 #include <exception>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/tasks/LoopGate.h>

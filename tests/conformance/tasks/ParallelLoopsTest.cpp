@@ -477,6 +477,8 @@ TEST_F(ParallelLoops, afterACancelEachThreadBeginsOneGrainAtMost)
                           options.progress->cancel();
                           isCancelled = true;
                       }
+                      while (begin > 500 && !isCancelled)
+                          std::this_thread::yield();
                       ++done;
                   },
                   options),
