@@ -144,7 +144,8 @@ template <typename Function>
 void add(const std::string& name, Function function)
 {
     benchmark::RegisterBenchmark(name.c_str(), function)
-        ->MeasureProcessCPUTime()->UseRealTime()
+        ->MeasureProcessCPUTime()
+        ->UseRealTime()
         ->Iterations(5)
         ->Unit(benchmark::kMillisecond);
 }

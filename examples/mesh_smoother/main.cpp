@@ -2,7 +2,7 @@
 /// Smooths a triangle mesh, and shows on the way how a host uses the library.
 ///
 /// The main thread runs the event loop and shows progress. The pipeline is a task on one of the library's own
-/// queues; while it smooths it waits for tasks on a queue of the program's, one for each block of vertices.
+/// queues; while it smooths, workers of a queue of its own help it with loops over the vertices.
 
 #include <exception>
 #include <filesystem>
@@ -72,13 +72,12 @@ void smoothMesh(const Options& options)
     Stages stages(options, sizeOrZero(options.input));
     ConsoleProgress line(stages.root());
     StageTimes times;
-    const BlockLoop loop = makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, options.threads));
     const auto stageDone = [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
         finishStage(stage, message, warning);
         if (!line.isLive())
             times.stageDone(boost::nowide::narrow(stageName(stage)));
     };
-    Pipeline pipeline(options, stages, loop,
+    Pipeline pipeline(options, stages,
                       [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
                           dispatchSync([&] { stageDone(stage, message, warning); }, eQOS_GUI);
                       });

@@ -28,8 +28,7 @@ SmoothingRun::SmoothingRun(RunOptions options, RunSource& source)
     : m_options(std::move(options)),
       m_source(source),
       m_stages(m_options, sizeOrZero(m_options.input), nameOf(m_options)),
-      m_loop(makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, m_options.threads))),
-      m_pipeline(m_options, m_stages, m_loop,
+      m_pipeline(m_options, m_stages,
                  [this](Stage stage, const std::wstring& message, const std::wstring& warning) {
                      dispatchSync([&] { Q_EMIT stageDone(stage, message, warning); }, eQOS_GUI);
                  })

@@ -2,8 +2,8 @@
 /// \file
 /// A run of the pipeline in the background, as a window has it: it tells in signals what happens.
 ///
-/// The pipeline is a task on one of the library's own queues; while it smooths it waits for tasks on a queue of
-/// the run's, one for each block of vertices. It waits for the GUI thread after each stage.
+/// The pipeline is a task on one of the library's own queues; while it smooths, workers of a queue of its own help
+/// it with loops over the vertices. It waits for the GUI thread after each stage.
 ///
 /// Everything here belongs to the GUI thread, and so do the signals.
 
@@ -13,7 +13,6 @@
 #include <QObject>
 #include <QString>
 
-#include "BlockLoop.h"
 #include "Pipeline.h"
 #include "RunOptions.h"
 #include "Stages.h"
@@ -67,7 +66,6 @@ private:
     const RunOptions m_options;
     RunSource& m_source;
     Stages m_stages;
-    const BlockLoop m_loop;
     Pipeline m_pipeline;
     bool m_isRunning = false;
 };
