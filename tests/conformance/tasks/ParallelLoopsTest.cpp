@@ -109,7 +109,7 @@ std::uint64_t bitsOf(double value)
     return bits;
 }
 
-class Receiver : public ProgressReportingProtocol
+class Receiver final : public ProgressReportingProtocol
 {
 public:
     void progressUpdated(Progress*, float, const std::wstring&) override { note(); }
