@@ -3,6 +3,7 @@
 /// count in a progress, which could cancel them; the peer counts nothing.
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -106,7 +107,8 @@ void peer(benchmark::State& state, const Body& body, int threads)
         });
 }
 
-// The median time from a cancel by another thread to the return of the loop, in percent of a grain.
+// The median time from a cancel by another thread to the return of the loop, in percent of the longest grain that
+// ran then. The grains are timed, since on a busy machine they take longer than was computed.
 double timeToCancel(int threads)
 {
     constexpr int runs = 51;
@@ -126,18 +128,29 @@ double timeToCancel(int threads)
             cancelled = Clock::now();
             options.progress->cancel();
         });
+        std::atomic<Clock::rep> longest{0};
         const ELoopEnd end = parallelFor(
-            0, 1'000'000, [rounds](int, int) { compute(rounds); }, options);
-        const auto returned = Clock::now();
+            0, 1'000'000,
+            [&](int, int) {
+                const auto begin = Clock::now();
+                compute(rounds);
+                if (!options.progress->isCancelled())
+                    return;
+                const Clock::rep time = (Clock::now() - begin).count();
+                for (Clock::rep known = longest; known < time && !longest.compare_exchange_weak(known, time);)
+                    continue;
+            },
+            options);
+        const Clock::duration untilReturn = Clock::now() - cancelled;
         other.join();
-        if (end == eLoop_Cancelled)
-            times.push_back(100 * Microseconds(returned - cancelled).count() / grainMicroseconds);
+        if (end == eLoop_Cancelled && longest > 0)
+            times.push_back(100 * static_cast<double>(untilReturn.count()) / static_cast<double>(longest));
     }
     if (times.empty())
         return 0;
-    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2),
-                     times.end());
-    return times[times.size() / 2];
+    const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+    std::nth_element(times.begin(), middle, times.end());
+    return *middle;
 }
 
 template <typename Function>

@@ -39,6 +39,11 @@ constexpr Count leastPart = 20;
 // How often the calling thread reports, and looks for workers that could help.
 constexpr std::chrono::milliseconds tickTime{1};
 
+// Given grains may be shorter than a reading of the clock is worth: then it is read once in so many of them, as
+// long as these together take less than the time.
+constexpr int mostGrainsPerReading = 16;
+constexpr std::chrono::microseconds timePerReading{50};
+
 // How long a helper keeps its worker from other tasks that are pending.
 constexpr std::chrono::milliseconds helpTime{5};
 
@@ -115,8 +120,6 @@ public:
 
     void learn(Count items, Clock::duration time)
     {
-        if (!m_isChosen)
-            return;
         constexpr double largest = 1ULL << 62U; // far beyond what takes the time, and no product overflows
         const double each =
             static_cast<double>(std::max<Clock::rep>(time.count(), 1)) / static_cast<double>(items);
@@ -181,8 +184,8 @@ private:
     void sendHelpers();
     bool sendHelper();
     void help();
-    template <typename Done>
-    void work(bool isTimed, Done done);
+    template <typename Tick>
+    void work(Count& done, Tick tick);
     bool take(const GrainSize& size, Part& part);
     void stop();
     void fail();
@@ -225,12 +228,7 @@ ELoopEnd ParallelLoop::run()
 {
     try {
         sendHelpers();
-        Clock::time_point lastTick = Clock::now();
-        work(m_progress != nullptr || m_mostHelpers > 0, [&](Count items, Clock::time_point now) {
-            m_doneHere += items;
-            if (now - lastTick < tickTime)
-                return true;
-            lastTick = now;
+        work(m_doneHere, [this](Clock::time_point) {
             report();
             sendHelpers();
             return true;
@@ -275,16 +273,16 @@ void ParallelLoop::help()
 {
     if (!m_gate.enter())
         return;
+    Count done = 0;
+    Count told = 0;
+    const auto tell = [&] {
+        m_doneByHelpers.fetch_add(done - std::exchange(told, done), std::memory_order_relaxed);
+    };
     try {
         const Clock::time_point begin = Clock::now();
-        Clock::time_point lastLook = begin;
-        work(true, [&](Count items, Clock::time_point now) {
-            if (m_progress != nullptr)
-                m_doneByHelpers.fetch_add(items, std::memory_order_relaxed);
-            if (now - lastLook < tickTime || now - begin < helpTime)
-                return true;
-            lastLook = now;
-            if (m_core->scheduler.pendingCount() == 0)
+        work(done, [&](Clock::time_point now) {
+            tell();
+            if (now - begin < helpTime || m_core->scheduler.pendingCount() == 0)
                 return true;
             if (!sendHelper()) // behind the tasks; if not, the calling thread sends one
                 --m_helpers;
@@ -293,23 +291,38 @@ void ParallelLoop::help()
     } catch (...) {
         fail();
     }
+    tell();
     m_gate.leave();
 }
 
-// Runs the body for one grain after the other, until none is left or \p done says so.
-template <typename Done>
-void ParallelLoop::work(bool isTimed, Done done)
+// Runs the body for one grain after the other, until none is left. \p done counts the items. \p tick is called once
+// in a while, and ends the work by returning false.
+template <typename Tick>
+void ParallelLoop::work(Count& done, Tick tick)
 {
     GrainSize size(m_grain, m_step, m_mostHelpers + 1);
-    isTimed = isTimed || size.isChosen();
-    Clock::time_point now = isTimed ? Clock::now() : Clock::time_point();
+    int grains = 0;
+    int grainsPerReading = 1;
+    Clock::time_point now = Clock::now();
+    Clock::time_point lastTick = now;
     for (Part part{}; take(size, part);) {
         m_body(part.begin, part.end);
-        const Clock::time_point begin = now;
-        if (isTimed)
-            now = Clock::now();
-        size.learn(part.end - part.begin, now - begin);
-        if (!done(part.end - part.begin, now))
+        done += part.end - part.begin;
+        if (++grains < grainsPerReading)
+            continue;
+        grains = 0;
+        const Clock::time_point before = std::exchange(now, Clock::now());
+        const Clock::duration time = now - before;
+        if (size.isChosen())
+            size.learn(part.end - part.begin, time);
+        else if (time < timePerReading)
+            grainsPerReading = std::min(2 * grainsPerReading, mostGrainsPerReading);
+        else
+            grainsPerReading = time > tickTime ? 1 : std::max(1, grainsPerReading / 2);
+        if (now - lastTick < tickTime)
+            continue;
+        lastTick = now;
+        if (!tick(now))
             return;
     }
 }
