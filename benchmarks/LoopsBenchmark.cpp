@@ -1,6 +1,6 @@
 /// \file
-/// Measures loops beside tbb::parallel_for, with the same number of threads: the calling one, and workers. Ours
-/// count in a progress, which could cancel them; the peer counts nothing.
+/// Measures loops beside tbb::parallel_for, with the same number of threads: the calling one, and workers.
+/// Ours count in a progress, which could cancel them; the peer counts nothing.
 
 #include <algorithm>
 #include <atomic>
@@ -107,8 +107,8 @@ void peer(benchmark::State& state, const Body& body, int threads)
         });
 }
 
-// The median time from a cancel by another thread to the return of the loop, in percent of the longest grain that
-// ran then. The grains are timed, since on a busy machine they take longer than was computed.
+// The median time from a cancel by another thread to the return of the loop, in percent of the longest grain
+// that ran then. The grains are timed, since on a busy machine they take longer than was computed.
 double timeToCancel(int threads)
 {
     constexpr int runs = 51;

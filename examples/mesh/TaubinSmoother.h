@@ -19,12 +19,12 @@ public:
     /// Copies the positions and the neighbourhoods of the mesh.
     explicit TaubinSmoother(const Mesh& mesh);
 
-    /// One iteration: both steps for all vertices, each in a parallel loop. If a loop is cancelled, the positions
-    /// are those of the step before.
+    /// One iteration: both steps for all vertices, each in a parallel loop. If a loop is cancelled, the
+    /// positions are those of the step before.
     [[nodiscard]] Brennic::Core::ELoopEnd iterate(const Brennic::Core::LoopOptions& options);
 
-    /// The same by \p loop, which is called with the count of vertices and a body that takes the first vertex and
-    /// the one behind the last.
+    /// The same by \p loop, which is called with the count of vertices and a body that takes the first vertex
+    /// and the one behind the last.
     template <typename Loop>
     Brennic::Core::ELoopEnd iterateBy(const Loop& loop);
 

@@ -2,8 +2,8 @@
 /// \file
 /// A run of the pipeline in the background, as a window has it: it tells in signals what happens.
 ///
-/// The pipeline is a task on one of the library's own queues; while it smooths, workers of a queue of its own help
-/// it with loops over the vertices. It waits for the GUI thread after each stage.
+/// The pipeline is a task on one of the library's own queues; while it smooths, workers of a queue of its own
+/// help it with loops over the vertices. It waits for the GUI thread after each stage.
 ///
 /// Everything here belongs to the GUI thread, and so do the signals.
 

@@ -1,9 +1,10 @@
 /// \file
-/// The end of a loop, in every interleaving: two helpers come while the caller leaves. A helper that has entered
-/// finds what belongs to the caller, one that comes late is turned away, and the caller leaves when nobody is inside.
+/// The end of a loop, in every interleaving: two helpers come while the caller leaves. A helper that has
+/// entered finds what belongs to the caller, one that comes late is turned away, and the caller leaves when
+/// nobody is inside.
 ///
-/// Usage: loop_gate_model Searches all interleavings. Exits with 0 if no fault was found, else prints the steps
-/// that lead to one and exits with 1.
+/// Usage: loop_gate_model Searches all interleavings. Exits with 0 if no fault was found, else prints the
+/// steps that lead to one and exits with 1.
 
 #include <brn_mesh_kernel/tasks/LoopGate.h>
 

@@ -3,16 +3,16 @@
 /// The end of a loop: helpers enter and leave, and the thread that runs the loop waits for those inside. Not
 /// installed.
 ///
-/// A helper is a pending callable, and may begin long after the loop has ended. What belongs to the caller of the
-/// loop it may touch only inside. One word holds how many are inside and whether the gate is closed, so entering
-/// and closing have an order: who enters first is waited for, and who comes later is turned away. The caller
-/// never waits for a helper that has not begun.
+/// A helper is a pending callable, and may begin long after the loop has ended. What belongs to the caller of
+/// the loop it may touch only inside. One word holds how many are inside and whether the gate is closed, so
+/// entering and closing have an order: who enters first is waited for, and who comes later is turned away.
+/// The caller never waits for a helper that has not begun.
 ///
 /// Closing orders as well what is written: what helpers have written inside is visible to the thread that has
 /// waited, and helpers inside see what was written before the gate was handed to them.
 ///
-/// \p Platform brings the types, so that a model checker runs the code that ships: `Word` (an atomic unsigned),
-/// `Mutex` and `Condition`.
+/// \p Platform brings the types, so that a model checker runs the code that ships: `Word` (an atomic
+/// unsigned), `Mutex` and `Condition`.
 ///
 /// Threads: one thread closes and waits; the other functions may be called from any thread. The gate outlives
 /// its last user: helpers share it with the caller.

@@ -32,15 +32,15 @@ constexpr std::chrono::microseconds grainTime{100};
 // By how much a chosen grain grows at most: items may differ, and the first ones take longer for cold caches.
 constexpr double mostGrowth = 4;
 
-// Toward the end of the range chosen grains shrink, so that the threads end together, but to no less than this
-// part of what fits the time.
+// Toward the end of the range chosen grains shrink, so that the threads end together, but to no less than
+// this part of what fits the time.
 constexpr Count leastPart = 20;
 
 // How often the calling thread reports, and looks for workers that could help.
 constexpr std::chrono::milliseconds tickTime{1};
 
-// Given grains may be shorter than a reading of the clock is worth: then it is read once in so many of them, as
-// long as these together take less than the time.
+// Given grains may be shorter than a reading of the clock is worth: then it is read once in so many of them,
+// as long as these together take less than the time.
 constexpr int mostGrainsPerReading = 16;
 constexpr std::chrono::microseconds timePerReading{50};
 
@@ -51,8 +51,8 @@ constexpr std::chrono::milliseconds helpTime{5};
 // ended.
 constexpr int pendingPerWorker = 8;
 
-// Beyond this the calling thread counts as waiting, if it is a worker's. Others may move its queue's tasks then,
-// which costs more than the wait for a usual grain.
+// Beyond this the calling thread counts as waiting, if it is a worker's. Others may move its queue's tasks
+// then, which costs more than the wait for a usual grain.
 constexpr std::chrono::milliseconds patience{10};
 
 // How often the calling thread yields before it sleeps, as for a task that is about to end.
@@ -153,8 +153,9 @@ private:
 
 } // namespace
 
-// What the calling thread shares with its helpers. One that comes late finds the gate closed and lets go of this,
-// so nothing of the host's is owned here: neither the progress nor the queue, nor an exception that was thrown.
+// What the calling thread shares with its helpers. One that comes late finds the gate closed and lets go of
+// this, so nothing of the host's is owned here: neither the progress nor the queue, nor an exception that was
+// thrown.
 class ParallelLoop : public std::enable_shared_from_this<ParallelLoop>
 {
 public:
@@ -222,8 +223,8 @@ int ParallelLoop::mostHelpers(int maxWorkers) const
     return static_cast<int>(std::min(others, static_cast<Count>(std::max(wanted, 0))));
 }
 
-// The calling thread takes grains until none is left, and reports in between. Then it closes the gate, so that
-// only helpers which are inside are waited for.
+// The calling thread takes grains until none is left, and reports in between. Then it closes the gate, so
+// that only helpers which are inside are waited for.
 ELoopEnd ParallelLoop::run()
 {
     try {
@@ -254,8 +255,8 @@ void ParallelLoop::sendHelpers()
         ++m_helpers;
 }
 
-// Not by TaskQueue::dispatch(): a helper is no task of the host's to be announced, and none that a thread must
-// be made for while every worker waits.
+// Not by TaskQueue::dispatch(): a helper is no task of the host's to be announced, and none that a thread
+// must be made for while every worker waits.
 bool ParallelLoop::sendHelper()
 {
     if (m_core->pendingHelpers >= m_mostPending || !WorkerThreads::areEventsDelivered())
@@ -295,8 +296,8 @@ void ParallelLoop::help()
     m_gate.leave();
 }
 
-// Runs the body for one grain after the other, until none is left. \p done counts the items. \p tick is called once
-// in a while, and ends the work by returning false.
+// Runs the body for one grain after the other, until none is left. \p done counts the items. \p tick is
+// called once in a while, and ends the work by returning false.
 template <typename Tick>
 void ParallelLoop::work(Count& done, Tick tick)
 {
@@ -368,8 +369,8 @@ void ParallelLoop::report()
     m_progress->incrementCompletedUnitCount(static_cast<int>(std::min(more, most)));
 }
 
-// The grain of a helper may wait for a task of the queue whose worker the calling thread is. So in a long wait
-// that worker counts as waiting, as it does while it waits for a task.
+// The grain of a helper may wait for a task of the queue whose worker the calling thread is. So in a long
+// wait that worker counts as waiting, as it does while it waits for a task.
 void ParallelLoop::waitForHelpers()
 {
     for (int i = 0; i < mostYields && !m_gate.isEmpty(); ++i)

@@ -14,13 +14,14 @@
 ///         [&](int begin, int end) { return volumeOf(begin, end); },
 ///         [](double left, double right) { return left + right; });
 ///
-/// The calling thread works itself, and workers of a queue help it. It waits only for those that have begun. So
-/// a loop comes to its end wherever it is called: inside a task, inside another loop, in the GUI thread, while
-/// all workers have other work, and without an application object, when no worker runs anything.
+/// The calling thread works itself, and workers of a queue help it. It waits only for those that have begun.
+/// So a loop comes to its end wherever it is called: inside a task, inside another loop, in the GUI thread,
+/// while all workers have other work, and without an application object, when no worker runs anything.
 ///
 /// The range is handed out in grains, each to the thread that is free. Between two grains a thread looks
-/// whether the loop is cancelled, so `Progress::cancel` has it return once the grains that run have been done.
-/// Where other tasks of the queue are pending, a worker that has helped for some milliseconds runs those first.
+/// whether the loop is cancelled, so `Progress::cancel` has it return once the grains that run have been
+/// done. Where other tasks of the queue are pending, a worker that has helped for some milliseconds runs
+/// those first.
 ///
 /// The first exception that leaves the callable stops the loop: no further grain begins, and the call throws
 /// it when those that run have been done. Exceptions of these are dropped.
@@ -65,8 +66,8 @@ struct LoopOptions
     /// class, the calling thread works alone.
     EQualityOfService qos = eQOS_Normal;
 
-    /// The queue whose workers help, in place of that of the class; null for none. If a shared pointer owns it,
-    /// the loop shares it until it ends.
+    /// The queue whose workers help, in place of that of the class; null for none. If a shared pointer owns
+    /// it, the loop shares it until it ends.
     TaskQueue* queue = nullptr;
 
     /// How many items a thread takes at a time. 0 has the loop choose while it runs, by the time that items
@@ -77,12 +78,12 @@ struct LoopOptions
     /// for all workers of the queue, and the calling thread.
     int maxWorkers = 0;
 
-    /// Counts the items that are done, and cancels the loop; may be empty. Its total is left as it is: make it
-    /// with as many units as the loop has items, or add the loop to what it counts already.
+    /// Counts the items that are done, and cancels the loop; may be empty. Its total is left as it is: make
+    /// it with as many units as the loop has items, or add the loop to what it counts already.
     ///
-    /// The calling thread alone reports, between its grains, about once a millisecond at most, and last before the
-    /// call returns or throws: by then every item that is done has been counted. What a receiver throws there
-    /// counts as thrown by the callable.
+    /// The calling thread alone reports, between its grains, about once a millisecond at most, and last
+    /// before the call returns or throws: by then every item that is done has been counted. What a receiver
+    /// throws there counts as thrown by the callable.
     std::shared_ptr<Progress> progress;
 };
 
@@ -119,8 +120,8 @@ private:
 /// Calls \p body with parts of the range from \p first to before \p last, which together cover it, each part
 /// once. If \p last is not greater than \p first, nothing is called.
 ///
-/// \param first, last integers; they have their common type in the calls. The range may be as long as that type
-///        allows.
+/// \param first, last integers; they have their common type in the calls. The range may be as long as
+///        that type allows.
 /// \param body takes the begin of a part, and its end, which is the index after the last one.
 /// \throws what \p body throws first, and `std::bad_alloc`.
 /// Thread: any; blocks until the loop has ended. \p body runs in this thread and in those of the workers.
@@ -142,7 +143,8 @@ template <typename First, typename Last, typename Body>
 /// Calls \p function for each element of \p range, once.
 ///
 /// \param range has random access: a container, an array, or what has `begin` and `end`. It must not change
-///        while the loop runs. Of a `std::vector<bool>` neighbouring elements cannot be written at the same time.
+///        while the loop runs. Of a `std::vector<bool>` neighbouring elements cannot be written at the same
+///        time.
 /// \param function takes an element.
 /// \throws what \p function throws first, and `std::bad_alloc`.
 /// Thread: any; blocks until the loop has ended. \p function runs in this thread and in those of the workers.
@@ -165,16 +167,16 @@ template <typename Range, typename Function>
 
 /// Computes a result for each grain of the range, and combines them from the first to the last.
 ///
-/// The grains depend on the length of the range and on `LoopOptions::grain` alone (0: at most 256 grains, as even
-/// as can be), and they are combined in their order. So the result has the same bits with any number of threads,
-/// also where it depends on the order, as a sum of floating-point numbers does. One result for each grain is kept
-/// until the end: choose no tiny grain for a huge range.
+/// The grains depend on the length of the range and on `LoopOptions::grain` alone (0: at most 256 grains, as
+/// even as can be), and they are combined in their order. So the result has the same bits with any number of
+/// threads, also where it depends on the order, as a sum of floating-point numbers does. One result for each
+/// grain is kept until the end: choose no tiny grain for a huge range.
 ///
 /// \param identity the first value to combine, and the result of an empty range. Its type is that of the
 ///        result; it need not be copied, only moved.
 /// \param map takes the begin and the end of a grain, and returns its result.
-/// \param reduce takes two results, the one of the earlier part of the range first, and returns that of both. It
-///        is called in the calling thread.
+/// \param reduce takes two results, the one of the earlier part of the range first, and returns that of both.
+///        It is called in the calling thread.
 /// \return the result; empty if the loop was cancelled.
 /// \throws what \p map throws first, what \p reduce throws, and `std::bad_alloc`.
 /// Thread: any; blocks until the loop has ended. \p map runs in this thread and in those of the workers.

@@ -49,7 +49,8 @@ protected:
             thread.join();
     }
 
-    // Plain integers on the caller's stack: a helper that comes too late, or is not waited for, races with it.
+    // Plain integers on the caller's stack: a helper that comes too late, or is not waited for, races with
+    // it.
     static void takeEachOnce(const std::shared_ptr<TaskQueue>& queue, std::size_t grain,
                              std::size_t count = 64)
     {
