@@ -1,4 +1,4 @@
-# BRN_BUILD_WIDGETS: on wherever this Qt has Widgets. ThreadSanitizer's QtCore and that of the Windows build are alone.
+# BRN_BUILD_WIDGETS: on wherever this Qt has Widgets, and D-Bus for the task bar. ThreadSanitizer's QtCore and that of the Windows build are alone.
 include(CMakeDependentOption)
 
 set(brn_has_widgets OFF)
@@ -7,9 +7,11 @@ if(WIN32)
 elseif(BRN_SANITIZER MATCHES thread)
   set(brn_widgets_reason "the QtCore for ThreadSanitizer is built alone")
 else()
-  find_package(Qt${QT_VERSION_MAJOR} 5.15 QUIET OPTIONAL_COMPONENTS Widgets)
-  set(brn_has_widgets ${Qt${QT_VERSION_MAJOR}Widgets_FOUND})
-  set(brn_widgets_reason "Qt ${QT_VERSION_MAJOR} Widgets was not found")
+  find_package(Qt${QT_VERSION_MAJOR} 5.15 QUIET OPTIONAL_COMPONENTS Widgets DBus)
+  set(brn_widgets_reason "Qt ${QT_VERSION_MAJOR} Widgets or DBus was not found")
+  if(Qt${QT_VERSION_MAJOR}Widgets_FOUND AND Qt${QT_VERSION_MAJOR}DBus_FOUND)
+    set(brn_has_widgets ON)
+  endif()
 endif()
 cmake_dependent_option(BRN_BUILD_WIDGETS "Build brn_mesh_widgets" ON brn_has_widgets OFF)
 if(brn_has_widgets AND NOT BRN_BUILD_WIDGETS)

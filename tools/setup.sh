@@ -22,6 +22,8 @@ test=(
   qcoro-qt6-dev
   # a display for the tests of the widgets
   xvfb xauth
+  # a session bus for those of the task bar
+  dbus-daemon
   # has system calls fail
   strace
   # readers of crash dumps

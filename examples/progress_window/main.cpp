@@ -11,6 +11,7 @@
 #include <brn_mesh_widgets/ProgressDelegate.h>
 #include <brn_mesh_widgets/ProgressModel.h>
 #include <brn_mesh_widgets/ProgressStatusBar.h>
+#include <brn_mesh_widgets/TaskbarProgress.h>
 
 using namespace Brennic::Core;
 using namespace Brennic::Widgets;
@@ -34,6 +35,7 @@ static void import(const std::shared_ptr<Progress>& whole)
 int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
+    QApplication::setDesktopFileName("progress_window"); // by which task bars know the program
     QMainWindow window;
     auto* const view = new QTreeView(&window);
     auto* const model = new ProgressModel(view);
@@ -42,7 +44,9 @@ int main(int argc, char** argv)
     view->setItemDelegateForColumn(ProgressModel::ProgressColumn, new ProgressDelegate(view));
     window.setCentralWidget(view);
     window.statusBar()->addWidget(bar);
-    bar->setModel(model); // one model for both
+    auto* const entry = new TaskbarProgress(&window);
+    bar->setModel(model); // one model for all
+    entry->setModel(model);
 
     const auto whole = std::make_shared<Progress>(0, L"Import");
     model->setProgress(whole);
