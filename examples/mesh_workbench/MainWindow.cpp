@@ -14,6 +14,7 @@
 #include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_widgets/ProgressModel.h>
 #include <brn_mesh_widgets/ProgressStatusBar.h>
+#include <brn_mesh_widgets/TaskbarProgress.h>
 
 #include "LogTail.h"
 #include "MessageLine.h"
@@ -26,6 +27,7 @@
 
 using namespace Brennic::Core;
 using Brennic::Widgets::ProgressStatusBar;
+using Brennic::Widgets::TaskbarProgress;
 
 namespace {
 
@@ -57,6 +59,8 @@ MainWindow::MainWindow(RunOptions options, RunSource& source)
     auto* const progress = new ProgressStatusBar;
     progress->setModel(m_views->progressModel());
     statusBar()->addWidget(progress, 1);
+    auto* const entry = new TaskbarProgress(this);
+    entry->setModel(m_views->progressModel());
     connect(m_logTail, &LogTail::linesArrived, m_views, &RunViews::appendLog);
     connect(m_toolBar, &RunToolBar::openRequested, this, &MainWindow::askForMesh);
     connect(m_toolBar, &RunToolBar::smoothRequested, this, &MainWindow::smooth);

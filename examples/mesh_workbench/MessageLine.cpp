@@ -1,18 +1,21 @@
 #include "MessageLine.h"
 
+#include <QPainter>
+
 namespace {
 
 constexpr int marginWidth = 8;
+constexpr int tintStrength = 56; // of 255
 
-QColor background(MessageLine::Kind kind)
+QColor tint(MessageLine::Kind kind)
 {
     switch (kind) {
     case MessageLine::Kind::Success:
-        return {0xD9, 0xEF, 0xDC};
+        return {0x2E, 0xA0, 0x43, tintStrength};
     case MessageLine::Kind::Notice:
-        return {0xFB, 0xEF, 0xC9};
+        return {0xE0, 0xA8, 0x00, tintStrength};
     case MessageLine::Kind::Error:
-        return {0xF8, 0xD7, 0xD5};
+        return {0xD0, 0x3A, 0x2E, tintStrength};
     }
     return {};
 }
@@ -25,19 +28,22 @@ MessageLine::MessageLine(QWidget* parent) : QLabel(parent)
     setTextInteractionFlags(Qt::TextSelectableByMouse);
     setWordWrap(true);
     setMargin(marginWidth);
-    setAutoFillBackground(true);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Minimum); // no long name makes the window wider
     hide();
 }
 
 void MessageLine::say(Kind kind, const QString& sentence)
 {
-    QPalette colors = palette();
-    colors.setColor(QPalette::Window, background(kind));
-    colors.setColor(QPalette::WindowText, Qt::black);
-    setPalette(colors);
+    m_kind = kind;
     setText(sentence);
     setVisible(!sentence.isEmpty());
+    update();
+}
+
+void MessageLine::paintEvent(QPaintEvent* event)
+{
+    QPainter(this).fillRect(rect(), tint(m_kind));
+    QLabel::paintEvent(event);
 }
 
 #include "moc_MessageLine.cpp" // NOLINT(bugprone-suspicious-include)

@@ -1,29 +1,44 @@
 #include "RunToolBar.h"
 
 #include <QAction>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QSpinBox>
-#include <QStyle>
+#include <QToolButton>
+
+#include "PaletteIcon.h"
 
 namespace {
 
+// The name and the box are one item, so that a narrow bar shows both or neither.
 QSpinBox* addNumber(QToolBar& bar, const QString& name, int value, int most)
 {
-    bar.addWidget(new QLabel(QStringLiteral("  %1: ").arg(name)));
+    auto* const item = new QWidget;
+    auto* const layout = new QHBoxLayout(item);
     auto* const box = new QSpinBox;
+    layout->setContentsMargins(6, 0, 6, 0);
+    layout->addWidget(new QLabel(QStringLiteral("%1:").arg(name)));
+    layout->addWidget(box);
     box->setRange(0, most);
     box->setValue(value);
-    bar.addWidget(box);
+    bar.addWidget(item);
     return box;
+}
+
+// Qt's arrow for what does not fit is dark in every palette.
+void setOverflowIcon(QToolBar& bar)
+{
+    if (auto* const button = bar.findChild<QToolButton*>(QStringLiteral("qt_toolbar_ext_button")))
+        button->setIcon(paletteIcon(IconShape::Chevrons));
 }
 
 } // namespace
 
 RunToolBar::RunToolBar(const RunOptions& options, QWidget* parent)
     : QToolBar(tr("Run"), parent),
-      m_open(addAction(style()->standardIcon(QStyle::SP_DialogOpenButton), tr("&Open…"))),
-      m_smooth(addAction(style()->standardIcon(QStyle::SP_MediaPlay), tr("&Smooth"))),
-      m_cancel(addAction(style()->standardIcon(QStyle::SP_MediaStop), tr("&Cancel")))
+      m_open(addAction(paletteIcon(IconShape::Folder), tr("&Open…"))),
+      m_smooth(addAction(paletteIcon(IconShape::Triangle), tr("&Smooth"))),
+      m_cancel(addAction(paletteIcon(IconShape::Square), tr("&Cancel")))
 {
     setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     setMovable(false);
@@ -39,6 +54,7 @@ RunToolBar::RunToolBar(const RunOptions& options, QWidget* parent)
     connect(m_open, &QAction::triggered, this, &RunToolBar::openRequested);
     connect(m_smooth, &QAction::triggered, this, &RunToolBar::smoothRequested);
     connect(m_cancel, &QAction::triggered, this, &RunToolBar::cancelRequested);
+    setOverflowIcon(*this);
     setState(false, false);
 }
 

@@ -18,6 +18,7 @@ using Brennic::Widgets::ProgressModel;
 namespace {
 
 constexpr int mostLogLines = 5000;
+constexpr int leastTreeColumns = 36; // characters
 
 QWidget* titled(const QString& title, QWidget* view)
 {
@@ -46,6 +47,8 @@ QTreeView* makeTree(ProgressModel* model)
     header->setSectionResizeMode(ProgressModel::DescriptionColumn, QHeaderView::ResizeToContents);
     header->setSectionResizeMode(ProgressModel::ProgressColumn, QHeaderView::Stretch);
     header->setSectionResizeMode(ProgressModel::StateColumn, QHeaderView::ResizeToContents);
+    tree->setMinimumWidth(leastTreeColumns *
+                          tree->fontMetrics().averageCharWidth()); // else the bars have no place
     return tree;
 }
 

@@ -84,7 +84,7 @@ void WaypointChart::paintEvent(QPaintEvent* event)
     QFrame::paintEvent(event);
     QPainter painter(this);
     if (m_waypoints.empty())
-        painter.drawText(rect(), Qt::AlignCenter, tr("No run has been completed yet"));
+        painter.drawText(rect(), Qt::AlignCenter | Qt::TextWordWrap, tr("No run has been completed yet"));
     const std::vector<QRect> places = bars();
     const int right = barArea().right() + 1 + gap;
     for (std::size_t i = 0; i < m_waypoints.size(); ++i) {

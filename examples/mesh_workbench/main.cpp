@@ -57,6 +57,7 @@ int main(int argc, char** argv)
     if (!options)
         return exitCode;
     const QApplication application(argc, argv);
+    QApplication::setDesktopFileName(QStringLiteral("mesh_workbench")); // by which task bars know the program
     try {
         return run(*options);
     } catch (const std::exception& error) {
