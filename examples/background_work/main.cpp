@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 
+#include <brn_mesh_kernel/progress/Percent.h>
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 
@@ -14,7 +15,7 @@ struct StatusBar final : ProgressReportingProtocol
 {
     void progressUpdated(Progress*, float fraction, const std::wstring&) override
     {
-        std::cout << static_cast<int>(100 * fraction) << " %\n";
+        std::cout << toPercent(fraction) << " %\n";
     }
     void progressCompleted(Progress*, const std::wstring&) override { QCoreApplication::quit(); }
 };

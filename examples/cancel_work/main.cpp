@@ -3,6 +3,7 @@
 
 #include <QCoreApplication>
 
+#include <brn_mesh_kernel/progress/Percent.h>
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
@@ -28,5 +29,5 @@ int main(int argc, char** argv)
         task->waitTillFinished(); // it runs already, and sees that it is to stop
     const std::shared_ptr<ProgressState> state = whole->getState();
     if (state->getStatus() == EProgressStatus::Cancelled)
-        std::cout << "Cancelled at " << static_cast<int>(100 * state->getFraction()) << " %\n";
+        std::cout << "Cancelled at " << toPercent(state->getFraction()) << " %\n";
 }

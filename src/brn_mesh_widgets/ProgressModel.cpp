@@ -4,6 +4,7 @@
 #include <iterator>
 #include <vector>
 
+#include <brn_mesh_kernel/progress/Percent.h>
 #include <brn_mesh_widgets/FrameClock.h>
 #include <brn_mesh_widgets/ProgressNode.h>
 
@@ -16,15 +17,11 @@ const ProgressNode& nodeOf(const QModelIndex& index)
     return *static_cast<const ProgressNode*>(index.internalPointer());
 }
 
-// Rounded down, so that only what is complete shows 100 %. A hundredth that no double can hold is shown all the same.
 QString percentage(const ProgressNode& node)
 {
-    constexpr double roundingError = 1e-9;
     if (node.totalUnitCount() <= 0)
         return {};
-    const int percent =
-        node.fraction() < 1 ? std::min(99, static_cast<int>(100 * node.fraction() + roundingError)) : 100;
-    return ProgressModel::tr("%1 %").arg(percent);
+    return ProgressModel::tr("%1 %").arg(Core::toPercent(node.fraction()));
 }
 
 // Only what the other cells do not say.

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <brn_console/DisplayWidth.h>
+#include <brn_mesh_kernel/progress/Percent.h>
 
 namespace Brennic::Core {
 
@@ -52,12 +53,9 @@ std::string times(const RunState& state)
            " left";
 }
 
-// Rounded down, so that only what is complete shows 100 %. A hundredth that no double can hold is shown all the same.
 std::string percentage(double fraction)
 {
-    constexpr double roundingError = 1e-9;
-    const int percent = fraction < 1 ? std::min(99, static_cast<int>(100 * fraction + roundingError)) : 100;
-    const std::string number = std::to_string(percent);
+    const std::string number = std::to_string(toPercent(fraction));
     return std::string(4 - std::min<std::size_t>(number.size(), 4), ' ') + number + " %";
 }
 
