@@ -37,6 +37,9 @@ public:
     /// was cancelled; in both cases no output is left. What the stages throw, the root of the stages tells too.
     void run();
 
+    /// What the stages have made of the mesh so far. To be read while `StageDone` is called, in its thread.
+    const Mesh& mesh() const { return m_mesh; }
+
     /// How often all vertices have been smoothed. May be called from any thread.
     int iterationsDone() const { return m_iterationsDone; }
 

@@ -17,6 +17,7 @@
 #include <brn_mesh_widgets/TaskbarProgress.h>
 
 #include "LogTail.h"
+#include "MeshView.h"
 #include "MessageLine.h"
 #include "RunFiles.h"
 #include "RunSource.h"
@@ -131,6 +132,7 @@ void MainWindow::beginRun(RunOptions options)
     m_run.reset();
     m_run = std::make_unique<SmoothingRun>(std::move(options), m_source);
     connect(m_run.get(), &SmoothingRun::stageDone, this, &MainWindow::finishStage);
+    connect(m_run.get(), &SmoothingRun::meshChanged, m_views->mesh(), &MeshView::setShape);
     connect(m_run.get(), &SmoothingRun::ended, this, &MainWindow::endRun);
     Kernel::Instance().ProfilerWaypoint(idleWaypoint);
     BRN_LOG(Info, "smoothing {}", m_run->options().input);

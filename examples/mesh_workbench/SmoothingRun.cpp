@@ -30,7 +30,7 @@ SmoothingRun::SmoothingRun(RunOptions options, RunSource& source)
       m_stages(m_options, sizeOrZero(m_options.input), nameOf(m_options)),
       m_pipeline(m_options, m_stages,
                  [this](Stage stage, const std::wstring& message, const std::wstring& warning) {
-                     dispatchSync([&] { Q_EMIT stageDone(stage, message, warning); }, eQOS_GUI);
+                     tell(stage, message, warning);
                  })
 {
     m_source.beginRun(m_pipeline);
@@ -72,6 +72,20 @@ SmoothingRun::End SmoothingRun::work()
     } catch (const std::exception& exception) {
         return {Outcome::Failed, QString::fromStdString(reasonOf(exception))};
     }
+}
+
+// In a worker thread, which makes the copy, so that the GUI thread has the time to answer.
+void SmoothingRun::tell(Stage stage, const std::wstring& message, const std::wstring& warning)
+{
+    const std::shared_ptr<const MeshShape> shape =
+        stage == Stage::Save ? nullptr : std::make_shared<const MeshShape>(shapeOf(m_pipeline.mesh()));
+    dispatchSync(
+        [&] {
+            Q_EMIT stageDone(stage, message, warning);
+            if (shape)
+                Q_EMIT meshChanged(shape);
+        },
+        eQOS_GUI);
 }
 
 void SmoothingRun::end(const End& how)

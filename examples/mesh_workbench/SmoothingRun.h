@@ -13,6 +13,7 @@
 #include <QObject>
 #include <QString>
 
+#include "MeshShape.h"
 #include "Pipeline.h"
 #include "RunOptions.h"
 #include "Stages.h"
@@ -50,6 +51,8 @@ public:
 Q_SIGNALS:
     /// A stage is done, and the pipeline waits; the warning is empty if there is none.
     void stageDone(Stage stage, const std::wstring& message, const std::wstring& warning);
+    /// The same, after a stage that has changed the mesh, with a copy of it.
+    void meshChanged(const std::shared_ptr<const MeshShape>& shape);
     /// Nothing runs any more. \p error is one sentence if the run has failed.
     void ended(SmoothingRun::Outcome outcome, const QString& error);
 
@@ -61,6 +64,7 @@ private:
     };
 
     End work();
+    void tell(Stage stage, const std::wstring& message, const std::wstring& warning);
     void end(const End& how);
 
     const RunOptions m_options;
