@@ -72,8 +72,8 @@ private:
     std::vector<float> m_depths;
 };
 
-// A pixel belongs to a triangle if its centre lies inside or on an edge: of two triangles with an edge in common the nearer
-// has it.
+// A pixel belongs to a triangle if its centre lies inside or on an edge: of two triangles with an edge in common the
+// nearer has it.
 void Band::draw(const ProjectedMesh::Point& a, const ProjectedMesh::Point& b, const ProjectedMesh::Point& c,
                 const Ramp& ramp)
 {

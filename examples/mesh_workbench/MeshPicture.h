@@ -2,9 +2,9 @@
 /// \file
 /// Draws a shaded mesh into an image, without a GPU.
 ///
-/// All points and triangles are projected first. Then bands of rows are drawn, each by itself: every thread that draws
-/// one has the depths of its own rows, and no two write to the same pixel. So the picture is the same however the work
-/// is split.
+/// All points and triangles are projected first. Then bands of rows are drawn, each by itself: every thread that
+/// draws one has the depths of its own rows, and no two write to the same pixel. So the picture is the same however
+/// the work is split.
 ///
 /// Threads: every function may be called from any thread.
 

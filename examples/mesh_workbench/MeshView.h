@@ -2,9 +2,9 @@
 /// \file
 /// A shaded picture of a mesh, which the mouse turns, and its wheel enlarges.
 ///
-/// Pictures are drawn in the background. While the view changes, coarse ones are shown, one behind the other; a fine one
-/// follows when it rests. A newer view cancels a fine one, and takes the place of a coarse one that has not begun. A coarse one
-/// that has begun is shown: otherwise nothing would move while the mouse does.
+/// Pictures are drawn in the background. While the view changes, coarse ones are shown, one behind the other; a fine
+/// one follows when it rests. A newer view cancels a fine one, and takes the place of a coarse one that has not begun.
+/// A coarse one that has begun is shown: otherwise nothing would move while the mouse does.
 ///
 /// Everything here belongs to the GUI thread.
 

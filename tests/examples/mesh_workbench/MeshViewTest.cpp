@@ -73,7 +73,7 @@ TEST_F(MeshViewTest, theMouseTurnsTheMeshAndTheWheelEnlargesIt)
     EXPECT_NEAR(std::abs(QQuaternion::dotProduct(view().camera().rotation, rotation)), 1, 1e-4)
         << "back again";
     const float zoom = view().camera().zoom;
-    QWheelEvent wheel({50, 50}, view().mapToGlobal(QPointF(50, 50)), {}, {0, 120}, Qt::NoButton,
+    QWheelEvent wheel({50, 50}, view().mapToGlobal(QPoint(50, 50)), {}, {0, 120}, Qt::NoButton,
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(&view(), &wheel);
     EXPECT_GT(view().camera().zoom, zoom);
