@@ -18,6 +18,7 @@
 /// and is dropped when that is destroyed.
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -103,6 +104,12 @@ protected:
     /// Thread: any. Does not block by itself.
     template <typename Notification>
     void notifyObservers(Notification notification);
+
+    /// Returns a function that calls \p notification with every observer that there is now and that belongs to
+    /// the GUI thread, where the function has to be called; an empty one if there is none.
+    /// Thread: any. Does not block by itself.
+    template <typename Notification>
+    std::function<void()> guiNotification(Notification notification);
 
     /// Returns the observer that was added first: of the plain pointers, else of the asynchronous ones, else
     /// of the synchronous ones. Null if there is none, or if it has been destroyed.
@@ -235,6 +242,21 @@ void Broadcaster<T>::notifyObservers(Notification notification)
         dispatchAsync([] {}, eQOS_GUI);
     if (hasOthers)
         notifyAll(sync, notification); // NOLINT(bugprone-use-after-move): it is copied then
+}
+
+template <typename T>
+template <typename Notification>
+std::function<void()> Broadcaster<T>::guiNotification(Notification notification)
+{
+    const std::lock_guard<std::mutex> lock(m_observerMutex);
+    auto guarded = removeNullObserversLocked(m_guardedObservers);
+    auto async = removeNullObserversLocked(m_asyncObservers);
+    if (m_guardedObservers.empty() && m_asyncObservers.empty())
+        return {};
+    return [guarded = std::move(guarded), async = std::move(async), notification = std::move(notification)] {
+        notifyAll(guarded, notification);
+        notifyAll(async, notification);
+    };
 }
 
 template <typename T>

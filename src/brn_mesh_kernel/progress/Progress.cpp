@@ -1,11 +1,18 @@
 #include <brn_mesh_kernel/progress/Progress.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <map>
 #include <utility>
+
+#include <QAbstractEventDispatcher>
+#include <QTimer>
+
+#include <brn_mesh_kernel/progress/ReportGate.h>
+#include <brn_mesh_kernel/tasks/Dispatch.h>
 
 namespace Brennic::Core {
 
@@ -17,12 +24,6 @@ using Range = std::numeric_limits<int>;
 int toUnits(double units)
 {
     return std::isnan(units) ? 0 : static_cast<int>(std::clamp<double>(units, Range::min(), Range::max()));
-}
-
-int saturatedSum(int count, int change)
-{
-    const std::int64_t sum = std::int64_t{count} + change;
-    return static_cast<int>(std::clamp<std::int64_t>(sum, Range::min(), Range::max()));
 }
 
 } // namespace
@@ -50,17 +51,100 @@ struct Progress::ProgressImpl
         std::int64_t moved = 0;                    // by how many units it has moved the count
     };
 
+    class LateReport;
+
     // Stores the count and reports it. movedByParts says how much of the change comes from a part's report,
     // and is not the work's own: a display takes it off (ProgressState::getFraction).
     void setCount(Progress& progress, int completedUnitCount, std::int64_t movedByParts = 0);
+    int incrementInIntervals(Progress& progress, int unitCount);
+    void afterStep(Progress& progress, EReportVerdict verdict);
+    void report(Progress& progress, EReportVerdict verdict, bool reportsToDelegate);
+    bool reportsToParent(Progress& progress) const;
+    void reportRest(Progress& progress);
+    void reportRestAtEnd(Progress& progress);
 
     std::shared_ptr<ProgressState> state;
     std::map<const Progress*, Child> children; // one null stands for all that no pointer owns
     bool keepsRemainders = false;
+    const ProgressReportingProtocol* parent = nullptr; // for comparing only: it may have gone
+};
+
+// Reports from the GUI thread what an interval has left out, in case that no later step does.
+class Progress::ProgressImpl::LateReport : public std::enable_shared_from_this<LateReport>
+{
+public:
+    // Does nothing if nobody would receive the report. toDelegate is called in the GUI thread; it is empty for
+    // a delegate of another.
+    static void begin(const std::shared_ptr<ProgressState>& state, std::function<void()> toDelegate)
+    {
+        if (!toDelegate && !state->isWatched())
+            return;
+        const auto report = std::make_shared<LateReport>(state, std::move(toDelegate));
+        dispatchAsync([report] { report->reportOrWait(); }, eQOS_GUI);
+    }
+
+    LateReport(std::shared_ptr<ProgressState> state, std::function<void()> toDelegate)
+        : m_state(std::move(state)), m_toDelegate(std::move(toDelegate)), m_number(m_state->beginLateReport())
+    {
+    }
+    ~LateReport() { m_state->dropLateReport(m_number); } // an application object may go with its timers
+    LateReport(const LateReport&) = delete;
+    LateReport& operator=(const LateReport&) = delete;
+
+private:
+    void reportOrWait()
+    {
+        EReportVerdict verdict = EReportVerdict::LeaveOut;
+        const std::chrono::nanoseconds left = m_state->lateReport(m_number, bool(m_toDelegate), verdict);
+        if (left > std::chrono::nanoseconds::zero())
+            wait(left);
+        else if (verdict == EReportVerdict::Report)
+            report();
+    }
+
+    void wait(std::chrono::nanoseconds time)
+    {
+        QAbstractEventDispatcher* const context = QAbstractEventDispatcher::instance();
+        if (context == nullptr)
+            return;
+        const auto rounded = std::chrono::ceil<std::chrono::milliseconds>(time);
+        QTimer::singleShot(std::min<std::chrono::milliseconds>(rounded, std::chrono::hours(24)),
+                           Qt::PreciseTimer, context,
+                           [report = shared_from_this()] { report->reportOrWait(); });
+    }
+
+    void report()
+    {
+        if (!m_toDelegate) {
+            m_state->notifyWatchers(nullptr);
+            return;
+        }
+        EReportVerdict verdict = EReportVerdict::Report;
+        while (verdict == EReportVerdict::Report) {
+            try {
+                m_state->notifyWatchers(nullptr);
+                m_toDelegate();
+            } catch (...) {
+                static_cast<void>(m_state->endReport());
+                throw;
+            }
+            verdict = m_state->endReport();
+        }
+        if (verdict == EReportVerdict::LeaveOutFirst)
+            begin(m_state, m_toDelegate);
+    }
+
+    const std::shared_ptr<ProgressState> m_state;
+    const std::function<void()> m_toDelegate;
+    const std::uint64_t m_number;
 };
 
 void Progress::ProgressImpl::setCount(Progress& progress, int completedUnitCount, std::int64_t movedByParts)
 {
+    if (state->hasReportInterval()) {
+        afterStep(progress, state->setCompletedUnitCountInIntervals(completedUnitCount, movedByParts));
+        return;
+    }
     state->setCompletedUnitCount(completedUnitCount, movedByParts);
     std::shared_ptr<Progress> self;
     if (state->isWatched()) {
@@ -75,6 +159,79 @@ void Progress::ProgressImpl::setCount(Progress& progress, int completedUnitCount
     progress.notifyObservers(state->report(&progress));
 }
 
+// Returns the count that it has stored: another thread may have gone on since.
+int Progress::ProgressImpl::incrementInIntervals(Progress& progress, int unitCount)
+{
+    int count = 0;
+    const EReportVerdict verdict = state->incrementInIntervals(unitCount, count);
+    afterStep(progress, verdict);
+    return count;
+}
+
+// What a step of a part changes in its parent is not a matter of the interval.
+void Progress::ProgressImpl::afterStep(Progress& progress, EReportVerdict verdict)
+{
+    if (verdict == EReportVerdict::LeaveOut && parent == nullptr)
+        return;
+    const bool isPart = reportsToParent(progress);
+    if (verdict != EReportVerdict::LeaveOut) {
+        const std::shared_ptr<Progress> self = progress.shared_from_this(); // a receiver may release it
+        const std::shared_ptr<ProgressState> kept = state;
+        report(progress, verdict, !isPart);
+        if (isPart && !kept->hasEnded())
+            progress.notifyObservers(kept->report(&progress));
+    } else if (isPart) {
+        progress.notifyObservers(state->report(&progress));
+    }
+}
+
+// Reports until nothing was left out meanwhile that has to be told now.
+void Progress::ProgressImpl::report(Progress& progress, EReportVerdict verdict, bool reportsToDelegate)
+{
+    const std::shared_ptr<ProgressState> kept = state;
+    while (verdict == EReportVerdict::Report) {
+        try {
+            kept->notifyWatchers(&progress);
+            if (reportsToDelegate && !kept->hasEnded())
+                progress.notifyObservers(kept->report(&progress));
+        } catch (...) {
+            static_cast<void>(kept->endReport());
+            throw;
+        }
+        verdict = kept->endReport();
+        if (kept->hasEnded())
+            return;
+    }
+    if (verdict == EReportVerdict::LeaveOutFirst)
+        LateReport::begin(kept,
+                          progress.guiNotification([kept, &progress](ProgressReportingProtocol& receiver) {
+                              kept->report (&progress)(receiver); // the newest count, when it is told
+                          }));
+}
+
+// A host may have given a part another delegate than its parent.
+bool Progress::ProgressImpl::reportsToParent(Progress& progress) const
+{
+    return parent != nullptr && progress.getDelegate() == parent;
+}
+
+void Progress::ProgressImpl::reportRest(Progress& progress)
+{
+    const std::shared_ptr<Progress> self = progress.shared_from_this(); // a receiver may release it
+    report(progress, state->flushReports(), !reportsToParent(progress));
+}
+
+// Watchers are notified of the end anyway.
+void Progress::ProgressImpl::reportRestAtEnd(Progress& progress)
+{
+    if (!state->closeReports() || reportsToParent(progress))
+        return;
+    try {
+        progress.notifyObservers(state->report(&progress));
+    } catch (...) { // NOLINT(bugprone-empty-catch): exceptions must not leave a destructor
+    }
+}
+
 Progress::Progress(int totalUnitCount, const std::wstring& description)
     : m_impl(std::make_unique<ProgressImpl>())
 {
@@ -83,6 +240,7 @@ Progress::Progress(int totalUnitCount, const std::wstring& description)
 
 Progress::~Progress()
 {
+    m_impl->reportRestAtEnd(*this);
     m_impl->state->end(this);
 }
 
@@ -107,10 +265,13 @@ int Progress::getCompletedUnitCount()
     return m_impl->state->getCompletedUnitCount();
 }
 
-// Not atomic by design: callers that count from several threads serialize their increments.
+// Where each step is reported, it is not atomic by design: callers that count from several threads serialize their increments.
 void Progress::incrementCompletedUnitCount(int unitCount)
 {
-    setCompletedUnitCount(saturatedSum(getCompletedUnitCount(), unitCount));
+    if (m_impl->state->hasReportInterval())
+        m_impl->incrementInIntervals(*this, unitCount);
+    else
+        setCompletedUnitCount(ProgressState::saturatedSum(getCompletedUnitCount(), unitCount));
 }
 
 int Progress::operator++()
@@ -120,6 +281,8 @@ int Progress::operator++()
 
 int Progress::operator+=(int unitCount)
 {
+    if (m_impl->state->hasReportInterval())
+        return m_impl->incrementInIntervals(*this, unitCount);
     const std::shared_ptr<ProgressState> state = m_impl->state; // a receiver may release this object
     incrementCompletedUnitCount(unitCount);
     return state->getCompletedUnitCount();
@@ -151,7 +314,9 @@ void Progress::addChildWithPendingCount(std::shared_ptr<Progress> child, int pen
     // A child that its pointer does not own cannot name itself in reports, so its reports change nothing.
     const bool isOwned = child->shared_from_this() != nullptr;
     m_impl->children[child.get()] = {child, isOwned ? part : nullptr};
-    child->setDelegate(std::shared_ptr<ProgressReportingProtocol>(shared_from_this()), false);
+    const std::shared_ptr<ProgressReportingProtocol> self = shared_from_this();
+    child->setDelegate(self, false);
+    child->m_impl->parent = self.get();
     // A cancellation that has not seen the new part is seen here.
     if (isCancelled())
         child->cancel();
@@ -161,6 +326,13 @@ void Progress::addChildWithPendingCount(std::shared_ptr<Progress> child, int pen
 void Progress::setKeepsRemainders(bool keepsRemainders)
 {
     m_impl->keepsRemainders = keepsRemainders;
+}
+
+void Progress::setReportInterval(std::chrono::milliseconds interval)
+{
+    const std::chrono::milliseconds longest = std::chrono::hours(24 * 365);
+    m_impl->state->setReportInterval(std::clamp(interval, std::chrono::milliseconds::zero(), longest));
+    m_impl->reportRest(*this);
 }
 
 void Progress::cancel()
@@ -182,8 +354,11 @@ void Progress::setCancelHandler(std::function<void()> handler)
 
 void Progress::fail(const std::wstring& text)
 {
-    m_impl->state->fail(text);
-    m_impl->state->notifyWatchers(this);
+    const std::shared_ptr<ProgressState> state = m_impl->state; // a receiver may release this object
+    state->fail(text);
+    m_impl->reportRest(*this);
+    if (!state->hasEnded())
+        state->notifyWatchers(this);
 }
 
 void Progress::setDescription(const std::wstring& description)
@@ -222,7 +397,7 @@ void Progress::progressUpdated(Progress* child, float fraction, const std::wstri
             : static_cast<double>((fraction - known.fraction) * static_cast<float>(units));
     known.fraction = fraction;
     const int before = getCompletedUnitCount();
-    const int after = saturatedSum(before, toUnits(change));
+    const int after = ProgressState::saturatedSum(before, toUnits(change));
     const std::int64_t moved = std::int64_t{after} - before;
     known.moved += moved;
     m_impl->setCount(*this, after, moved);

@@ -15,6 +15,10 @@
 /// display shows `getState()->getFraction()`, which is exact. A parent whose own count must arrive at its
 /// total has `setKeepsRemainders(true)`.
 ///
+///     whole->setReportInterval(std::chrono::milliseconds(50)); // of thousands of steps a second, 20 are told
+///
+/// The counts stay exact; only reports to receivers and watchers are left out, and never the last one.
+///
 ///     whole->cancel(); // from any thread; the work asks `isCancelled()`, or has set a handler
 ///
 /// Each time the count is set, it is reported to the delegate, even if it stays the same. A child's delegate
@@ -31,6 +35,7 @@
 ///
 /// docs/progress.md follows one update from `++*reading` to the receiver.
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -63,8 +68,8 @@ public:
     Progress(int totalUnitCount = -1, // NOLINT(google-explicit-constructor)
              const std::wstring& description = std::wstring());
 
-    /// Releases the children. Nothing is reported to the delegate; watchers of the state are notified of the
-    /// end.
+    /// Releases the children. Watchers of the state are notified of the end. Nothing is reported to the delegate,
+    /// but for what an interval has left out; what a receiver throws is dropped.
     /// Thread: any.
     ~Progress() override;
 
@@ -138,6 +143,24 @@ public:
     /// Thread: any, but no child may report meanwhile.
     void setKeepsRemainders(bool keepsRemainders);
 
+    /// Reports a set of the count only if the last report was made at least \p interval ago. Zero or less, the
+    /// default, reports each. It holds for the delegate and the watchers of this object: every count is stored,
+    /// and each step of a part moves what it is a part of. So a tree whose receiver is at its root needs the
+    /// interval there, and not at the parts.
+    ///
+    /// - The step with which the count reaches a known total is reported at once, and once; steps after it, at
+    ///   the interval.
+    /// - The newest count is always reported in the end. If the steps pause after one that was left out, watchers
+    ///   and a receiver of the GUI thread are called in the GUI thread, once the interval has passed and it serves
+    ///   events. A receiver of the stepping thread can be called in no other: it is called at the next step
+    ///   after the interval, or by \ref fail, by this function, or by the destructor, whichever comes first.
+    /// - One thread at a time reports. A step that another thread takes meanwhile is left out, and told by that
+    ///   one. Increments by several threads count each.
+    /// - The interval is never shorter than was set; it may be longer by a tick of the system's clock, of 1 to 16 ms.
+    /// - What was left out when this function is called is reported in the call.
+    /// Thread: any that keeps this object until it returns.
+    void setReportInterval(std::chrono::milliseconds interval);
+
     /// Asks the work, and all parts of it, to stop; see `ProgressState::cancel`.
     /// Thread: any that keeps this object until it returns; handlers and watchers are called in it.
     void cancel();
@@ -154,8 +177,8 @@ public:
     /// or this object has ended, and no cancellation is under way.
     void setCancelHandler(std::function<void()> handler);
 
-    /// Says that the work has failed, and why, for people. Nothing is reported to the delegate, and nothing
-    /// else changes: neither the counts nor the parts, nor what this is a part of. Displays show the last
+    /// Says that the work has failed, and why, for people. Nothing is reported to the delegate, but for what an
+    /// interval has left out, and nothing else changes: neither the counts nor the parts, nor what this is a part of. Displays show the last
     /// text.
     /// Thread: any that keeps this object until it returns; watchers are called in it.
     void fail(const std::wstring& text);

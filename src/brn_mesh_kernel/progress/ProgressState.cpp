@@ -17,6 +17,8 @@
 
 #include <brn_mesh_kernel/progress/Cancellation.h>
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
+#include <brn_mesh_kernel/progress/ReportClock.h>
+#include <brn_mesh_kernel/progress/ReportGate.h>
 
 namespace Brennic::Core {
 
@@ -63,9 +65,14 @@ struct ProgressState::ProgressStateImpl
     // Whether a unit is completed, or a part is no longer waiting.
     bool hasBegun();
 
+    void setCountLocked(int count, std::int64_t moved);
+    bool isComplete(int count) const;
+
     tbb::spin_rw_mutex countLock;
     int completedUnitCount = 0;    // guarded by countLock, like the next
     std::int64_t movedByParts = 0; // what the reports of the parts have added to it
+    ReportGate<ReportClock> gate;  // guarded by countLock
+    std::atomic<bool> hasReportInterval{false};
     std::atomic<int> totalUnitCount{-1};
     std::atomic<bool> hasEnded{false};
     std::atomic<bool> isWatched{false};
@@ -96,6 +103,18 @@ bool ProgressState::ProgressStateImpl::collectLevels(const ProgressState& part, 
     return std::all_of(parts.begin(), parts.end(), [&](const Part& entry) {
         return collectLevels(*entry.state, newLevel + 1, whole, levels);
     });
+}
+
+void ProgressState::ProgressStateImpl::setCountLocked(int count, std::int64_t moved)
+{
+    completedUnitCount = count;
+    movedByParts += moved;
+}
+
+bool ProgressState::ProgressStateImpl::isComplete(int count) const
+{
+    const int total = totalUnitCount;
+    return total > 0 && count >= total;
 }
 
 template <typename Predicate>
@@ -161,6 +180,13 @@ ProgressState::ProgressState(int totalUnitCount, const std::wstring& description
 }
 
 ProgressState::~ProgressState() = default;
+
+int ProgressState::saturatedSum(int count, int change)
+{
+    using Range = std::numeric_limits<int>;
+    const std::int64_t sum = std::int64_t{count} + change;
+    return static_cast<int>(std::clamp<std::int64_t>(sum, Range::min(), Range::max()));
+}
 
 int ProgressState::getTotalUnitCount() const
 {
@@ -280,8 +306,75 @@ void ProgressState::setTotalUnitCount(int totalUnitCount)
 void ProgressState::setCompletedUnitCount(int completedUnitCount, std::int64_t movedByParts)
 {
     const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
-    m_impl->completedUnitCount = completedUnitCount;
-    m_impl->movedByParts += movedByParts;
+    m_impl->setCountLocked(completedUnitCount, movedByParts);
+}
+
+EReportVerdict ProgressState::setCompletedUnitCountInIntervals(int completedUnitCount,
+                                                               std::int64_t movedByParts)
+{
+    const std::chrono::nanoseconds now = ReportClock::coarse();
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    m_impl->setCountLocked(completedUnitCount, movedByParts);
+    return m_impl->gate.step(now, m_impl->isComplete(completedUnitCount));
+}
+
+// One section, unlike an increment while every step is reported, which reads and then sets.
+EReportVerdict ProgressState::incrementInIntervals(int unitCount, int& completedUnitCount)
+{
+    const std::chrono::nanoseconds now = ReportClock::coarse();
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    completedUnitCount = saturatedSum(m_impl->completedUnitCount, unitCount);
+    m_impl->setCountLocked(completedUnitCount, 0);
+    return m_impl->gate.step(now, m_impl->isComplete(completedUnitCount));
+}
+
+bool ProgressState::hasReportInterval() const
+{
+    return m_impl->hasReportInterval.load(std::memory_order_relaxed);
+}
+
+void ProgressState::setReportInterval(std::chrono::nanoseconds interval)
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    m_impl->gate.setInterval(interval);
+    m_impl->hasReportInterval.store(interval > std::chrono::nanoseconds::zero(), std::memory_order_relaxed);
+}
+
+EReportVerdict ProgressState::endReport()
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    return m_impl->gate.end();
+}
+
+EReportVerdict ProgressState::flushReports()
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    return m_impl->gate.flush();
+}
+
+bool ProgressState::closeReports()
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    return m_impl->gate.close();
+}
+
+std::uint64_t ProgressState::beginLateReport()
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    return m_impl->gate.beginLateReport();
+}
+
+void ProgressState::dropLateReport(std::uint64_t number)
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    m_impl->gate.dropLateReport(number);
+}
+
+std::chrono::nanoseconds ProgressState::lateReport(std::uint64_t number, bool reachesDelegate,
+                                                   EReportVerdict& verdict)
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    return m_impl->gate.lateReport(number, reachesDelegate, verdict);
 }
 
 void ProgressState::setDescription(const std::wstring& description)

@@ -18,6 +18,7 @@
 /// Lifetime: shared by its progress and by all callers of `getState()`. It shares the states of the parts.
 /// Watchers are held weakly: they are no longer called once their owner releases them.
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -31,6 +32,7 @@ namespace Brennic::Core {
 
 class Progress;
 class ProgressReportingProtocol;
+enum class EReportVerdict;
 
 /// How a piece of work stands. Of several that apply, the first one counts.
 enum class EProgressStatus
@@ -121,6 +123,9 @@ public:
     /// for the sender) and a failure, and in the destructor of the progress, when \ref hasEnded. A watcher
     /// that is added twice is called twice. Its exceptions propagate to the caller that made the change, and
     /// the watchers after it and the delegate are not called; during the destructor they are dropped.
+    ///
+    /// `Progress::setReportInterval` leaves sets of the count out. If no later set is reported, the watcher is
+    /// called in the GUI thread instead, with a null pointer for the sender.
     /// Thread: any; the watcher is called in the thread that makes the change, with no locks held.
     /// Ownership: stays with the caller; the watcher is held weakly.
     BRN_MESH_KERNEL_EXPORT void addWatcher(const std::shared_ptr<ProgressReportingProtocol>& watcher);
@@ -142,10 +147,23 @@ private:
 
     ProgressState(int totalUnitCount, const std::wstring& description);
 
+    static int saturatedSum(int count, int change);
+
     void setTotalUnitCount(int totalUnitCount);
     // movedByParts is how much of the change comes from a part's report: getFraction() computes that part
     // anew.
     void setCompletedUnitCount(int completedUnitCount, std::int64_t movedByParts = 0);
+    // The same while an interval between reports is set; see ReportGate.h.
+    EReportVerdict setCompletedUnitCountInIntervals(int completedUnitCount, std::int64_t movedByParts);
+    EReportVerdict incrementInIntervals(int unitCount, int& completedUnitCount);
+    bool hasReportInterval() const;
+    void setReportInterval(std::chrono::nanoseconds interval);
+    EReportVerdict endReport();
+    EReportVerdict flushReports();
+    bool closeReports();
+    std::uint64_t beginLateReport();
+    void dropLateReport(std::uint64_t number);
+    std::chrono::nanoseconds lateReport(std::uint64_t number, bool reachesDelegate, EReportVerdict& verdict);
     void setDescription(const std::wstring& description);
     const Part* addPart(const std::shared_ptr<ProgressState>& part, int pendingUnitCount);
     void setCancelHandler(std::function<void()> handler);

@@ -1,0 +1,152 @@
+#pragma once
+/// \file
+/// Which changes of a count are reported while an interval between reports is set, and which are left out. Not installed.
+///
+/// One thread reports at a time: a change that another thread makes meanwhile is left out, and `end()` has the thread that
+/// reports look again. So reports arrive in the order of the counts, and completion is reported once.
+///
+/// What is left out has to be reported later. If a thread takes further steps, one of them does it. For the case that none
+/// does, the first step that is left out asks for a late report (`LeaveOutFirst`). That comes from the GUI thread, and reaches
+/// watchers and receivers of that thread only. So the gate remembers for the others that something was left out.
+///
+/// \p Clock has the functions of `ReportClock`; tests bring a clock of their own.
+///
+/// Threads: whoever owns a gate holds one lock around every call.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+
+namespace Brennic::Core {
+
+/// What follows from a change of the count.
+enum class EReportVerdict
+{
+    Report,        ///< The caller reports, and calls `ReportGate::end` afterwards.
+    LeaveOut,      ///< Nothing: a report will follow.
+    LeaveOutFirst, ///< The caller sees to a late report, if anybody would receive it.
+};
+
+template <typename Clock>
+class ReportGate
+{
+public:
+    using Duration = std::chrono::nanoseconds;
+
+    /// Sets the shortest time between two reports. A late report that is on its way counts no more.
+    void setInterval(Duration interval)
+    {
+        m_interval = interval;
+        m_lateReport = 0;
+        m_isLateReportWanted = false;
+    }
+
+    /// The count was set. \p now is the time of `Clock::coarse`, read before the lock was taken.
+    EReportVerdict step(Duration now, bool isComplete)
+    {
+        m_isComplete = isComplete;
+        m_isLeftOutForDelegate = m_isLeftOutForWatchers = true;
+        return next(now);
+    }
+
+    /// The caller has reported, and nobody else did meanwhile.
+    EReportVerdict end()
+    {
+        m_isReporting = false;
+        return isAnythingLeftOut() ? next(Clock::coarse()) : EReportVerdict::LeaveOut;
+    }
+
+    /// What was left out is to be reported now, if there is anything. If another thread reports, it will do that.
+    EReportVerdict flush()
+    {
+        if (!isAnythingLeftOut())
+            return EReportVerdict::LeaveOut;
+        m_last = longAgo;
+        return next(Clock::coarse());
+    }
+
+    /// The progress ends. Returns whether the delegate has yet to receive something.
+    bool close()
+    {
+        m_lateReport = 0;
+        const bool isLeftOut = m_isLeftOutForDelegate;
+        m_isLeftOutForDelegate = m_isLeftOutForWatchers = false;
+        return isLeftOut;
+    }
+
+    /// A late report is on its way from now on. Returns its number.
+    std::uint64_t beginLateReport() { return m_lateReport = ++m_lateReportCount; }
+
+    /// The late report was given up. Another one is asked for after the next report.
+    void dropLateReport(std::uint64_t number)
+    {
+        if (m_lateReport == number)
+            m_lateReport = 0;
+    }
+
+    /// The time of a late report has come. Returns how long it has to wait yet, and zero if it is done with: \p verdict
+    /// says then whether the caller reports. It calls `end` afterwards if the report \p reachesDelegate.
+    Duration lateReport(std::uint64_t number, bool reachesDelegate, EReportVerdict& verdict)
+    {
+        verdict = EReportVerdict::LeaveOut;
+        if (m_lateReport != number)
+            return Duration::zero();
+        const bool isLeftOut = m_isLeftOutForWatchers || (reachesDelegate && m_isLeftOutForDelegate);
+        const Duration left = m_last + m_interval - Clock::coarse();
+        if (isLeftOut && !m_isReporting && left > Duration::zero())
+            return left;
+        m_lateReport = 0;
+        m_isLateReportWanted = false;
+        if (isLeftOut && !m_isReporting)
+            verdict = reachesDelegate ? report() : reportToWatchers();
+        return Duration::zero();
+    }
+
+private:
+    static constexpr Duration longAgo = Duration::min() / 2;
+
+    bool isAnythingLeftOut() const { return m_isLeftOutForDelegate || m_isLeftOutForWatchers; }
+
+    EReportVerdict next(Duration now)
+    {
+        const bool isDue = m_interval == Duration::zero() || now - m_last >= m_interval ||
+                           (m_isComplete && !m_hasReportedCompletion);
+        if (isDue && !m_isReporting)
+            return report();
+        if (m_isReporting || m_lateReport != 0 || m_isLateReportWanted)
+            return EReportVerdict::LeaveOut;
+        m_isLateReportWanted = true;
+        return EReportVerdict::LeaveOutFirst;
+    }
+
+    EReportVerdict report()
+    {
+        m_isReporting = true;
+        m_isLeftOutForDelegate = m_isLeftOutForWatchers = false;
+        m_isLateReportWanted = false;
+        m_hasReportedCompletion = m_isComplete;
+        m_last = Clock::exact();
+        return EReportVerdict::Report;
+    }
+
+    // A thread that takes a step meanwhile reports as well: the delegate belongs to that thread.
+    EReportVerdict reportToWatchers()
+    {
+        m_isLeftOutForWatchers = false;
+        m_last = Clock::exact();
+        return EReportVerdict::Report;
+    }
+
+    Duration m_interval{0};
+    Duration m_last = longAgo; // when the last report was made
+    bool m_isComplete = false;
+    bool m_hasReportedCompletion = false;
+    bool m_isReporting = false;
+    bool m_isLeftOutForDelegate = false;
+    bool m_isLeftOutForWatchers = false;
+    bool m_isLateReportWanted = false;
+    std::uint64_t m_lateReport = 0; // the number of the one that is on its way; 0 if none is
+    std::uint64_t m_lateReportCount = 0;
+};
+
+} // namespace Brennic::Core
