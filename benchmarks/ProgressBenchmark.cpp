@@ -1,6 +1,6 @@
 /// \file
 /// Measures one progress update: in a tree of depth 3 without receivers, beside one dispatch to the GUI queue
-/// for each level, and with a receiver in the GUI thread. Counts time, allocations, and memory while a call
+/// for each level, with a receiver in the GUI thread, and while an interval leaves reports out. Counts time, allocations, and memory while a call
 /// is pending. Also measures building a tree.
 
 #include <chrono>
@@ -11,6 +11,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -118,6 +119,44 @@ void progressUpdateWithReceiver(benchmark::State& state)
 }
 BENCHMARK(progressUpdateWithReceiver)->Apply(asManualTime);
 
+constexpr std::chrono::hours longInterval{1}; // it does not pass
+
+/// Measures one of many steps that an interval leaves out.
+void measureSteps(benchmark::State& state, Progress& stepped)
+{
+    ++stepped; // reported
+    const std::size_t before = t_allocations;
+    for (auto step : state)
+        ++stepped;
+    state.counters["allocations"] =
+        static_cast<double>(t_allocations - before) / static_cast<double>(state.iterations());
+}
+
+void stepBetweenReports(benchmark::State& state)
+{
+    const auto receiver = std::make_shared<IdleReceiver>();
+    Progress progress(1'000'000'000, L"Smoothing");
+    progress.setDelegate(receiver, true);
+    progress.setReportInterval(longInterval);
+    measureSteps(state, progress);
+}
+BENCHMARK(stepBetweenReports);
+
+/// The same where the root of so many levels has the receiver, and the leaf is stepped.
+void stepBelowLevels(benchmark::State& state)
+{
+    const auto receiver = std::make_shared<IdleReceiver>();
+    std::vector<std::shared_ptr<Progress>> tree = {std::make_shared<Progress>(0, L"root")};
+    for (auto level = state.range(0); level > 1; --level) {
+        tree.push_back(std::make_shared<Progress>(1'000'000'000, L"part"));
+        tree[tree.size() - 2]->addChildWithPendingCount(tree.back(), 1'000'000'000);
+    }
+    tree.front()->setDelegate(receiver, true);
+    tree.front()->setReportInterval(longInterval);
+    measureSteps(state, *tree.back());
+}
+BENCHMARK(stepBelowLevels)->Arg(2)->Arg(3);
+
 void dispatch(benchmark::State& state)
 {
     measureBesideIdleGui(state, [] { dispatchAsync([] {}, eQOS_GUI); });
@@ -201,6 +240,8 @@ int main(int argc, char** argv)
             argc, argv,
             {{{"update of a tree of depth 3 / 3 dispatches", "progressUpdate", "dispatchPerLevel", 3.0, ""},
               {"update with a receiver / a dispatch", "progressUpdateWithReceiver", "dispatch", 0, ""},
+              {"step between reports / update with a receiver", "stepBetweenReports",
+               "progressUpdateWithReceiver", 0, ""},
               {"one of 32,000 children / of 1,000", "manyChildren", "thousandChildren", 2.0, ""}},
              {{"pending callable of a broadcast to one observer", bytes, 800, "bytes"}}});
     });
