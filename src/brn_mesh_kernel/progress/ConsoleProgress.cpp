@@ -90,6 +90,7 @@ private:
             shown.stage = boost::nowide::narrow(m_state->getDescription());
             shown.fraction = m_state->getFraction();
             shown.end = endOf(*m_state);
+            shown.left = m_state->getEstimate().remaining;
         }
         shown.elapsed = Clock::now() - m_start;
         // One column less than the width: terminals wrap when the last one is filled.

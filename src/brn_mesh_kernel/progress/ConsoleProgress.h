@@ -10,8 +10,8 @@
 ///         application.exec();                               // while workers report
 ///     }                                                     // the line is erased
 ///
-/// It shows the description, UTF-8, the exact fraction (`ProgressState::getFraction`), and after `Progress::cancel` or
-/// `fail` that in place of the time that is left. The line is cut to the terminal's width, whatever that is at the
+/// It shows the description, UTF-8, the exact fraction (`ProgressState::getFraction`), and the time that is left
+/// (`ProgressState::getEstimate`) as soon as that can be judged; after `Progress::cancel` or `fail` that in its place. The line is cut to the terminal's width, whatever that is at the
 /// moment. It is drawn ten times a second at most, by a timer: it stands still while the GUI thread serves no events.
 /// Where the standard output is no terminal, or one that `TERM` calls "dumb", nothing is ever printed.
 ///

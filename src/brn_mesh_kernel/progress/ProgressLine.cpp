@@ -36,21 +36,29 @@ QString padded(const QString& text, std::size_t width)
     return text + QString(static_cast<int>(missing), QLatin1Char(' '));
 }
 
-std::string minutesAndSeconds(std::chrono::duration<double> time)
+std::string twoDigits(long number)
 {
-    const auto seconds = static_cast<long>(std::lround(time.count()));
-    const std::string rest = std::to_string(seconds % 60);
-    return std::to_string(seconds / 60) + (rest.size() < 2 ? ":0" : ":") + rest;
+    return (number < 10 ? "0" : "") + std::to_string(number);
+}
+
+// Such as 1:23, or 1:02:03 from an hour on.
+std::string clockTime(std::chrono::duration<double> time)
+{
+    constexpr long minute = 60;
+    const long seconds = std::lround(time.count());
+    const long minutes = seconds / minute;
+    const std::string rest = ":" + twoDigits(seconds % minute);
+    if (minutes < minute)
+        return std::to_string(minutes) + rest;
+    return std::to_string(minutes / minute) + ":" + twoDigits(minutes % minute) + rest;
 }
 
 std::string times(const RunState& state)
 {
-    constexpr double enoughToJudge = 0.01;
-    std::string elapsed = "  " + minutesAndSeconds(state.elapsed) + " elapsed";
-    if (state.fraction < enoughToJudge || !state.end.empty())
-        return elapsed;
-    return elapsed + "  " + minutesAndSeconds(state.elapsed * (1 - state.fraction) / state.fraction) +
-           " left";
+    using namespace std::chrono_literals;
+    const std::string elapsed = "  " + clockTime(state.elapsed) + " elapsed";
+    const bool isWorthTelling = state.end.empty() && state.left && *state.left >= 0.5s && *state.left < 100h;
+    return isWorthTelling ? elapsed + "  " + clockTime(*state.left) + " left" : elapsed;
 }
 
 std::string percentage(double fraction)
@@ -72,7 +80,7 @@ std::string progressLine(const RunState& state, std::size_t width)
     const double fraction = std::isnan(state.fraction) ? 0 : std::clamp(state.fraction, 0.0, 1.0);
     const QString stage = padded(oneLine(QString::fromStdString(state.stage)), stageWidth);
     const std::string percent = percentage(fraction);
-    const std::string time = times({state.stage, fraction, state.elapsed, state.end});
+    const std::string time = times(state);
     const QString end =
         state.end.empty() ? QString() : QStringLiteral("  ") + oneLine(QString::fromStdString(state.end));
     std::size_t taken = columns(stage);

@@ -30,7 +30,8 @@ class Progress;
 class BRN_MESH_KERNEL_EXPORT ProgressReportingProtocol
 {
 public:
-    /// Called each time the count is set and the progress is not complete.
+    /// Called each time the count is set and the progress is not complete, but for what an interval leaves out
+    /// (`Progress::setReportInterval`).
     ///
     /// \param progress the one that reports. In the GUI thread the call may come after its destruction.
     /// \param fraction the completed count divided by the total: usually 0 to 1, but not limited to that, and not a

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <functional>
@@ -10,12 +11,14 @@
 #include <list>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include <tbb/spin_rw_mutex.h>
 
 #include <brn_mesh_kernel/progress/Cancellation.h>
+#include <brn_mesh_kernel/progress/ProgressEstimator.h>
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
 #include <brn_mesh_kernel/progress/ReportClock.h>
 #include <brn_mesh_kernel/progress/ReportGate.h>
@@ -30,6 +33,8 @@ constexpr int levelCount = 256;
 
 // Replaced as a whole, so that a report only copies the pointer.
 using Watchers = std::vector<std::weak_ptr<ProgressReportingProtocol>>;
+
+using Clock = std::chrono::steady_clock;
 
 struct CancellationPlatform
 {
@@ -66,12 +71,16 @@ struct ProgressState::ProgressStateImpl
     bool hasBegun();
 
     void setCountLocked(int count, std::int64_t moved);
+    void endTimeIsNow();
+    double secondsSoFar(EProgressStatus status);
     bool isComplete(int count) const;
 
     tbb::spin_rw_mutex countLock;
     int completedUnitCount = 0;    // guarded by countLock, like the next
     std::int64_t movedByParts = 0; // what the reports of the parts have added to it
-    ReportGate<ReportClock> gate;  // guarded by countLock
+    ReportGate<ReportClock> gate;  // guarded by countLock, like the next
+    Clock::time_point startTime;   // of the first set of the count; the clock's beginning before that
+    std::optional<Clock::time_point> endTime;
     std::atomic<bool> hasReportInterval{false};
     std::atomic<int> totalUnitCount{-1};
     std::atomic<bool> hasEnded{false};
@@ -85,6 +94,8 @@ struct ProgressState::ProgressStateImpl
     std::list<Part> parts;                    // guarded by mutex; what is in it stays, and does not change
     std::int64_t pendingSum = 0;              // guarded by mutex
     std::shared_ptr<const Watchers> watchers; // guarded by mutex
+    std::mutex estimateMutex;
+    ProgressEstimator estimator; // guarded by estimateMutex
 };
 
 // Returns false if whole is reachable from part. A subtree that already lies deep enough is skipped: whole
@@ -109,6 +120,32 @@ void ProgressState::ProgressStateImpl::setCountLocked(int count, std::int64_t mo
 {
     completedUnitCount = count;
     movedByParts += moved;
+    if (startTime == Clock::time_point())
+        startTime = Clock::now();
+    if (isComplete(count) && !endTime)
+        endTime = Clock::now();
+}
+
+void ProgressState::ProgressStateImpl::endTimeIsNow()
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(countLock, true);
+    if (!endTime)
+        endTime = Clock::now();
+}
+
+// Work that was complete may go on: its total has grown.
+double ProgressState::ProgressStateImpl::secondsSoFar(EProgressStatus status)
+{
+    const bool isOver = status == EProgressStatus::Complete || status == EProgressStatus::Failed || hasEnded;
+    const tbb::spin_rw_mutex::scoped_lock lock(countLock, true);
+    if (startTime == Clock::time_point())
+        return 0;
+    const Clock::time_point now = Clock::now();
+    if (!isOver)
+        endTime.reset();
+    else if (!endTime)
+        endTime = now;
+    return std::chrono::duration<double>(endTime.value_or(now) - startTime).count();
 }
 
 bool ProgressState::ProgressStateImpl::isComplete(int count) const
@@ -238,6 +275,30 @@ EProgressStatus ProgressState::getStatus() const
     if (isOver)
         return EProgressStatus::Ended;
     return m_impl->hasBegun() ? EProgressStatus::Running : EProgressStatus::Waiting;
+}
+
+// One caller at a time, so that the samples are in the order of their times.
+ProgressEstimate ProgressState::getEstimate() const
+{
+    using Seconds = std::chrono::duration<double>;
+    const std::lock_guard<std::mutex> lock(m_impl->estimateMutex);
+    const EProgressStatus status = getStatus();
+    const double fraction = getFraction();
+    const double total = std::max(getTotalUnitCount(), 0);
+    const double now = m_impl->secondsSoFar(status);
+    ProgressEstimate estimate;
+    estimate.elapsed = Seconds(now);
+    if (status == EProgressStatus::Complete)
+        estimate.remaining = Seconds(0);
+    if (status == EProgressStatus::Running) {
+        m_impl->estimator.add(now, fraction);
+        estimate.unitsPerSecond = total * m_impl->estimator.fractionPerSecond(now);
+        if (const std::optional<double> remaining = m_impl->estimator.remaining(now))
+            estimate.remaining = Seconds(*remaining);
+    } else if (now > 0) {
+        estimate.unitsPerSecond = total * fraction / now;
+    }
+    return estimate;
 }
 
 std::wstring ProgressState::getFailure() const
@@ -415,6 +476,7 @@ void ProgressState::setCancelHandler(std::function<void()> handler)
 
 void ProgressState::fail(const std::wstring& text)
 {
+    m_impl->endTimeIsNow();
     const std::lock_guard<std::mutex> lock(m_impl->mutex);
     m_impl->failure = text;
     m_impl->hasFailed = true;
@@ -422,6 +484,7 @@ void ProgressState::fail(const std::wstring& text)
 
 void ProgressState::end(Progress* progress)
 {
+    m_impl->endTimeIsNow();
     m_impl->hasEnded = true;
     try {
         std::function<void()> handler; // what it holds on to may have ended with the work

@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ namespace Brennic::Core {
 
 class Progress;
 class ProgressReportingProtocol;
+
+/// Inside the library: what follows from a step while an interval between reports is set.
 enum class EReportVerdict;
 
 /// How a piece of work stands. Of several that apply, the first one counts.
@@ -43,6 +46,17 @@ enum class EProgressStatus
     Ended,     ///< The progress was destroyed before its count reached the total.
     Running,   ///< Something is completed, or a part is no longer waiting.
     Waiting,   ///< Nothing has been reported yet.
+};
+
+/// When work will be done, judged by how its exact fraction has moved so far.
+struct ProgressEstimate
+{
+    /// Since the count was first set, and until the work is complete, has failed or has ended.
+    std::chrono::duration<double> elapsed{0};
+    /// Until the work is complete; empty while that cannot be judged.
+    std::optional<std::chrono::duration<double>> remaining{};
+    /// The speed, in units of the total; 0 while that cannot be judged. Of work that is over, that of the whole.
+    double unitsPerSecond = 0;
 };
 
 /// The state of a progress; remains readable after the progress is destroyed.
@@ -82,6 +96,21 @@ public:
     /// progress counted by itself, beside the reports of its parts, adds to it.
     /// Thread: any. Visits all parts.
     BRN_MESH_KERNEL_EXPORT double getFraction() const;
+
+    /// Returns how long the work has taken and will take. It is judged by what \ref getFraction was at each call of
+    /// this function: a display calls it whenever it draws. Steps of the work cost nothing for it.
+    ///
+    /// - Even work is judged by all of its past. When its speed changes and stays so, the remaining time is within a
+    ///   tenth of that of the new speed after a tenth of the time so far, but after 2 seconds at least, and 30 at most.
+    ///   Work of large steps takes five of them for it.
+    /// - The remaining time counts down between two steps, and grows while the work stands still for longer than
+    ///   its steps take.
+    /// - Parts that are added later make the work longer; its speed stays known.
+    /// - Nothing is said in the first second, before a twentieth is done or four calls have seen the fraction move,
+    ///   while the total is not known, and after the work was cancelled, has failed or has ended. Nothing remains of
+    ///   complete work.
+    /// Thread: any; several displays may call it. Visits all parts.
+    BRN_MESH_KERNEL_EXPORT ProgressEstimate getEstimate() const;
 
     /// Returns how the work stands. A part that fails or is cancelled does not change the status of the whole: the
     /// work decides what follows from it.

@@ -11,7 +11,17 @@ namespace {
 
 RunState state(double fraction, double seconds)
 {
-    return {"Smooth", fraction, std::chrono::duration<double>(seconds)};
+    RunState state{"Smooth", fraction, std::chrono::duration<double>(seconds)};
+    if (fraction > 0 && fraction < 1)
+        state.left = state.elapsed * (1 - fraction) / fraction;
+    return state;
+}
+
+RunState leaving(double seconds)
+{
+    RunState state{"Smooth", 0.5, std::chrono::duration<double>(7)};
+    state.left = std::chrono::duration<double>(seconds);
+    return state;
 }
 
 } // namespace
@@ -42,6 +52,24 @@ TEST(ProgressLine, aNarrowLineLosesTheBarThenTheTimesThenThePercentage)
 TEST(ProgressLine, theRemainingTimeIsLeftOutUntilItCanBeJudged)
 {
     EXPECT_EQ(progressLine(state(0.0, 75), 30), "Smooth       0 %  1:15 elapsed");
+}
+
+TEST(ProgressLine, theTimeThatIsLeftIsShort)
+{
+    EXPECT_EQ(progressLine(leaving(83), 42), "Smooth      50 %  0:07 elapsed  1:23 left");
+    EXPECT_EQ(progressLine(leaving(3599), 42), "Smooth      50 %  0:07 elapsed  59:59 left");
+    EXPECT_EQ(progressLine(leaving(3723), 44), "Smooth      50 %  0:07 elapsed  1:02:03 left");
+    EXPECT_EQ(progressLine(leaving(359'999), 46), "Smooth      50 %  0:07 elapsed  99:59:59 left");
+}
+
+TEST(ProgressLine, aTimeThatIsNotWorthTellingIsLeftOut)
+{
+    EXPECT_EQ(progressLine(leaving(0), 42), "Smooth      50 %  0:07 elapsed");
+    EXPECT_EQ(progressLine(leaving(0.4), 42), "Smooth      50 %  0:07 elapsed");
+    EXPECT_EQ(progressLine(leaving(0.6), 42), "Smooth      50 %  0:07 elapsed  0:01 left");
+    EXPECT_EQ(progressLine(leaving(360'000), 42), "Smooth      50 %  0:07 elapsed");
+    EXPECT_EQ(progressLine(leaving(std::numeric_limits<double>::infinity()), 42),
+              "Smooth      50 %  0:07 elapsed");
 }
 
 TEST(ProgressLine, everyHundredthIsShownAsWhatItIs)
