@@ -39,6 +39,12 @@ QVariant pendingUnits(const ProgressNode& node)
     return node.parent() == nullptr ? QVariant() : QVariant(node.pendingUnitCount());
 }
 
+QVariant remaining(const ProgressNode& node)
+{
+    const auto time = node.estimate().remaining;
+    return time ? QVariant(time->count()) : QVariant();
+}
+
 QVariant shownData(const ProgressNode& node, int column)
 {
     switch (column) {
@@ -245,6 +251,8 @@ QVariant ProgressModel::data(const QModelIndex& index, int role) const
         return pendingUnits(node);
     case FailureRole:
         return node.failure();
+    case RemainingRole:
+        return remaining(node);
     default:
         return {};
     }
@@ -278,6 +286,7 @@ QHash<int, QByteArray> ProgressModel::roleNames() const
     names.insert(TotalUnitsRole, "totalUnits");
     names.insert(PendingUnitsRole, "pendingUnits");
     names.insert(FailureRole, "failure");
+    names.insert(RemainingRole, "remaining");
     return names;
 }
 

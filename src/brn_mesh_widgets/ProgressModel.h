@@ -53,7 +53,8 @@ public:
         CompletedUnitsRole, ///< int
         TotalUnitsRole,     ///< int, 0 or less if it is not known
         PendingUnitsRole,   ///< int; invalid for the root
-        FailureRole         ///< QString, the text of `Progress::fail`; empty if it was not called
+        FailureRole,        ///< QString, the text of `Progress::fail`; empty if it was not called
+        RemainingRole ///< double, `ProgressState::getEstimate` at this moment, in seconds; invalid if there is none
     };
     Q_ENUM(Role)
 

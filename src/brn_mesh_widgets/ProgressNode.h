@@ -54,6 +54,9 @@ public:
     ProgressModel::State state() const { return m_values.state; }
     const QString& failure() const { return m_values.failure; }
 
+    /// Not what was read last, but what can be said at this moment: it changes with time.
+    Core::ProgressEstimate estimate() const { return m_state->getEstimate(); }
+
 private:
     struct Values
     {

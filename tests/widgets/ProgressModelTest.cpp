@@ -273,6 +273,8 @@ TEST_F(ProgressModelTest, whatHostsHaveStoredOfStatesAndRolesKeepsItsMeaning)
     EXPECT_EQ(ProgressModel::PendingUnitsRole, Qt::UserRole + 6);
     EXPECT_EQ(ProgressModel::FailureRole, Qt::UserRole + 7);
     EXPECT_EQ(model.roleNames().value(ProgressModel::FailureRole), "failure");
+    EXPECT_EQ(ProgressModel::RemainingRole, Qt::UserRole + 8);
+    EXPECT_EQ(model.roleNames().value(ProgressModel::RemainingRole), "remaining");
 }
 
 TEST_F(ProgressModelTest, aDescriptionIsFollowed)

@@ -76,6 +76,23 @@ TEST_F(ProgressStatusBarTest, theBarIsBusyWhileTheTotalIsNotKnown)
     EXPECT_TRUE(serveUntil([&] { return bar->maximum() > bar->minimum(); }));
 }
 
+TEST_F(ProgressStatusBarTest, theTimeThatIsLeftIsShownUntilTheEnd)
+{
+    ASSERT_TRUE(showOnDisplay(window));
+    const auto progress = std::make_shared<Progress>(1000, L"Import");
+    widget->setProgress(progress);
+    const QLabel* const timeLeft = widget->findChildren<QLabel*>().at(1);
+    EXPECT_FALSE(timeLeft->isVisible());
+    progress->setCompletedUnitCount(100);
+    EXPECT_TRUE(serveUntil([&] { return timeLeft->isVisible(); }));
+    EXPECT_TRUE(timeLeft->text().endsWith(" left")) << timeLeft->text().toStdString();
+    const QString before = timeLeft->text();
+    EXPECT_TRUE(serveUntil([&] { return timeLeft->text() != before; })) << "without a report";
+    progress->setCompletedUnitCount(1000);
+    EXPECT_TRUE(serveUntil([&] { return label->text() == "Import: complete"; }));
+    EXPECT_FALSE(timeLeft->isVisible());
+}
+
 TEST_F(ProgressStatusBarTest, theEndIsToldInPlaceOfTheBar)
 {
     ASSERT_TRUE(showOnDisplay(window));
