@@ -86,6 +86,7 @@ void addPeer()
 int main(int argc, char** argv)
 {
     addPeer<KernelProgress>();
+    addPeer<KernelProgressAtIntervals>();
     addPeer<QueuedProgress>();
 #ifdef BRN_HAS_QPROMISE
     addPeer<PromiseProgress>();
@@ -94,5 +95,11 @@ int main(int argc, char** argv)
     addPeer<JobProgress<Hears::EveryAmount>>();
     addPeer<JobProgress<Hears::WholePercents>>();
 #endif
-    return runBesideGuiThread(argc, argv, [&] { return runWithRatios(argc, argv, {}); });
+    Comparison comparison;
+#ifdef BRN_HAS_QPROMISE
+    comparison.ratios.push_back({"step of a progress at intervals / QPromise::setProgressValue",
+                                 "progress/brn_mesh_kernel, intervals/the worker's part",
+                                 "progress/QPromise/the worker's part", 1.5, ""});
+#endif
+    return runBesideGuiThread(argc, argv, [&] { return runWithRatios(argc, argv, comparison); });
 }

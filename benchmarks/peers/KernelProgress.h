@@ -1,7 +1,8 @@
 #pragma once
 /// \file
-/// A `Progress` without children and its delegate in the GUI thread.
+/// A `Progress` without children and its delegate in the GUI thread: each update is reported, or one in 50 ms.
 
+#include <chrono>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -22,6 +23,7 @@ public:
         m_progress->setDelegate(m_delegate, true);
     }
 
+    Brennic::Core::Progress& progress() { return *m_progress; }
     void update(int value) { m_progress->setCompletedUnitCount(value); }
 
 private:
@@ -45,4 +47,15 @@ private:
 
     std::shared_ptr<Delegate> m_delegate;
     std::shared_ptr<Brennic::Core::Progress> m_progress;
+};
+
+class KernelProgressAtIntervals : public KernelProgress
+{
+public:
+    static constexpr const char* name = "brn_mesh_kernel, intervals";
+
+    explicit KernelProgressAtIntervals(ProgressReceiver& receiver) : KernelProgress(receiver)
+    {
+        progress().setReportInterval(std::chrono::milliseconds(50));
+    }
 };
