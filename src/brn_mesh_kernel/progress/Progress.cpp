@@ -1,6 +1,7 @@
 #include <brn_mesh_kernel/progress/Progress.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -66,7 +67,7 @@ struct Progress::ProgressImpl
     std::shared_ptr<ProgressState> state;
     std::map<const Progress*, Child> children; // one null stands for all that no pointer owns
     bool keepsRemainders = false;
-    const ProgressReportingProtocol* parent = nullptr; // for comparing only: it may have gone
+    std::atomic<const ProgressReportingProtocol*> parent{nullptr}; // for comparing only: it may have gone
 };
 
 // Reports from the GUI thread what an interval has left out, in case that no later step does.
@@ -171,7 +172,7 @@ int Progress::ProgressImpl::incrementInIntervals(Progress& progress, int unitCou
 // What a step of a part changes in its parent is not a matter of the interval.
 void Progress::ProgressImpl::afterStep(Progress& progress, EReportVerdict verdict)
 {
-    if (verdict == EReportVerdict::LeaveOut && parent == nullptr)
+    if (verdict == EReportVerdict::LeaveOut && parent.load(std::memory_order_relaxed) == nullptr)
         return;
     const bool isPart = reportsToParent(progress);
     if (verdict != EReportVerdict::LeaveOut) {
@@ -212,7 +213,8 @@ void Progress::ProgressImpl::report(Progress& progress, EReportVerdict verdict, 
 // A host may have given a part another delegate than its parent.
 bool Progress::ProgressImpl::reportsToParent(Progress& progress) const
 {
-    return parent != nullptr && progress.getDelegate() == parent;
+    const ProgressReportingProtocol* const whole = parent;
+    return whole != nullptr && progress.getDelegate() == whole;
 }
 
 void Progress::ProgressImpl::reportRest(Progress& progress)
