@@ -6,7 +6,6 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 #include <brn_mesh_kernel/logging/QtMessages.h>
 
-#include "FreeMemory.h"
 #include "RunOptions.h"
 
 using Brennic::Core::Kernel;
@@ -14,7 +13,6 @@ namespace Util = Brennic::Objects::Util;
 
 KernelSession::KernelSession(const RunOptions& options)
 {
-    joinFreeBlocksAtOnce();
     const std::wstring version = boost::nowide::widen(MESH_WORKBENCH_VERSION);
     Util::RegisterVersionInfo({L"", L"Mesh workbench", version, L"brn_mesh_kernel", version});
     Kernel& kernel = Kernel::Instance();

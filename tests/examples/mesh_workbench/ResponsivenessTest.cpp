@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <iostream>
 #include <memory>
 
@@ -30,12 +31,23 @@ constexpr int reportCount = 1'000'000;
 constexpr int reportsPerLogLine = 1000;
 constexpr double boundInMilliseconds = 50;
 
+struct Receiver final : ProgressReportingProtocol
+{
+    void progressUpdated(Progress*, float, const std::wstring&) override { ++updates; }
+    void progressCompleted(Progress*, const std::wstring&) override { ++completions; }
+    int updates = 0;
+    int completions = 0;
+};
+
 // Four parts of one whole, counted in turn.
 class Flood
 {
 public:
     Flood()
     {
+        m_root->setKeepsRemainders(true);
+        m_root->setDelegate(m_receiver, true);
+        m_root->setReportInterval(std::chrono::milliseconds(50));
         for (auto& part : m_parts) {
             part = std::make_shared<Progress>(reportsPerPart, L"Part");
             m_root->addChildWithPendingCount(part, reportsPerPart);
@@ -43,6 +55,7 @@ public:
     }
 
     const std::shared_ptr<Progress>& root() const { return m_root; }
+    const Receiver& receiver() const { return *m_receiver; }
 
     // In a worker thread.
     void run()
@@ -57,6 +70,7 @@ public:
 private:
     static constexpr int reportsPerPart = reportCount / 4;
 
+    std::shared_ptr<Receiver> m_receiver = std::make_shared<Receiver>();
     std::shared_ptr<Progress> m_root = std::make_shared<Progress>(0, L"Flood");
     std::array<std::shared_ptr<Progress>, 4> m_parts;
 };
@@ -96,6 +110,9 @@ TEST_F(MeshWorkbenchTest, anEventIsAnsweredWithin50MillisecondsWhileAMillionRepo
     EXPECT_GT(lag.count(), 100);
     const QModelIndex part = model().index(3, 0, model().rootIndex());
     EXPECT_TRUE(serveUntil([&] { return state(part) == ProgressModel::Complete; }));
+    EXPECT_GT(flood.receiver().updates, 1);
+    EXPECT_LT(flood.receiver().updates, reportCount / 1000);
+    EXPECT_TRUE(serveUntil([&] { return flood.receiver().completions == 1; }));
     EXPECT_TRUE(serveUntil([&] { return logText().find("report 999000") != std::string::npos; }));
     if (Brennic::Testing::isSanitized)
         GTEST_SKIP() << "all has arrived; a sanitizer slows every thread down, so the time is not judged";

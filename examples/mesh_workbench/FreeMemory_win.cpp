@@ -1,3 +1,0 @@
-#include "FreeMemory.h"
-
-void joinFreeBlocksAtOnce() {}
