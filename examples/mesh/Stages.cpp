@@ -1,6 +1,7 @@
 #include "Stages.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <numeric>
 
@@ -52,6 +53,8 @@ Stages::Stages(const RunOptions& options, std::uintmax_t inputSize, const std::w
     : m_isNamedAfterStage(name.empty()), m_root(std::make_shared<Progress>(0, name))
 {
     m_root->setKeepsRemainders(true); // its count arrives at the total, whatever the stages count in
+    m_root->setReportInterval(
+        std::chrono::milliseconds(50)); // an iteration on a small mesh takes less than a frame
     const Costs costs = estimateCosts(options, inputSize);
     const double sum = std::max(std::accumulate(costs.begin(), costs.end(), 0.0), 1.0);
     for (const Stage stage : allStages) {
