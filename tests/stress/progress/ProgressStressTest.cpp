@@ -1,4 +1,5 @@
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -108,4 +109,32 @@ TEST_F(ProgressStress, aCountIsReadAndSetByManyThreads)
         thread.join();
     EXPECT_GE(progress.getCompletedUnitCount(), units);
     EXPECT_LE(progress.getCompletedUnitCount(), threadsOfHost * units);
+}
+
+TEST_F(ProgressStress, stepsOfManyThreadsAreThinnedOutAndCompletedOnce)
+{
+    constexpr int steps = 20'000;
+    const auto receiver = std::make_shared<CountingReceiver>();
+    const auto watcher = std::make_shared<CountingReceiver>();
+    Progress progress(threadsOfHost * steps);
+    progress.setDelegate(receiver, true);
+    progress.getState()->addWatcher(watcher);
+    progress.setReportInterval(std::chrono::milliseconds(1));
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadsOfHost; ++i)
+        threads.emplace_back([&] {
+            for (int step = 0; step < steps; ++step)
+                ++progress;
+        });
+    EXPECT_TRUE(serveUntil([&] {
+        static_cast<void>(progress.getState()->getEstimate()); // as a display does
+        return receiver->completions > 0;
+    }));
+    for (std::thread& thread : threads)
+        thread.join();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(progress.getCompletedUnitCount(), threadsOfHost * steps);
+    EXPECT_EQ(receiver->completions, 1);
+    EXPECT_EQ(watcher->completions, 1);
+    EXPECT_LT(receiver->messages, threadsOfHost * steps / 10);
 }
