@@ -148,8 +148,8 @@ public:
     /// and each step of a part moves what it is a part of. So a tree whose receiver is at its root needs the
     /// interval there, and not at the parts.
     ///
-    /// - The step with which the count reaches a known total is reported at once, and once; steps after it, at
-    ///   the interval.
+    /// - The step with which the count reaches a known total is reported at once, and to the delegate once; steps
+    ///   after it, at the interval.
     /// - The newest count is always reported in the end. If the steps pause after one that was left out, watchers
     ///   and a receiver of the GUI thread are called in the GUI thread, once the interval has passed and it serves
     ///   events. A receiver of the stepping thread can be called in no other: it is called at the next step

@@ -129,7 +129,8 @@ private:
         return EReportVerdict::Report;
     }
 
-    // A thread that takes a step meanwhile reports as well: the delegate belongs to that thread.
+    // A thread that takes a step meanwhile reports as well, since the delegate belongs to that thread. If that step
+    // completes the work, the watchers may be told so twice.
     EReportVerdict reportToWatchers()
     {
         m_isLeftOutForWatchers = false;
