@@ -109,9 +109,14 @@ private:
         if (context == nullptr)
             return;
         const auto rounded = std::chrono::ceil<std::chrono::milliseconds>(time);
-        QTimer::singleShot(std::min<std::chrono::milliseconds>(rounded, std::chrono::hours(24)),
-                           Qt::PreciseTimer, context,
-                           [report = shared_from_this()] { report->reportOrWait(); });
+        auto* const timer = new QTimer(context);
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+        QObject::connect(timer, &QTimer::timeout, timer, [timer, report = shared_from_this()] {
+            timer->deleteLater();
+            report->reportOrWait();
+        });
+        timer->start(std::min<std::chrono::milliseconds>(rounded, std::chrono::hours(24)));
     }
 
     void report()

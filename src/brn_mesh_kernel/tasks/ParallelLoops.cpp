@@ -120,7 +120,7 @@ public:
 
     void learn(Count items, Clock::duration time)
     {
-        constexpr double largest = 1ULL << 62U; // far beyond what takes the time, and no product overflows
+        constexpr double largest = 0x1p62; // far beyond what takes the time, and no product overflows
         const double each =
             static_cast<double>(std::max<Clock::rep>(time.count(), 1)) / static_cast<double>(items);
         const double fitting = static_cast<double>(Clock::duration(grainTime).count()) / each;
