@@ -190,7 +190,7 @@ QFuture<Result<Function>> start(Function&& function, Target&& target)
 #endif
     QFutureInterface<T> future;
     future.reportStarted(); // or result() would not wait
-    const QFuture<T> result = future.future();
+    QFuture<T> result = future.future();
     std::make_shared<Call<std::decay_t<Function>, T>>(std::forward<Function>(function), future)->add(target);
     return result;
 }
