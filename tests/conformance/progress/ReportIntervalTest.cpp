@@ -42,6 +42,14 @@ protected:
     std::shared_ptr<Progress> progress = std::make_shared<Progress>(1000, L"Smoothing");
 };
 
+// Nothing may have been told yet: the clock of the intervals ticks 64 times a second on Windows.
+template <typename Receiver, typename Holds>
+bool doesLast(const Receiver& receiver, Holds holds)
+{
+    const std::vector<ProgressMessage> messages = receiver.messages();
+    return !messages.empty() && holds(messages.back());
+}
+
 int completionsOf(const std::vector<ProgressMessage>& messages)
 {
     int count = 0;
@@ -178,7 +186,8 @@ TEST_F(ReportInterval, aReceiverThatIsAnObjectIsToldAsWellInTheGuiThreadItself)
     progress->setDelegate(&object);
     progress->setReportInterval(1ms);
     stepTimes(500);
-    EXPECT_TRUE(serveUntil([&] { return object.messages().back().fraction == 0.5F; }));
+    EXPECT_TRUE(
+        serveUntil([&] { return doesLast(object, [](const auto& last) { return last.fraction == 0.5F; }); }));
 }
 
 TEST_F(ReportInterval, aProgressThatNoPointerOwnsIsReportedToo)
@@ -210,7 +219,8 @@ TEST_F(ReportInterval, watchersGetTheirLateReportBesideADelegateOfTheSteppingThr
     progress->setReportInterval(20ms);
     stepTimes(2);
     ASSERT_EQ(messageCount(), 1U);
-    EXPECT_TRUE(serveUntil([&] { return watcher->messages().back().fraction == 0.002F; }));
+    EXPECT_TRUE(serveUntil(
+        [&] { return doesLast(*watcher, [](const auto& last) { return last.fraction == 0.002F; }); }));
     EXPECT_EQ(messageCount(), 1U) << "the delegate is not called from elsewhere";
     progress.reset();
     EXPECT_EQ(lastFraction(), 0.002F);
@@ -442,5 +452,6 @@ TEST_F(ReportInterval, itMayChangeWhileThreadsStep)
     changing.join();
     ASSERT_TRUE(hasReturned);
     EXPECT_EQ(progress->getCompletedUnitCount(), steps);
-    EXPECT_TRUE(serveUntil([&] { return receiver->messages().back().isCompletion; }));
+    EXPECT_TRUE(
+        serveUntil([&] { return doesLast(*receiver, [](const auto& last) { return last.isCompletion; }); }));
 }
