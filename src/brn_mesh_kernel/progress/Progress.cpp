@@ -5,8 +5,10 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <exception>
 #include <limits>
 #include <map>
+#include <optional>
 #include <utility>
 
 #include <QAbstractEventDispatcher>
@@ -54,6 +56,12 @@ struct Progress::ProgressImpl
 
     class LateReport;
 
+    // Reports until nothing was left out meanwhile that has to be told now. What a receiver throws leaves this function
+    // then, the first of several exceptions: other threads have left their steps to this one.
+    template <typename ToDelegate, typename BeginLateReport>
+    static void reportWhileDue(const std::shared_ptr<ProgressState>& state, Progress* sender,
+                               const ToDelegate& toDelegate, const BeginLateReport& beginLateReport);
+
     // Stores the count and reports it. movedByParts says how much of the change comes from a part's report,
     // and is not the work's own: a display takes it off (ProgressState::getFraction).
     void setCount(Progress& progress, int completedUnitCount, std::int64_t movedByParts = 0);
@@ -74,18 +82,23 @@ struct Progress::ProgressImpl
 class Progress::ProgressImpl::LateReport : public std::enable_shared_from_this<LateReport>
 {
 public:
-    // Does nothing if nobody would receive the report. toDelegate is called in the GUI thread; it is empty for
-    // a delegate of another.
-    static void begin(const std::shared_ptr<ProgressState>& state, std::function<void()> toDelegate)
+    // Calls the delegate in the GUI thread; empty for a delegate of another.
+    using ToDelegate = std::function<void(const ProgressState::Report&)>;
+
+    // Does nothing if nobody would receive the report. The sender is for the delegate.
+    static void begin(const std::shared_ptr<ProgressState>& state, Progress* sender, ToDelegate toDelegate)
     {
         if (!toDelegate && !state->isWatched())
             return;
-        const auto report = std::make_shared<LateReport>(state, std::move(toDelegate));
+        const auto report = std::make_shared<LateReport>(state, sender, std::move(toDelegate));
         dispatchAsync([report] { report->reportOrWait(); }, eQOS_GUI);
     }
 
-    LateReport(std::shared_ptr<ProgressState> state, std::function<void()> toDelegate)
-        : m_state(std::move(state)), m_toDelegate(std::move(toDelegate)), m_number(m_state->beginLateReport())
+    LateReport(std::shared_ptr<ProgressState> state, Progress* sender, ToDelegate toDelegate)
+        : m_state(std::move(state)),
+          m_sender(sender),
+          m_toDelegate(std::move(toDelegate)),
+          m_number(m_state->beginLateReport())
     {
     }
     ~LateReport() { m_state->dropLateReport(m_number); } // an application object may go with its timers
@@ -125,23 +138,18 @@ private:
             m_state->notifyWatchers(nullptr);
             return;
         }
-        EReportVerdict verdict = EReportVerdict::Report;
-        while (verdict == EReportVerdict::Report) {
-            try {
-                m_state->notifyWatchers(nullptr);
-                m_toDelegate();
-            } catch (...) {
-                static_cast<void>(m_state->endReport());
-                throw;
-            }
-            verdict = m_state->endReport();
-        }
-        if (verdict == EReportVerdict::LeaveOutFirst)
-            begin(m_state, m_toDelegate);
+        reportWhileDue(
+            m_state, nullptr,
+            [this](ProgressState::Report now) {
+                now.progress = m_sender;
+                m_toDelegate(now);
+            },
+            [this] { begin(m_state, m_sender, m_toDelegate); });
     }
 
     const std::shared_ptr<ProgressState> m_state;
-    const std::function<void()> m_toDelegate;
+    Progress* const m_sender;
+    const ToDelegate m_toDelegate;
     const std::uint64_t m_number;
 };
 
@@ -191,28 +199,58 @@ void Progress::ProgressImpl::afterStep(Progress& progress, EReportVerdict verdic
     }
 }
 
-// Reports until nothing was left out meanwhile that has to be told now.
 void Progress::ProgressImpl::report(Progress& progress, EReportVerdict verdict, bool reportsToDelegate)
 {
     const std::shared_ptr<ProgressState> kept = state;
+    const auto beginLateReport = [&] {
+        // Called in the GUI thread, when the progress may be gone: it brings the observers, and the report the rest.
+        const auto now = std::make_shared<std::optional<ProgressState::Report>>();
+        auto notify = progress.guiNotification(
+            [now](ProgressReportingProtocol& receiver) { (*now)->operator()(receiver); });
+        LateReport::begin(kept, &progress, notify ? [now, notify](const ProgressState::Report& report) {
+            now->emplace(report);
+            notify();
+        } : LateReport::ToDelegate());
+    };
+    if (verdict == EReportVerdict::LeaveOutFirst)
+        beginLateReport();
+    if (verdict != EReportVerdict::Report)
+        return;
+    const auto toDelegate = [&](const ProgressState::Report& now) {
+        if (reportsToDelegate)
+            progress.notifyObservers(now);
+    };
+    reportWhileDue(kept, &progress, toDelegate, beginLateReport);
+}
+
+template <typename ToDelegate, typename BeginLateReport>
+void Progress::ProgressImpl::reportWhileDue(const std::shared_ptr<ProgressState>& state, Progress* sender,
+                                            const ToDelegate& toDelegate,
+                                            const BeginLateReport& beginLateReport)
+{
+    // A watcher may destroy a progress that no pointer owns.
+    const auto hasGone = [&] { return sender != nullptr && state->hasEnded(); };
+    std::exception_ptr first;
+    EReportVerdict verdict = EReportVerdict::Report;
     while (verdict == EReportVerdict::Report) {
         try {
-            kept->notifyWatchers(&progress);
-            if (reportsToDelegate && !kept->hasEnded())
-                progress.notifyObservers(kept->report(&progress));
+            ReportReceivers receivers{};
+            const ProgressState::Report now = state->reportInIntervals(sender, receivers);
+            if (receivers.watchers)
+                state->notifyWatchers(now);
+            if (receivers.delegate && !hasGone())
+                toDelegate(now);
         } catch (...) {
-            static_cast<void>(kept->endReport());
-            throw;
+            first = first ? first : std::current_exception();
         }
-        verdict = kept->endReport();
-        if (kept->hasEnded())
-            return;
+        verdict = state->endReport();
+        if (hasGone())
+            verdict = EReportVerdict::LeaveOut;
     }
     if (verdict == EReportVerdict::LeaveOutFirst)
-        LateReport::begin(kept,
-                          progress.guiNotification([kept, &progress](ProgressReportingProtocol& receiver) {
-                              kept->report (&progress)(receiver); // the newest count, when it is told
-                          }));
+        beginLateReport();
+    if (first)
+        std::rethrow_exception(first);
 }
 
 // A host may have given a part another delegate than its parent.

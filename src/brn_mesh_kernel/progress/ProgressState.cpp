@@ -350,13 +350,16 @@ void ProgressState::addWatcher(const std::shared_ptr<ProgressReportingProtocol>&
     if (!watcher)
         return;
     auto watchers = std::make_shared<Watchers>();
-    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    std::unique_lock<std::mutex> lock(m_impl->mutex);
     if (m_impl->watchers)
         std::copy_if(m_impl->watchers->begin(), m_impl->watchers->end(), std::back_inserter(*watchers),
                      [](const std::weak_ptr<ProgressReportingProtocol>& entry) { return !entry.expired(); });
     watchers->push_back(watcher);
     m_impl->watchers = std::move(watchers);
     m_impl->isWatched = true;
+    lock.unlock();
+    const tbb::spin_rw_mutex::scoped_lock countLock(m_impl->countLock, true);
+    m_impl->gate.addReceiver();
 }
 
 void ProgressState::setTotalUnitCount(int totalUnitCount)
@@ -506,12 +509,26 @@ ProgressState::Report ProgressState::report(Progress* progress) const
     return {progress, m_impl->totalUnitCount, completed, m_impl->description};
 }
 
-// A watcher may destroy the progress, and this object with it.
+ProgressState::Report ProgressState::reportInIntervals(Progress* progress, ReportReceivers& receivers)
+{
+    Report now = report(progress);
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    now.completedUnitCount = m_impl->completedUnitCount;
+    receivers = m_impl->gate.told(m_impl->isComplete(now.completedUnitCount));
+    return now;
+}
+
 void ProgressState::notifyWatchers(Progress* progress) const
+{
+    if (isWatched())
+        notifyWatchers(report(progress));
+}
+
+// A watcher may destroy the progress, and this object with it.
+void ProgressState::notifyWatchers(const Report& now) const
 {
     if (!isWatched())
         return;
-    const Report now = report(progress);
     std::shared_ptr<const Watchers> watchers;
     {
         const std::lock_guard<std::mutex> lock(m_impl->mutex);

@@ -36,6 +36,7 @@ class ProgressReportingProtocol;
 
 /// Inside the library: what follows from a step while an interval between reports is set.
 enum class EReportVerdict;
+struct ReportReceivers;
 
 /// How a piece of work stands. Of several that apply, the first one counts.
 enum class EProgressStatus
@@ -200,7 +201,10 @@ private:
     void end(Progress* progress);
     bool isWatched() const;
     Report report(Progress* progress) const;
+    // The same for who has to report by a verdict.
+    Report reportInIntervals(Progress* progress, ReportReceivers& receivers);
     void notifyWatchers(Progress* progress) const;
+    void notifyWatchers(const Report& now) const;
 
     std::unique_ptr<ProgressStateImpl> m_impl;
 };

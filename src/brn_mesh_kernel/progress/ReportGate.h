@@ -7,7 +7,11 @@
 ///
 /// What is left out has to be reported later. If a thread takes further steps, one of them does it. For the case that none
 /// does, the first step that is left out asks for a late report (`LeaveOutFirst`). That comes from the GUI thread, and reaches
-/// watchers and receivers of that thread only. So the gate remembers for the others that something was left out.
+/// watchers and receivers of that thread only. So the gate remembers for the others that something was left out, and the
+/// time of the last report for each.
+///
+/// What is reported is read after the verdict (`told`). So it has what other threads have changed in between, and is not
+/// reported again.
 ///
 /// \p Clock has the functions of `ReportClock`; tests bring a clock of their own.
 ///
@@ -25,6 +29,13 @@ enum class EReportVerdict
     Report,        ///< The caller reports, and calls `ReportGate::end` afterwards.
     LeaveOut,      ///< Nothing: a report will follow.
     LeaveOutFirst, ///< The caller sees to a late report, if anybody would receive it.
+};
+
+/// Who receives a report.
+struct ReportReceivers
+{
+    bool delegate;
+    bool watchers;
 };
 
 template <typename Clock>
@@ -49,6 +60,16 @@ public:
         return next(now);
     }
 
+    /// The caller, who is to report, has read what it reports. Returns who receives that.
+    ReportReceivers told(bool isComplete)
+    {
+        if (isComplete && !m_hasReportedCompletion)
+            m_receivers = {true, true};
+        m_hasReportedCompletion = isComplete;
+        clearLeftOut();
+        return m_receivers;
+    }
+
     /// The caller has reported, and nobody else did meanwhile.
     EReportVerdict end()
     {
@@ -61,7 +82,7 @@ public:
     {
         if (!isAnythingLeftOut())
             return EReportVerdict::LeaveOut;
-        m_last = longAgo;
+        m_lastToDelegate = m_lastToWatchers = longAgo;
         return next(Clock::coarse());
     }
 
@@ -77,6 +98,9 @@ public:
     /// A late report is on its way from now on. Returns its number.
     std::uint64_t beginLateReport() { return m_lateReport = ++m_lateReportCount; }
 
+    /// Somebody has come who would receive a late report.
+    void addReceiver() { m_isLateReportWanted = false; }
+
     /// The late report was given up. Another one is asked for after the next report.
     void dropLateReport(std::uint64_t number)
     {
@@ -91,14 +115,16 @@ public:
         verdict = EReportVerdict::LeaveOut;
         if (m_lateReport != number)
             return Duration::zero();
-        const bool isLeftOut = m_isLeftOutForWatchers || (reachesDelegate && m_isLeftOutForDelegate);
-        const Duration left = m_last + m_interval - Clock::coarse();
+        const bool isForDelegate = reachesDelegate && m_isLeftOutForDelegate;
+        const bool isLeftOut = m_isLeftOutForWatchers || isForDelegate;
+        const Duration last = isForDelegate ? std::max(m_lastToDelegate, m_lastToWatchers) : m_lastToWatchers;
+        const Duration left = last + m_interval - Clock::coarse();
         if (isLeftOut && !m_isReporting && left > Duration::zero())
             return left;
         m_lateReport = 0;
         m_isLateReportWanted = false;
         if (isLeftOut && !m_isReporting)
-            verdict = reachesDelegate ? report() : reportToWatchers();
+            verdict = reachesDelegate ? report({isForDelegate, m_isLeftOutForWatchers}) : reportToWatchers();
         return Duration::zero();
     }
 
@@ -109,24 +135,39 @@ private:
 
     EReportVerdict next(Duration now)
     {
-        const bool isDue = m_interval == Duration::zero() || now - m_last >= m_interval ||
-                           (m_isComplete && !m_hasReportedCompletion);
-        if (isDue && !m_isReporting)
-            return report();
+        const ReportReceivers due = {m_isLeftOutForDelegate && isDue(now, m_lastToDelegate),
+                                     m_isLeftOutForWatchers && isDue(now, m_lastToWatchers)};
+        if ((due.delegate || due.watchers) && !m_isReporting)
+            return report(due);
         if (m_isReporting || m_lateReport != 0 || m_isLateReportWanted)
             return EReportVerdict::LeaveOut;
         m_isLateReportWanted = true;
         return EReportVerdict::LeaveOutFirst;
     }
 
-    EReportVerdict report()
+    bool isDue(Duration now, Duration last) const
+    {
+        return m_interval == Duration::zero() || now - last >= m_interval ||
+               (m_isComplete && !m_hasReportedCompletion);
+    }
+
+    EReportVerdict report(ReportReceivers receivers)
     {
         m_isReporting = true;
-        m_isLeftOutForDelegate = m_isLeftOutForWatchers = false;
+        m_receivers = receivers;
+        clearLeftOut();
         m_isLateReportWanted = false;
         m_hasReportedCompletion = m_isComplete;
-        m_last = Clock::exact();
+        const Duration now = Clock::exact();
+        m_lastToDelegate = receivers.delegate ? now : m_lastToDelegate;
+        m_lastToWatchers = receivers.watchers ? now : m_lastToWatchers;
         return EReportVerdict::Report;
+    }
+
+    void clearLeftOut()
+    {
+        m_isLeftOutForDelegate = m_isLeftOutForDelegate && !m_receivers.delegate;
+        m_isLeftOutForWatchers = m_isLeftOutForWatchers && !m_receivers.watchers;
     }
 
     // A thread that takes a step meanwhile reports as well, since the delegate belongs to that thread. If that step
@@ -134,15 +175,17 @@ private:
     EReportVerdict reportToWatchers()
     {
         m_isLeftOutForWatchers = false;
-        m_last = Clock::exact();
+        m_lastToWatchers = Clock::exact();
         return EReportVerdict::Report;
     }
 
     Duration m_interval{0};
-    Duration m_last = longAgo; // when the last report was made
+    Duration m_lastToDelegate = longAgo; // when the last report was made
+    Duration m_lastToWatchers = longAgo;
     bool m_isComplete = false;
     bool m_hasReportedCompletion = false;
     bool m_isReporting = false;
+    ReportReceivers m_receivers{false, false}; // of the report that is being made
     bool m_isLeftOutForDelegate = false;
     bool m_isLeftOutForWatchers = false;
     bool m_isLateReportWanted = false;

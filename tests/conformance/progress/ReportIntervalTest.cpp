@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -33,6 +34,16 @@ protected:
     {
         for (int i = 0; i < count; ++i)
             ++*progress;
+    }
+
+    // In the thread of the receiver. Returns the fraction then.
+    float stepUntilOneIsLeftOut()
+    {
+        for (std::size_t before = messageCount();; before = messageCount()) {
+            ++*progress;
+            if (messageCount() == before)
+                return progress->getFractionCompleted();
+        }
     }
 
     std::size_t messageCount() const { return receiver->messages().size(); }
@@ -80,6 +91,42 @@ struct Stepping final : ProgressReportingProtocol
     void progressCompleted(Progress*, const std::wstring&) override { ++completions; }
     int updates = 0;
     int completions = 0;
+};
+
+// Completes what reports to it, and throws.
+struct CompletingAndThrowing final : ProgressReportingProtocol
+{
+    void progressUpdated(Progress* progress, float, const std::wstring&) override
+    {
+        progress->setCompletedUnitCount(progress->getTotalUnitCount());
+        throw std::runtime_error("no");
+    }
+    void progressCompleted(Progress*, const std::wstring&) override { ++completions; }
+    int completions = 0;
+};
+
+// Takes one step of it, and throws.
+struct SteppingAndThrowing final : ProgressReportingProtocol
+{
+    void progressUpdated(Progress* progress, float, const std::wstring&) override
+    {
+        if (++calls > 1)
+            return;
+        ++*progress;
+        throw std::runtime_error("no");
+    }
+    int calls = 0;
+};
+
+// Completes what it watches, as another thread may do between the calls of watchers and delegate.
+struct CompletingOnce final : ProgressReportingProtocol
+{
+    void progressUpdated(Progress*, float, const std::wstring&) override
+    {
+        if (const std::shared_ptr<Progress> watched = std::exchange(progress, nullptr))
+            watched->setCompletedUnitCount(watched->getTotalUnitCount());
+    }
+    std::shared_ptr<Progress> progress;
 };
 
 struct Releasing final : ProgressReportingProtocol
@@ -370,6 +417,93 @@ TEST_F(ReportInterval, anExceptionOfAReceiverPassesAndTheNextReportIsMade)
     EXPECT_EQ(progress->getCompletedUnitCount(), 1);
     progress->setCompletedUnitCount(1000);
     EXPECT_EQ(throwing->calls, 2);
+}
+
+TEST_F(ReportInterval, aCompletionDuringAReportThatThrowsIsReported)
+{
+    const auto throwing = std::make_shared<CompletingAndThrowing>();
+    progress->setDelegate(throwing, false);
+    progress->setReportInterval(anHour);
+    EXPECT_THROW(++*progress, std::runtime_error);
+    EXPECT_EQ(throwing->completions, 1);
+}
+
+TEST_F(ReportInterval, whatWasLeftOutDuringAReportThatThrowsIsToldWhileTheStepsPause)
+{
+    const auto throwing = std::make_shared<SteppingAndThrowing>();
+    const auto watcher = std::make_shared<RecordingReceiver>();
+    progress->setDelegate(throwing, false);
+    progress->getState()->addWatcher(watcher);
+    progress->setReportInterval(1ms);
+    EXPECT_THROW(++*progress, std::runtime_error);
+    EXPECT_TRUE(serveUntil([&] { return watcher->messages().back().fraction == 0.002F; }));
+}
+
+TEST_F(ReportInterval, aCompletionBetweenTheReceiversOfAReportIsToldOnceAndLast)
+{
+    for (const bool isAsynchronous : {false, true}) {
+        const auto own = std::make_shared<RecordingReceiver>();
+        const auto completing = std::make_shared<CompletingOnce>();
+        const auto watcher = std::make_shared<RecordingReceiver>();
+        completing->progress = std::make_shared<Progress>(1000);
+        const std::shared_ptr<Progress> completed = completing->progress;
+        completed->setDelegate(own, isAsynchronous);
+        completed->getState()->addWatcher(completing);
+        completed->getState()->addWatcher(watcher);
+        completed->setReportInterval(anHour);
+        ++*completed;
+        for (const auto& told : {own, watcher}) {
+            ASSERT_EQ(told->messages().size(), 2U);
+            EXPECT_FALSE(told->messages()[0].isCompletion);
+            EXPECT_EQ(told->messages()[0].fraction, 0.001F);
+            EXPECT_TRUE(told->messages()[1].isCompletion);
+        }
+    }
+}
+
+TEST_F(ReportInterval, aCompletionDuringALateReportIsToldOnceAndLast)
+{
+    const auto completing = std::make_shared<CompletingOnce>();
+    progress->setDelegate(receiver, true);
+    progress->setReportInterval(1ms);
+    ASSERT_TRUE(runAside([&] { stepTimes(1); }));
+    ASSERT_TRUE(serveUntil([&] { return messageCount() == 1; }));
+    progress->getState()->addWatcher(completing);
+    progress->setReportInterval(20ms);
+    const float before = stepUntilOneIsLeftOut();
+    completing->progress = progress;
+    ASSERT_TRUE(serveUntil([&] { return completing->progress == nullptr; }));
+    EXPECT_EQ(completionsOf(receiver->messages()), 1);
+    EXPECT_TRUE(receiver->messages().back().isCompletion);
+    const std::vector<ProgressMessage> messages = receiver->messages();
+    EXPECT_EQ(messages[messages.size() - 2].fraction, before);
+}
+
+TEST_F(ReportInterval, aWatcherThatComesAfterStepsWereLeftOutIsToldTheNewestCountToo)
+{
+    progress->setDelegate(receiver, false);
+    progress->setReportInterval(50ms);
+    stepTimes(2); // nobody would receive a late report
+    const auto watcher = std::make_shared<RecordingReceiver>();
+    progress->getState()->addWatcher(watcher);
+    stepTimes(1);
+    EXPECT_TRUE(serveUntil(
+        [&] { return !watcher->messages().empty() && watcher->messages().back().fraction == 0.003F; }));
+}
+
+TEST_F(ReportInterval, lateReportsToWatchersPutNoReportToTheDelegateOff)
+{
+    const auto watcher = std::make_shared<RecordingReceiver>();
+    progress->getState()->addWatcher(watcher);
+    progress->setDelegate(receiver, false);
+    progress->setReportInterval(50ms);
+    const float leftOut = stepUntilOneIsLeftOut();
+    const std::size_t before = messageCount();
+    ASSERT_TRUE(serveUntil([&] { return watcher->messages().back().fraction == leftOut; }));
+    stepTimes(1);
+    EXPECT_EQ(messageCount(), before + 1) << "its last report was made an interval ago";
+    EXPECT_FLOAT_EQ(lastFraction(), leftOut + 0.001F);
+    EXPECT_TRUE(serveUntil([&] { return watcher->messages().back().fraction == lastFraction(); }));
 }
 
 TEST_F(ReportInterval, aReceiverMayStepWhatReportsToIt)

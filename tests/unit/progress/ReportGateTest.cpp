@@ -5,6 +5,7 @@
 using namespace std::chrono_literals;
 using Brennic::Core::EReportVerdict;
 using Brennic::Core::ReportGate;
+using Brennic::Core::ReportReceivers;
 
 namespace {
 
@@ -142,6 +143,58 @@ TEST_F(ReportGateTest, aLateReportToWatchersLeavesTheDelegateItsOwn)
     EXPECT_EQ(verdict, EReportVerdict::Report);
     EXPECT_TRUE(gate.close());
     EXPECT_FALSE(gate.close());
+}
+
+TEST_F(ReportGateTest, aLateReportToWatchersPutsTheDelegatesNoneOff)
+{
+    step(0ms);
+    step(30ms);
+    FakeClock::now += 70ms;
+    lateReport(gate.beginLateReport(), false);
+    FakeClock::now += 30ms;
+    ASSERT_EQ(gate.step(FakeClock::now, false), EReportVerdict::Report);
+    const ReportReceivers receivers = gate.told(false);
+    EXPECT_TRUE(receivers.delegate);
+    EXPECT_FALSE(receivers.watchers) << "they had theirs 30 ms ago";
+    EXPECT_EQ(gate.end(), EReportVerdict::LeaveOutFirst);
+    const std::uint64_t number = gate.beginLateReport();
+    EXPECT_EQ(lateReport(number, false), 70ms);
+    FakeClock::now += 70ms;
+    EXPECT_EQ(lateReport(number, false), 0ms);
+    EXPECT_EQ(verdict, EReportVerdict::Report);
+    EXPECT_FALSE(gate.close()) << "the delegate has it";
+}
+
+TEST_F(ReportGateTest, whatChangesBeforeTheReportIsReadIsReportedWithIt)
+{
+    ASSERT_EQ(gate.step(FakeClock::now, false), EReportVerdict::Report);
+    ASSERT_EQ(gate.step(FakeClock::now, true), EReportVerdict::LeaveOut);
+    const ReportReceivers receivers = gate.told(true);
+    EXPECT_TRUE(receivers.delegate && receivers.watchers);
+    EXPECT_EQ(gate.end(), EReportVerdict::LeaveOut);
+    EXPECT_FALSE(gate.close());
+}
+
+TEST_F(ReportGateTest, aCompletionReachesAllThoughTheReportWasForTheDelegate)
+{
+    step(0ms);
+    step(30ms);
+    FakeClock::now += 70ms;
+    lateReport(gate.beginLateReport(), false);
+    FakeClock::now += 30ms;
+    ASSERT_EQ(gate.step(FakeClock::now, false), EReportVerdict::Report);
+    ASSERT_EQ(gate.step(FakeClock::now, true), EReportVerdict::LeaveOut);
+    EXPECT_TRUE(gate.told(true).watchers);
+    EXPECT_EQ(gate.end(), EReportVerdict::LeaveOut);
+}
+
+TEST_F(ReportGateTest, aReceiverThatComesLaterIsAReasonToAskAgain)
+{
+    step(0ms);
+    ASSERT_EQ(step(1ms), EReportVerdict::LeaveOutFirst);
+    ASSERT_EQ(step(1ms), EReportVerdict::LeaveOut);
+    gate.addReceiver();
+    EXPECT_EQ(step(1ms), EReportVerdict::LeaveOutFirst);
 }
 
 TEST_F(ReportGateTest, aNewIntervalCountsAtOnceAndEndsTheLateReport)
