@@ -66,6 +66,7 @@ struct Progress::ProgressImpl
     // and is not the work's own: a display takes it off (ProgressState::getFraction).
     void setCount(Progress& progress, int completedUnitCount, std::int64_t movedByParts = 0);
     int incrementInIntervals(Progress& progress, int unitCount);
+    void changeByPart(Progress& progress, Child& part, int units);
     void afterStep(Progress& progress, EReportVerdict verdict);
     void report(Progress& progress, EReportVerdict verdict, bool reportsToDelegate);
     bool reportsToParent(Progress& progress) const;
@@ -180,6 +181,22 @@ int Progress::ProgressImpl::incrementInIntervals(Progress& progress, int unitCou
     const EReportVerdict verdict = state->incrementInIntervals(unitCount, count);
     afterStep(progress, verdict);
     return count;
+}
+
+// The part's entry is changed before receivers are called: they may step the part.
+void Progress::ProgressImpl::changeByPart(Progress& progress, Child& part, int units)
+{
+    if (state->hasReportInterval()) {
+        int after = 0;
+        const EReportVerdict verdict = state->incrementInIntervals(units, after, &part.moved);
+        afterStep(progress, verdict);
+        return;
+    }
+    const int before = state->getCompletedUnitCount();
+    const int after = ProgressState::saturatedSum(before, units);
+    const std::int64_t moved = std::int64_t{after} - before;
+    part.moved += moved;
+    setCount(progress, after, moved);
 }
 
 // What a step of a part changes in its parent is not a matter of the interval.
@@ -441,11 +458,7 @@ void Progress::progressUpdated(Progress* child, float fraction, const std::wstri
             ? std::trunc(static_cast<double>(fraction) * units) - static_cast<double>(known.moved)
             : static_cast<double>((fraction - known.fraction) * static_cast<float>(units));
     known.fraction = fraction;
-    const int before = getCompletedUnitCount();
-    const int after = ProgressState::saturatedSum(before, toUnits(change));
-    const std::int64_t moved = std::int64_t{after} - before;
-    known.moved += moved;
-    m_impl->setCount(*this, after, moved);
+    m_impl->changeByPart(*this, known, toUnits(change));
     // Takes the count's lock once more: what another thread was storing at this moment is stored when this
     // returns.
     static_cast<void>(getCompletedUnitCount());

@@ -383,12 +383,17 @@ EReportVerdict ProgressState::setCompletedUnitCountInIntervals(int completedUnit
 }
 
 // One section, unlike an increment while every step is reported, which reads and then sets.
-EReportVerdict ProgressState::incrementInIntervals(int unitCount, int& completedUnitCount)
+EReportVerdict ProgressState::incrementInIntervals(int unitCount, int& completedUnitCount,
+                                                   std::int64_t* movedByPart)
 {
     const std::chrono::nanoseconds now = ReportClock::coarse();
     const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
-    completedUnitCount = saturatedSum(m_impl->completedUnitCount, unitCount);
-    m_impl->setCountLocked(completedUnitCount, 0);
+    const int before = m_impl->completedUnitCount;
+    completedUnitCount = saturatedSum(before, unitCount);
+    const std::int64_t moved = movedByPart == nullptr ? 0 : std::int64_t{completedUnitCount} - before;
+    if (movedByPart != nullptr)
+        *movedByPart += moved;
+    m_impl->setCountLocked(completedUnitCount, moved);
     return m_impl->gate.step(now, m_impl->isComplete(completedUnitCount));
 }
 

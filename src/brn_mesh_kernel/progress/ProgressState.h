@@ -185,7 +185,9 @@ private:
     void setCompletedUnitCount(int completedUnitCount, std::int64_t movedByParts = 0);
     // The same while an interval between reports is set; see ReportGate.h.
     EReportVerdict setCompletedUnitCountInIntervals(int completedUnitCount, std::int64_t movedByParts);
-    EReportVerdict incrementInIntervals(int unitCount, int& completedUnitCount);
+    // Adds what it has changed to movedByPart, unless that is null.
+    EReportVerdict incrementInIntervals(int unitCount, int& completedUnitCount,
+                                        std::int64_t* movedByPart = nullptr);
     bool hasReportInterval() const;
     void setReportInterval(std::chrono::nanoseconds interval);
     EReportVerdict endReport();

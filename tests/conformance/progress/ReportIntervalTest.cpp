@@ -506,6 +506,25 @@ TEST_F(ReportInterval, lateReportsToWatchersPutNoReportToTheDelegateOff)
     EXPECT_TRUE(serveUntil([&] { return watcher->messages().back().fraction == lastFraction(); }));
 }
 
+TEST_F(ReportInterval, stepsOfTheWholeCountEachWhileAPartIsReported)
+{
+    constexpr int steps = 100'000;
+    const auto whole = std::make_shared<Progress>(4 * steps);
+    const auto part = std::make_shared<Progress>(steps);
+    whole->addChildWithPendingCount(part, 2 * steps);
+    whole->setKeepsRemainders(true);
+    whole->setReportInterval(anHour);
+    std::thread own([&] {
+        for (int i = 0; i < steps; ++i)
+            ++*whole;
+    });
+    for (int i = 0; i < steps; ++i)
+        ++*part;
+    own.join();
+    EXPECT_EQ(whole->getCompletedUnitCount(), 3 * steps);
+    EXPECT_EQ(whole->getState()->getFraction(), 0.75);
+}
+
 TEST_F(ReportInterval, aReceiverMayStepWhatReportsToIt)
 {
     const auto stepping = std::make_shared<Stepping>();
