@@ -126,9 +126,14 @@ decltype(auto) toFormattable(Argument&& argument)
     }
 }
 
+/// What a temporary is passed as to a format: itself. fmt takes views, such as that of `fmt::join`, as nothing else.
+template <typename Argument>
+using WithoutTemporary =
+    std::conditional_t<std::is_rvalue_reference_v<Argument>, std::remove_reference_t<Argument>, Argument>;
+
 /// The type of an argument as fmt takes it.
 template <typename Argument>
-using Formattable = decltype(toFormattable(std::declval<Argument>()));
+using Formattable = WithoutTemporary<decltype(toFormattable(std::declval<Argument>()))>;
 
 /// A format that fits the arguments: checked by the compiler if it is made of `FMT_STRING`, or in C++20.
 template <typename... Arguments>

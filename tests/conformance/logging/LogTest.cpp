@@ -215,6 +215,21 @@ TEST_F(LogTest, whateverFmtFormatsIsAnArgument)
     EXPECT_THAT(logLines(), ElementsAre("(1, -2) [1, 2] true {\"a\": 1}"));
 }
 
+TEST_F(LogTest, aJoinedRangeIsAnArgument)
+{
+    initializeWithPlainLines();
+    const std::vector<int> counts{1, 2, 3};
+    BRN_LOG(Info, "{} and {:.1f}", fmt::join(counts, ", "), fmt::join({0.5, 1.0}, "; "));
+    EXPECT_THAT(logLines(), ElementsAre("1, 2, 3 and 0.5; 1.0"));
+}
+
+TEST_F(LogTest, argumentsOfTheFunctionMayHaveNames)
+{
+    initializeWithPlainLines();
+    log(Info, fmt::runtime("{count} of {total}"), fmt::arg("total", 3), fmt::arg("count", 2));
+    EXPECT_THAT(logLines(), ElementsAre("2 of 3"));
+}
+
 TEST_F(LogTest, textThatIsNoUnicodeGetsReplacementCharacters)
 {
     initializeWithPlainLines();
