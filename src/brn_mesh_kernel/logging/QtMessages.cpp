@@ -33,6 +33,15 @@ std::atomic<bool> g_isForwarding{false};
 // one of a second forward(), would hand the message back for ever.
 thread_local bool t_isHandling = false;
 
+// Ends also where a handler of the host's throws.
+struct Handling
+{
+    Handling() { t_isHandling = true; }
+    ~Handling() { t_isHandling = false; }
+    Handling(const Handling&) = delete;
+    Handling& operator=(const Handling&) = delete;
+};
+
 EKvsLogLevel levelOf(QtMsgType type)
 {
     switch (type) {
@@ -92,10 +101,9 @@ void handle(QtMsgType type, const QMessageLogContext& context, const QString& me
         std::fprintf(stderr, "%s\n", qFormatLogMessage(type, context, message).toUtf8().constData());
         return;
     }
-    t_isHandling = true;
+    const Handling handling;
     if (!g_isForwarding || !writeRecord(type, context, message))
         handOn(type, context, message);
-    t_isHandling = false;
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <mutex>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,6 +38,13 @@ void keepMessage(QtMsgType /*type*/, const QMessageLogContext& /*context*/, cons
 {
     const std::lock_guard<std::mutex> lock(g_mutex);
     g_handedOn.push_back(message.toStdString());
+}
+
+// A handler that ends what has the message written.
+void keepAndThrow(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    keepMessage(type, context, message);
+    throw std::runtime_error("no warnings here");
 }
 
 QtMessageHandler g_below = nullptr;
@@ -201,6 +209,15 @@ TEST_F(QtMessagesTest, handlersThatHandOnToEachOtherComeToAnEnd)
     EXPECT_THAT(handedOn(), IsEmpty());
     QtMessages::restore();
     EXPECT_EQ(qInstallMessageHandler(nullptr), &handOn);
+}
+
+TEST_F(QtMessagesTest, aHandlerThatThrowsGetsTheNextMessageToo)
+{
+    qInstallMessageHandler(&keepAndThrow);
+    QtMessages::forward();
+    EXPECT_THROW(qWarning("a"), std::runtime_error);
+    EXPECT_THROW(qWarning("b"), std::runtime_error);
+    EXPECT_THAT(handedOn(), ElementsAre("a", "b"));
 }
 
 TEST_F(QtMessagesTest, aMessageOfAnAppenderDoesNotComeBack)
