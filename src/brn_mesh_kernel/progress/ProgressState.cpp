@@ -71,7 +71,10 @@ struct ProgressState::ProgressStateImpl
     bool hasBegun();
 
     void setCountLocked(int count, std::int64_t moved);
+    void goOn();
+    void goOnLocked();
     void endTimeIsNow();
+    std::optional<Clock::time_point> latestEnd();
     double secondsSoFar(EProgressStatus status);
     bool isComplete(int count) const;
 
@@ -122,8 +125,23 @@ void ProgressState::ProgressStateImpl::setCountLocked(int count, std::int64_t mo
     movedByParts += moved;
     if (startTime == Clock::time_point())
         startTime = Clock::now();
-    if (isComplete(count) && !endTime)
+    if (!isComplete(count))
+        goOnLocked();
+    else if (!endTime)
         endTime = Clock::now();
+}
+
+// Work that was complete goes on where its count falls or its total grows. Work that has failed does not.
+void ProgressState::ProgressStateImpl::goOnLocked()
+{
+    if (endTime && !hasFailed && !isComplete(completedUnitCount))
+        endTime.reset();
+}
+
+void ProgressState::ProgressStateImpl::goOn()
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(countLock, true);
+    goOnLocked();
 }
 
 void ProgressState::ProgressStateImpl::endTimeIsNow()
@@ -133,10 +151,29 @@ void ProgressState::ProgressStateImpl::endTimeIsNow()
         endTime = Clock::now();
 }
 
-// Work that was complete may go on: its total has grown.
+// When the last part was complete. Empty where that does not tell it: the work counts by itself too, or goes on.
+std::optional<Clock::time_point> ProgressState::ProgressStateImpl::latestEnd()
+{
+    {
+        const tbb::spin_rw_mutex::scoped_lock lock(countLock, false);
+        if (endTime || completedUnitCount != movedByParts)
+            return endTime;
+    }
+    std::optional<Clock::time_point> latest;
+    const bool isAnyOpen = isAnyPart([&latest](const Part& part) {
+        const std::optional<Clock::time_point> end = part.state->m_impl->latestEnd();
+        latest = std::max(latest, end);
+        return !end;
+    });
+    return isAnyOpen ? std::nullopt : latest;
+}
+
+// Work whose count has lost units is complete when its parts are, and nobody has noted the time then.
 double ProgressState::ProgressStateImpl::secondsSoFar(EProgressStatus status)
 {
     const bool isOver = status == EProgressStatus::Complete || status == EProgressStatus::Failed || hasEnded;
+    const std::optional<Clock::time_point> end =
+        status == EProgressStatus::Complete ? latestEnd() : std::nullopt;
     const tbb::spin_rw_mutex::scoped_lock lock(countLock, true);
     if (startTime == Clock::time_point())
         return 0;
@@ -144,7 +181,8 @@ double ProgressState::ProgressStateImpl::secondsSoFar(EProgressStatus status)
     if (!isOver)
         endTime.reset();
     else if (!endTime)
-        endTime = now;
+        endTime =
+            std::max(end.value_or(now), startTime); // a part may have been complete before it became one
     return std::chrono::duration<double>(endTime.value_or(now) - startTime).count();
 }
 
@@ -365,6 +403,7 @@ void ProgressState::addWatcher(const std::shared_ptr<ProgressReportingProtocol>&
 void ProgressState::setTotalUnitCount(int totalUnitCount)
 {
     m_impl->totalUnitCount = totalUnitCount;
+    m_impl->goOn();
 }
 
 void ProgressState::setCompletedUnitCount(int completedUnitCount, std::int64_t movedByParts)
@@ -463,7 +502,7 @@ const ProgressState::Part* ProgressState::addPart(const std::shared_ptr<Progress
     if (std::any_of(levels.begin(), levels.end(),
                     [](const auto& entry) { return entry.second >= levelCount; }))
         throw std::length_error("A tree of progress has at most 256 levels!");
-    const std::lock_guard<std::mutex> lock(m_impl->mutex);
+    std::unique_lock<std::mutex> lock(m_impl->mutex);
     m_impl->parts.push_back({part, pendingUnitCount}); // before the caller looks whether this is cancelled
     for (const auto& [state, level] : levels)
         state->m_impl->level = level;
@@ -472,7 +511,10 @@ const ProgressState::Part* ProgressState::addPart(const std::shared_ptr<Progress
                                               std::numeric_limits<int>::max());
     if (m_impl->totalUnitCount < sum)
         m_impl->totalUnitCount = static_cast<int>(sum);
-    return &m_impl->parts.back();
+    const Part& added = m_impl->parts.back();
+    lock.unlock();
+    m_impl->goOn();
+    return &added;
 }
 
 // The handler that is replaced is released by this function's end.
@@ -484,10 +526,12 @@ void ProgressState::setCancelHandler(std::function<void()> handler)
 
 void ProgressState::fail(const std::wstring& text)
 {
+    {
+        const std::lock_guard<std::mutex> lock(m_impl->mutex);
+        m_impl->failure = text;
+        m_impl->hasFailed = true;
+    }
     m_impl->endTimeIsNow();
-    const std::lock_guard<std::mutex> lock(m_impl->mutex);
-    m_impl->failure = text;
-    m_impl->hasFailed = true;
 }
 
 void ProgressState::end(Progress* progress)

@@ -110,6 +110,55 @@ TEST_F(ProgressEstimateTest, workThatGrowsWhenItIsCompleteGoesOn)
     EXPECT_NE(state->getEstimate().remaining, Seconds(0));
 }
 
+TEST_F(ProgressEstimateTest, timeOfWorkThatGoesOnCountsThoughNobodyHasAskedMeanwhile)
+{
+    progress->setCompletedUnitCount(100);
+    progress->setTotalUnitCount(200);
+    pass(20ms);
+    progress->setCompletedUnitCount(200);
+    const Seconds grown = state->getEstimate().elapsed;
+    EXPECT_GE(grown, 20ms);
+    progress->setCompletedUnitCount(150);
+    pass(20ms);
+    progress->setCompletedUnitCount(200);
+    EXPECT_GE(state->getEstimate().elapsed, grown + 20ms);
+    progress->addChildWithPendingCount(std::make_shared<Progress>(1), 300);
+    pass(20ms);
+    progress->setCompletedUnitCount(300);
+    EXPECT_GE(state->getEstimate().elapsed, grown + 40ms);
+}
+
+TEST_F(ProgressEstimateTest, workWhoseCountHasLostUnitsEndsWithItsLastPart)
+{
+    const auto middle = std::make_shared<Progress>(0);
+    const auto parts = {std::make_shared<Progress>(100), std::make_shared<Progress>(100)};
+    progress->addChildWithPendingCount(middle, 100);
+    for (const auto& part : parts)
+        middle->addChildWithPendingCount(part, 50);
+    const Clock::time_point begin = Clock::now();
+    for (const auto& part : parts)
+        for (int i = 0; i < 100; ++i)
+            ++*part;
+    const Clock::time_point end = Clock::now();
+    ASSERT_LT(progress->getCompletedUnitCount(), 100);
+    pass(20ms);
+    const ProgressEstimate estimate = state->getEstimate();
+    EXPECT_EQ(estimate.remaining, Seconds(0));
+    EXPECT_GT(estimate.elapsed, 0s);
+    EXPECT_LE(estimate.elapsed, end - begin);
+}
+
+TEST_F(ProgressEstimateTest, workOfAPartThatWasCompleteBeforeTakesNoTime)
+{
+    const auto part = std::make_shared<Progress>(1);
+    part->setCompletedUnitCount(1);
+    pass(5ms);
+    progress->addChildWithPendingCount(part, 100);
+    progress->setCompletedUnitCount(0);
+    EXPECT_EQ(state->getEstimate().remaining, Seconds(0));
+    EXPECT_EQ(state->getEstimate().elapsed, 0s);
+}
+
 TEST_F(ProgressEstimateTest, afterACancelAFailureOrTheEndNothingRemainsToBeSaid)
 {
     for (const bool isCancelled : {true, false}) {
