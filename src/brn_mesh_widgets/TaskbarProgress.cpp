@@ -64,6 +64,7 @@ private:
     TaskbarLook look();
 
     TaskbarProgress& m_owner;
+    const QWidget& m_window;
     TaskbarEntry m_entry;
     QPointer<ProgressModel> m_model;
     TaskbarLook m_shown;
@@ -74,7 +75,7 @@ private:
 
 TaskbarProgress::TaskbarProgressImpl::TaskbarProgressImpl(TaskbarProgress& owner, QWidget& window,
                                                           const QString& desktopName)
-    : m_owner(owner), m_entry(window, desktopName)
+    : m_owner(owner), m_window(window), m_entry(window, desktopName)
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
@@ -130,7 +131,8 @@ void TaskbarProgress::TaskbarProgressImpl::showLater()
 TaskbarLook TaskbarProgress::TaskbarProgressImpl::look()
 {
     const TaskbarLook look = lookOf(m_model ? m_model->rootIndex() : QModelIndex());
-    m_isFailureSeen = m_isFailureSeen && look.hasFailed; // the next one is told again
+    m_isFailureSeen =
+        look.hasFailed && (m_isFailureSeen || m_window.isActiveWindow()); // the next one is told again
     return m_isFailureSeen ? TaskbarLook() : look;
 }
 

@@ -6,7 +6,8 @@
 ///     entry->setProgress(import);
 ///
 /// Of a tree it shows the root, and its exact fraction. When the work is complete, was cancelled or has ended, the
-/// entry is as before. When the work has failed, the entry asks for attention, until the user comes to the window.
+/// entry is as before. When the work has failed, the entry asks for attention, until the user comes to the window. If
+/// the user is there already, it does not.
 ///
 /// On Linux the task bar, or dock, is told over the session bus, by the signal `Update` of
 /// `com.canonical.Unity.LauncherEntry`. It finds the entry by the name of the program's `.desktop` file, so all

@@ -1,5 +1,6 @@
 #include <brn_mesh_widgets/TaskbarProgress.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -265,6 +266,20 @@ TEST_F(TaskbarProgressTest, aFailureAsksForAttentionUntilTheUserComes)
     ASSERT_TRUE(hears(0, true, false));
     next->fail(L"the disk is still full");
     EXPECT_TRUE(hears(0, true, true)) << "the next failure is told too";
+}
+
+TEST_F(TaskbarProgressTest, aFailureAsksForNoAttentionOfAUserWhoIsAtTheWindow)
+{
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(serveUntil([&] { return window.isActiveWindow(); }));
+    entry->setProgress(work);
+    ++*work;
+    ASSERT_TRUE(hears(0.25, true));
+    work->fail(L"the disk is full");
+    ASSERT_TRUE(hears(0, false, false));
+    EXPECT_FALSE(std::any_of(taskbar.updates.begin(), taskbar.updates.end(),
+                             [](const auto& update) { return update.isUrgent; }));
 }
 
 TEST_F(TaskbarProgressTest, theNameIsTheApplicationsUnlessAnotherIsGiven)
