@@ -6,9 +6,9 @@
 ///     window->statusBar()->addPermanentWidget(bar);
 ///     bar->setProgress(import);
 ///
-/// Of a tree it shows the root, its exact fraction, and the time that is left as soon as that can be judged. While the total is not known, the bar is a busy one. When the
-/// work is complete, was cancelled, has failed or has been destroyed, the widget says so, with the reason of a
-/// failure, or hides its contents.
+/// Of a tree it shows the root, its exact fraction, and the time that is left as soon as that can be judged. While the
+/// total is not known, the bar is a busy one. When the work is complete, was cancelled, has failed or has been destroyed,
+/// the widget says so, with the reason of a failure, or hides its contents.
 ///
 /// Threads: the widget belongs to the GUI thread; the progress may be reported on in any thread. The widget shows at
 /// most one report every 16 ms, and the time that is left once a second.

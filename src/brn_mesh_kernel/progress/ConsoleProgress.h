@@ -11,8 +11,9 @@
 ///     }                                                     // the line is erased
 ///
 /// It shows the description, UTF-8, the exact fraction (`ProgressState::getFraction`), and the time that is left
-/// (`ProgressState::getEstimate`) as soon as that can be judged; after `Progress::cancel` or `fail` that in its place. The line is cut to the terminal's width, whatever that is at the
-/// moment. It is drawn ten times a second at most, by a timer: it stands still while the GUI thread serves no events.
+/// (`ProgressState::getEstimate`) as soon as that can be judged; after `Progress::cancel` or `fail` that in its place.
+/// The line is cut to the terminal's width, whatever that is at the moment. It is drawn ten times a second at most, by a
+/// timer: it stands still while the GUI thread serves no events.
 /// Where the standard output is no terminal, or one that `TERM` calls "dumb", nothing is ever printed.
 ///
 /// Records that the kernel logs, from any thread, never mix with the line. Code that prints to the standard output by

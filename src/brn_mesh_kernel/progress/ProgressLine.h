@@ -22,8 +22,9 @@ struct RunState
 ///
 ///     Smooth     [############--------]  61 %  0:07 elapsed  0:04 left
 ///
-/// The time that is left is shown from half a second to a hundred hours. What does not fit is left out: first the bar, then the times, then the percentage. A run that goes on no more has its
-/// end in place of the time that is left, cut to what the others leave.
+/// The time that is left is shown from half a second to a hundred hours. What does not fit is left out: first the bar,
+/// then the times, then the percentage. A run that goes on no more has its end in place of the time that is left, cut to
+/// what the others leave.
 std::string progressLine(const RunState& state, std::size_t width);
 
 } // namespace Brennic::Core

@@ -102,8 +102,9 @@ public:
     /// this function: a display calls it whenever it draws. Steps of the work cost nothing for it.
     ///
     /// - Even work is judged by all of its past. When its speed changes and stays so, the remaining time is within a
-    ///   tenth of that of the new speed after a tenth of the time so far, but after 2 seconds at least, and 30 at most.
-    ///   Work of large steps takes five of them for it.
+    ///   tenth of that of the new speed once a window has passed: a tenth of the time so far, 2 seconds at least and 30
+    ///   at most. That holds for who calls three times a second or more often, and takes up to half a second more.
+    ///   Who calls less often needs the window and seven calls after the change, and work of large steps seven of them.
     /// - The remaining time counts down between two steps, and grows while the work stands still for longer than
     ///   its steps take.
     /// - Parts that are added later make the work longer; its speed stays known.

@@ -165,6 +165,24 @@ TEST(ProgressEstimator, whileTheWorkStandsStillTheRemainingTimeGrows)
     EXPECT_LT(before, 22);
 }
 
+TEST(ProgressEstimator, whoLooksSeldomFollowsAChangeInSevenLooks)
+{
+    constexpr double change = 20;
+    for (const double speed : {0.03, 0.003}) { // instead of a hundredth a second
+        const double wholeTime = change + 0.8 / speed;
+        for (const double pause : {1.0, 2.0, 4.0}) {
+            ProgressEstimator estimator;
+            for (double now = 0.3; now < wholeTime - 1; now += pause) {
+                estimator.add(now, now < change ? 0.01 * now : 0.2 + speed * (now - change));
+                const double left = wholeTime - now;
+                if (now > change + 7 * pause) {
+                    EXPECT_NEAR(estimator.remaining(now).value_or(end), left, 0.1 * left) << pause;
+                }
+            }
+        }
+    }
+}
+
 TEST(ProgressEstimator, nothingIsSaidWhileTheTotalIsNotKnown)
 {
     ProgressEstimator estimator;
