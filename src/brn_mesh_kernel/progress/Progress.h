@@ -153,7 +153,8 @@ public:
     /// - The newest count is always reported in the end. If the steps pause after one that was left out, watchers
     ///   and a receiver of the GUI thread are called in the GUI thread, once the interval has passed and it serves
     ///   events. A receiver of the stepping thread can be called in no other: it is called at the next step
-    ///   after the interval, or by \ref fail, by this function, or by the destructor, whichever comes first.
+    ///   after the interval, or by \ref fail, by this function, or by the destructor, whichever comes first. The same
+    ///   holds of a receiver that is set, or an application object that is made, after a step was left out.
     /// - One thread at a time reports. A step that another thread takes meanwhile is left out, and told by that
     ///   one. Increments by several threads count each.
     /// - The interval is never shorter than was set; it may be longer by a tick of the system's clock, of 1 to 16 ms.
@@ -178,8 +179,8 @@ public:
     void setCancelHandler(std::function<void()> handler);
 
     /// Says that the work has failed, and why, for people. Nothing is reported to the delegate, but for what an
-    /// interval has left out, and nothing else changes: neither the counts nor the parts, nor what this is a part of. Displays show the last
-    /// text.
+    /// interval has left out, and nothing else changes: neither the counts nor the parts, nor what this is a part of.
+    /// Displays show the last text.
     /// Thread: any that keeps this object until it returns; watchers are called in it.
     void fail(const std::wstring& text);
 
