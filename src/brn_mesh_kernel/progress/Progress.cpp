@@ -128,9 +128,20 @@ private:
         timer->setTimerType(Qt::PreciseTimer);
         QObject::connect(timer, &QTimer::timeout, timer, [timer, report = shared_from_this()] {
             timer->deleteLater();
-            report->reportOrWait();
+            report->post();
         });
         timer->start(std::min<std::chrono::milliseconds>(rounded, std::chrono::hours(24)));
+    }
+
+    // Behind the reports that are posted: a timer is served whether they were or not.
+    void post()
+    {
+        QAbstractEventDispatcher* const context = QAbstractEventDispatcher::instance();
+        if (context == nullptr)
+            return;
+        m_state->postLateReport();
+        QMetaObject::invokeMethod(
+            context, [report = shared_from_this()] { report->reportOrWait(); }, Qt::QueuedConnection);
     }
 
     void report()

@@ -472,6 +472,12 @@ std::uint64_t ProgressState::beginLateReport()
     return m_impl->gate.beginLateReport();
 }
 
+void ProgressState::postLateReport()
+{
+    const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);
+    m_impl->gate.postLateReport();
+}
+
 void ProgressState::dropLateReport(std::uint64_t number)
 {
     const tbb::spin_rw_mutex::scoped_lock lock(m_impl->countLock, true);

@@ -195,6 +195,7 @@ private:
     EReportVerdict flushReports();
     bool closeReports();
     std::uint64_t beginLateReport();
+    void postLateReport();
     void dropLateReport(std::uint64_t number);
     std::chrono::nanoseconds lateReport(std::uint64_t number, bool reachesDelegate, EReportVerdict& verdict);
     void setDescription(const std::wstring& description);

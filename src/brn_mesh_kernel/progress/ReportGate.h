@@ -74,6 +74,7 @@ public:
     EReportVerdict end()
     {
         m_isReporting = false;
+        ++m_reportCount;
         return isAnythingLeftOut() ? next(Clock::coarse()) : EReportVerdict::LeaveOut;
     }
 
@@ -95,8 +96,15 @@ public:
         return isLeftOut;
     }
 
-    /// A late report is on its way from now on. Returns its number.
-    std::uint64_t beginLateReport() { return m_lateReport = ++m_lateReportCount; }
+    /// A late report is on its way from now on, in an event that the caller posts. Returns its number.
+    std::uint64_t beginLateReport()
+    {
+        postLateReport();
+        return m_lateReport = ++m_lateReportCount;
+    }
+
+    /// The event of a late report is posted again, behind the reports that were made until now.
+    void postLateReport() { m_reportsBeforeLate = m_reportCount; }
 
     /// Somebody has come who would receive a late report.
     void addReceiver() { m_isLateReportWanted = false; }
@@ -119,8 +127,10 @@ public:
         const bool isLeftOut = m_isLeftOutForWatchers || isForDelegate;
         const Duration last = isForDelegate ? std::max(m_lastToDelegate, m_lastToWatchers) : m_lastToWatchers;
         const Duration left = last + m_interval - Clock::coarse();
-        if (isLeftOut && !m_isReporting && left > Duration::zero())
-            return left;
+        // The events of reports that were made since it was posted may be behind it: it must not overtake them.
+        const bool mayOvertake = isForDelegate && m_reportCount != m_reportsBeforeLate;
+        if (isLeftOut && !m_isReporting && (mayOvertake || left > Duration::zero()))
+            return std::max<Duration>(left, std::chrono::milliseconds(1));
         m_lateReport = 0;
         m_isLateReportWanted = false;
         if (isLeftOut && !m_isReporting)
@@ -191,6 +201,8 @@ private:
     bool m_isLateReportWanted = false;
     std::uint64_t m_lateReport = 0; // the number of the one that is on its way; 0 if none is
     std::uint64_t m_lateReportCount = 0;
+    std::uint64_t m_reportCount = 0;       // of those that were made and posted
+    std::uint64_t m_reportsBeforeLate = 0; // the count when the late report was posted
 };
 
 } // namespace Brennic::Core

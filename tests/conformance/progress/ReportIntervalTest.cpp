@@ -227,6 +227,28 @@ TEST_F(ReportInterval, aReceiverOfTheGuiThreadIsToldTheNewestCountWhileTheStepsP
     EXPECT_TRUE(serveUntil([&] { return lastFraction() == 0.6F; }));
 }
 
+TEST_F(ReportInterval, aGuiThreadThatWasBusyIsToldTheCountsInTheirOrder)
+{
+    constexpr auto interval = 1ms;
+    progress->setDelegate(receiver, true);
+    progress->setReportInterval(interval);
+    std::thread([&] {
+        for (int i = 0; i < 5; ++i) {
+            stepTimes(100); // one of them is reported, the last ones are not
+            const auto end = std::chrono::steady_clock::now() + 20 * interval;
+            while (std::chrono::steady_clock::now() < end)
+                std::this_thread::yield();
+        }
+    }).join();
+    ASSERT_TRUE(serveUntil([&] { return messageCount() > 0 && lastFraction() == 0.5F; }));
+    ASSERT_TRUE(runAside([] {})); // whatever is behind it
+    float last = 0;
+    for (const ProgressMessage& message : receiver->messages()) {
+        EXPECT_GE(message.fraction, last);
+        last = message.fraction;
+    }
+}
+
 TEST_F(ReportInterval, aReceiverThatIsAnObjectIsToldAsWellInTheGuiThreadItself)
 {
     RecordingObject object;

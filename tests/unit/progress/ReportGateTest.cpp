@@ -122,6 +122,21 @@ TEST_F(ReportGateTest, aStepThatIsReportedMovesTheLateReport)
     EXPECT_EQ(verdict, EReportVerdict::LeaveOut);
 }
 
+TEST_F(ReportGateTest, aLateReportDoesNotOvertakeReportsThatWereMadeSinceItWasPosted)
+{
+    step(0ms);
+    step(30ms);
+    const std::uint64_t number = gate.beginLateReport();
+    ASSERT_EQ(step(70ms), EReportVerdict::Report);
+    step(10ms);
+    FakeClock::now += 500ms; // the GUI thread was busy
+    EXPECT_EQ(lateReport(number), 1ms);
+    EXPECT_EQ(verdict, EReportVerdict::LeaveOut);
+    gate.postLateReport();
+    EXPECT_EQ(lateReport(number), 0ms);
+    EXPECT_EQ(verdict, EReportVerdict::Report);
+}
+
 TEST_F(ReportGateTest, aLateReportWithNothingToTellEnds)
 {
     step(0ms);
