@@ -127,7 +127,7 @@ private:
             reportException();
         }
         m_function.reset();
-        m_future.reportFinished();
+        finish();
     }
 
     void drop(bool releasesCallable) override
@@ -135,6 +135,15 @@ private:
         if (releasesCallable)
             m_function.reset();
         m_future.reportCanceled();
+        finish();
+    }
+
+    // The base class finishes the future and leaves its continuations to the last call. Whoever waits goes on
+    // before those run: one of them may need that thread.
+    void finish()
+    {
+        m_future.QFutureInterfaceBase::reportFinished();
+        endWaits();
         m_future.reportFinished();
     }
 
@@ -256,7 +265,7 @@ QFuture<FutureDetails::Result<Function>> dispatch(Function&& function, TaskQueue
     return FutureDetails::start(std::forward<Function>(function), queue);
 }
 
-/// Waits until \p future is finished.
+/// Waits until \p future is finished; its continuations may run later.
 ///
 /// For a future of \ref dispatch the rules of `Task::waitTillFinished` hold: a worker that waits for a call of
 /// its own queue makes room, and where no worker can run the call, the caller does. Besides:

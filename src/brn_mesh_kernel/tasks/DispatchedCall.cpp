@@ -152,6 +152,12 @@ bool DispatchedCall::giveUp(bool releasesCallable)
     return true;
 }
 
+void DispatchedCall::endWaits()
+{
+    if (const std::shared_ptr<Task> task = m_impl->m_task.lock())
+        SynchronousDispatch::endWaits(*task);
+}
+
 void DispatchedCall::wait(QFutureInterfaceBase future)
 {
     if (!future.isFinished()) {

@@ -57,6 +57,10 @@ protected:
     /// Thread: any.
     explicit DispatchedCall(const QFutureInterfaceBase& future);
 
+    /// Ends the waits for the call, whose future has just been finished.
+    /// Thread: any.
+    void endWaits();
+
 private:
     class Impl;
 

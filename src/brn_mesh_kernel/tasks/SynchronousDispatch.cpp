@@ -24,6 +24,11 @@ bool SynchronousDispatch::wait(Task& task, bool isForGui)
     return task.waitOrWithdraw(true);
 }
 
+void SynchronousDispatch::endWaits(Task& task)
+{
+    task.endRun();
+}
+
 SynchronousDispatch::CountedAsWaiting::CountedAsWaiting() : m_worker(TaskWorker::current())
 {
     if (m_worker != nullptr)

@@ -25,6 +25,11 @@ public:
     /// Thread: any; blocks until then.
     static bool wait(Task& task, bool isForGui);
 
+    /// Ends the waits for \p task, which counts as finished from now on: if it is pending, it never runs, and if
+    /// it is running, what is left of it is nothing to wait for.
+    /// Thread: any.
+    static void endWaits(Task& task);
+
     /// Counts the worker whose thread this is as waiting, whatever its thread waits for, so that others run
     /// what is pending behind it.
     class CountedAsWaiting

@@ -173,8 +173,14 @@ void Task::runTask()
         m_impl->m_runner = std::this_thread::get_id();
     }
     m_impl->function()(); // if it throws, the state stays eRunning: nobody can say what the callable has done
+    endRun();
+}
 
+void Task::endRun()
+{
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
+    if (m_impl->m_state == eFinished)
+        return;
     m_impl->m_state = eFinished;
     ++m_impl->m_ends;
     if (m_impl->m_waiters == 0)

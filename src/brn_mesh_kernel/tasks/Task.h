@@ -132,6 +132,8 @@ private:
     // more is removed from its queue, and the result is false: for a caller that nobody shares the task with.
     bool waitOrWithdraw(bool mayWithdraw);
     bool waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw);
+    // The task has finished: waits for it end. Does nothing if it has finished already.
+    void endRun();
     // Lets waiting threads look again whether they must run the task themselves.
     void wakeWaiters();
 

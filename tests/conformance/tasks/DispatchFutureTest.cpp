@@ -336,6 +336,19 @@ TEST_F(DispatchFutureTest, continuationsRunAfterTheCall)
     EXPECT_EQ(order, (std::vector<int>{1, 2}));
 }
 
+TEST_F(DispatchFutureTest, aWaitEndsBeforeContinuationsHaveRun)
+{
+    Latch mayEnd;
+    Latch hasWaited;
+    const QFuture<void> future = dispatch([&] { mayEnd.wait(); }, *queue);
+    const QFuture<bool> continued =
+        QFuture<void>(future).then([&] { return hasWaited.wait(std::chrono::seconds(10)); });
+    mayEnd.countDown();
+    waitFor(future);
+    hasWaited.countDown();
+    EXPECT_TRUE(continued.result());
+}
+
 TEST_F(DispatchFutureTest, waitingInsideATaskForAContinuationMakesRoomToo)
 {
     const QFuture<int> future = dispatch(

@@ -259,6 +259,26 @@ TEST_F(EndlessWait, aWorkerOfAnotherClassMayWaitForTheGuiThreadWhileThatWaits)
     EXPECT_TRUE(warnings().empty());
 }
 
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+
+// Once the future is finished the GUI thread goes on, and serves what its continuation waits for.
+TEST_F(EndlessWait, aContinuationMayWaitForTheThreadThatWaitsForItsFuture)
+{
+    for (int round = 0; round < 50; ++round) {
+        Latch mayEnd;
+        std::atomic<bool> served{false};
+        const QFuture<void> future = dispatch([&] { mayEnd.wait(); }, *first);
+        QFuture<void> continued = QFuture<void>(future).then([&] { served = dispatchSync([] {}, eQOS_GUI); });
+        mayEnd.countDown();
+        waitFor(future);
+        ASSERT_TRUE(serveUntil([&] { return continued.isFinished(); }));
+        ASSERT_TRUE(served);
+    }
+    EXPECT_TRUE(warnings().empty());
+}
+
+#endif
+
 // A task that is shared may be taken back by anybody, so a wait for it counts as one that can end while it is
 // pending.
 TEST_F(EndlessWait, aPendingTaskThatIsSharedMayBeTakenBackByAThirdThread)
