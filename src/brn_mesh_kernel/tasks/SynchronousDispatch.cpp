@@ -1,6 +1,7 @@
 #include <brn_mesh_kernel/tasks/SynchronousDispatch.h>
 
 #include <memory>
+#include <utility>
 
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
@@ -13,6 +14,18 @@ bool SynchronousDispatch::run(TaskQueue& queue, const std::function<void()>& fun
     const auto task = std::make_shared<Task>(function);
     queue.addTask(task);
     return task->waitOrWithdraw(true);
+}
+
+void SynchronousDispatch::announce(Task& task, std::shared_ptr<TaskQueue> queue)
+{
+    task.setBeingAdded(true);
+    task.setQueue(std::move(queue));
+}
+
+void SynchronousDispatch::add(TaskQueue& queue, const std::shared_ptr<Task>& task)
+{
+    queue.addTask(task);
+    task->setBeingAdded(false);
 }
 
 bool SynchronousDispatch::wait(Task& task, bool isForGui)

@@ -6,6 +6,7 @@
 /// the task.
 
 #include <functional>
+#include <memory>
 
 namespace Brennic::Core {
 
@@ -19,6 +20,15 @@ public:
     /// Adds a task for \p function and waits for it. \return whether it has run; if not, it never will.
     /// Thread: any; blocks until then.
     static bool run(TaskQueue& queue, const std::function<void()>& function);
+
+    /// Says that \p task will be added to \p queue, by \ref add, so that other threads may wait for it from now
+    /// on: a worker of the queue must count as waiting before the task is added, or it would stay behind it.
+    /// Thread: any.
+    static void announce(Task& task, std::shared_ptr<TaskQueue> queue);
+
+    /// Adds a task that was announced.
+    /// Thread: any.
+    static void add(TaskQueue& queue, const std::shared_ptr<Task>& task);
 
     /// Waits for \p task. In the GUI thread it runs a task \p isForGui that is pending.
     /// \return false if the task was taken back: it never runs.

@@ -48,6 +48,7 @@ public:
     std::atomic<std::uint64_t> m_ends{0};
     std::uint64_t m_cancellations = 0; // how many of m_ends
     bool m_isCancelled = false;        // and not added or assigned to since
+    bool m_isBeingAdded = false;       // by a thread that may yet find another queue for it
     bool m_isGivenUp = false;          // a wait of whoever may withdraw the task cannot end
     std::uint64_t m_wakeUps = 0;       // calls of wakeWaiters()
     int m_waiters = 0;                 // threads that sleep: without any, the end of a run notifies nobody
@@ -87,7 +88,10 @@ private:
         m_task.m_isGivenUp = true;
         m_task.m_finishedCondition.notify_all();
     }
-    bool isOwnAndPending() const { return m_mayWithdraw && m_task.m_state == ePending && m_task.m_queue; }
+    bool isOwnAndPending() const
+    {
+        return m_mayWithdraw && m_task.m_state == ePending && m_task.m_queue && !m_task.m_isBeingAdded;
+    }
 
     TaskImpl& m_task;
     const std::uint64_t m_endsBefore;
@@ -227,6 +231,7 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
     TaskImpl::Wait wait(*m_impl, endsBefore, mayWithdraw);
+    bool wasBeingAdded = false;
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     while (m_impl->m_ends == endsBefore) {
         const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
@@ -234,12 +239,14 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
         const bool mustRun = queue && m_impl->m_state == ePending && queue->mustWaiterRunTasks();
         const bool isGivenUp = mayWithdraw && m_impl->m_isGivenUp;
         if (!isGivenUp && (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw))) {
-            if (wait.isListed()) {
+            if (wait.isListed() && (!wasBeingAdded || m_impl->m_isBeingAdded)) {
                 ++m_impl->m_waiters;
                 m_impl->m_finishedCondition.wait(lock);
                 --m_impl->m_waiters;
             } else {
-                lock.unlock(); // this lock is taken under the graph's mutex
+                wasBeingAdded = m_impl->m_isBeingAdded; // then look again whether the wait can end
+                lock.unlock();                          // this lock is taken under the graph's mutex
+                wait.leave();
                 wait.enter();
                 lock.lock();
             }
@@ -272,6 +279,14 @@ bool Task::cancel()
         return false;
     m_impl->endCancelled();
     return true;
+}
+
+void Task::setBeingAdded(bool isBeingAdded)
+{
+    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    m_impl->m_isBeingAdded = isBeingAdded;
+    if (m_impl->m_waiters > 0)
+        m_impl->m_finishedCondition.notify_all();
 }
 
 void Task::wakeWaiters()

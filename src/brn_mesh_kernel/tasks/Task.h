@@ -128,6 +128,8 @@ private:
     // Returns the queue that the caller releases with no lock held, since that may destroy it: the earlier
     // queue, or \p queue if the task is running, which keeps the one it has.
     std::shared_ptr<TaskQueue> setQueue(std::shared_ptr<TaskQueue> queue);
+    // Between the two calls the task is on its way into the queue that setQueue() has been told.
+    void setBeingAdded(bool isBeingAdded);
     // Waits; returns whether the task has run. With mayWithdraw, a GUI task whose thread cannot run it any
     // more is removed from its queue, and the result is false: for a caller that nobody shares the task with.
     bool waitOrWithdraw(bool mayWithdraw);

@@ -29,6 +29,8 @@ public:
         const auto entry = std::make_shared<Entry>();
         entry->function = std::move(function);
         const auto task = std::make_shared<Task>([self = shared_from_this(), entry] { self->run(entry); });
+        if (m_queue) // before it is on the list, where others find it
+            SynchronousDispatch::announce(*task, m_queue);
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             if (m_isCancelled)
@@ -36,7 +38,7 @@ public:
             entry->task = task;
             entry->place = m_entries.insert(m_entries.end(), entry);
         }
-        m_queue->addTask(task);
+        SynchronousDispatch::add(*m_queue, task);
     }
 
     void wait()
@@ -72,9 +74,9 @@ public:
             if (const std::shared_ptr<Task> task = end(*entry))
                 awaited.push_back(task);
         }
-        // The tasks stay in the queue and will find nothing to do: to look for each of many costs too much.
+        // The tasks stay in the queue, or are still on their way there, and will find nothing to do.
         for (const std::shared_ptr<Task>& task : awaited)
-            task->cancel();
+            SynchronousDispatch::endWaits(*task);
     }
 
     std::exception_ptr takeFailure()
