@@ -10,12 +10,14 @@
 #include <mutex>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/tasks/LoopGate.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 #include <brn_mesh_kernel/tasks/TaskQueueCore.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
+#include <brn_mesh_kernel/tasks/WaitGraph.h>
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 namespace Brennic::Core {
@@ -175,6 +177,9 @@ public:
     ELoopEnd run();
 
 private:
+    class Wait;
+    class Inside;
+
     struct Part
     {
         Count begin;
@@ -207,10 +212,53 @@ private:
     std::atomic<bool> m_hasFailed{false};
     std::atomic<bool> m_isCut{false}; // stopped before the end of the range
     LoopGate<GatePlatform> m_gate;
+    std::mutex m_insideMutex;
+    std::vector<std::thread::id> m_inside; // guarded by m_insideMutex: the threads of the helpers in the gate
     // Each in a cache line that no other thread needs for what stands above.
     alignas(64) std::atomic<Count> m_next{0}; // the first item that nobody has taken
     alignas(64) std::atomic<Count> m_doneByHelpers{0};
     std::atomic<int> m_helpers{0}; // sent, and not gone to let tasks run
+};
+
+// The wait for the helpers that are inside. It ends when all of their threads go on.
+class ParallelLoop::Wait final : public WaitGraph::Wait
+{
+public:
+    explicit Wait(ParallelLoop& loop) : m_loop(loop) {}
+    ~Wait() { leave(); }
+
+private:
+    WaitGraph::Target target() const override
+    {
+        const std::lock_guard<std::mutex> lock(m_loop.m_insideMutex);
+        return {WaitGraph::Target::Loop, m_loop.m_inside, nullptr};
+    }
+    bool canBeGivenUp() const override { return false; }
+    void giveUp() override {}
+
+    ParallelLoop& m_loop;
+};
+
+// A helper that is inside the gate, in its thread.
+class ParallelLoop::Inside
+{
+public:
+    explicit Inside(ParallelLoop& loop) : m_loop(loop)
+    {
+        const std::lock_guard<std::mutex> lock(m_loop.m_insideMutex);
+        m_loop.m_inside.push_back(std::this_thread::get_id());
+    }
+    ~Inside()
+    {
+        const std::lock_guard<std::mutex> lock(m_loop.m_insideMutex);
+        std::vector<std::thread::id>& inside = m_loop.m_inside; // twice, if a part runs an event loop
+        inside.erase(std::find(inside.begin(), inside.end(), std::this_thread::get_id()));
+    }
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+
+private:
+    ParallelLoop& m_loop;
 };
 
 int ParallelLoop::mostHelpers(int maxWorkers) const
@@ -280,6 +328,7 @@ void ParallelLoop::help()
         m_doneByHelpers.fetch_add(done - std::exchange(told, done), std::memory_order_relaxed);
     };
     try {
+        const Inside inside(*this);
         const Clock::time_point begin = Clock::now();
         work(done, [&](Clock::time_point now) {
             tell();
@@ -378,17 +427,18 @@ void ParallelLoop::waitForHelpers()
     if (m_gate.isEmpty() || m_gate.waitFor(patience))
         return;
     TaskWorker* const worker = TaskWorker::current();
-    if (worker == nullptr) {
-        m_gate.wait();
-        return;
-    }
+    Wait wait(*this);
     try {
-        TaskQueue::beginWait(*worker);
-    } catch (...) { // no memory for an overflow queue, and no way back: helpers are inside
+        if (worker != nullptr)
+            TaskQueue::beginWait(*worker);
+        wait.enter(); // a part may wait for this thread
+    } catch (...) {   // no memory for an overflow queue, and no way back: helpers are inside
         fail();
     }
     m_gate.wait();
-    TaskQueue::endWait(*worker);
+    wait.leave();
+    if (worker != nullptr)
+        TaskQueue::endWait(*worker);
 }
 
 ELoopEnd runLoop(std::uint64_t count, std::uint64_t step, LoopBody body, const LoopOptions& options)

@@ -72,7 +72,7 @@ private:
         if (m_task.m_ends != m_endsBefore || (m_mayWithdraw && m_task.m_isGivenUp))
             return {};
         if (m_task.m_state == eRunning)
-            return {WaitGraph::Target::Running, m_task.m_runner, nullptr};
+            return {WaitGraph::Target::Running, {m_task.m_runner}, nullptr};
         if (!isOwnAndPending() || m_task.m_queue->mustWaiterRunTasks())
             return {};
         return {WaitGraph::Target::Pending, {}, m_task.m_queue->m_core};

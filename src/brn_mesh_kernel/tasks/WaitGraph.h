@@ -4,9 +4,10 @@
 ///
 /// A thread is listed while it sleeps for a task. The task is running in a thread, or it is pending, and then
 /// the thread of each worker of its queue could run it. A wait can end if one of those threads is not listed,
-/// or can end its own wait. So whoever begins to sleep follows the threads from its task on. If all that it
-/// gets to are listed, none of them will ever go on, and one wait is given up: its own, if it has a task that
-/// can be taken back, or another's.
+/// or can end its own wait. The end of a loop is waited for in the same way, but it needs all threads that run
+/// its parts. So whoever begins to sleep follows the threads from its task on, and strikes out every wait that
+/// can end. If its own is left, none of those that are left will ever go on, and one wait is given up: its own,
+/// if it has a task that can be taken back, or another's. That is repeated until its own wait can end.
 ///
 /// It suffices to look when a thread begins to sleep: nothing but a sleeping thread closes a circle, and what
 /// is closed stays so. A thread that waits in an event loop is not listed, since it serves tasks.
@@ -32,11 +33,12 @@ public:
         enum Kind
         {
             Unknown, ///< Somebody may: the wait counts as one that can end.
-            Running, ///< The task is running in `thread`.
+            Running, ///< The task is running in the only one of `threads`.
+            Loop,    ///< Parts of the loop are running in all `threads`.
             Pending, ///< The task is pending in the queue of `core`.
         };
         Kind kind = Unknown;
-        std::thread::id thread;
+        std::vector<std::thread::id> threads;
         std::shared_ptr<TaskQueueCore> core;
     };
 
@@ -48,7 +50,8 @@ public:
         Wait(const Wait&) = delete;
         Wait& operator=(const Wait&) = delete;
 
-        /// Lists the thread, which is about to sleep, once. If the wait cannot end, gives one up and reports it.
+        /// Lists the thread, which is about to sleep, once. If the wait cannot end, gives up as many as it takes,
+        /// and reports each.
         void enter();
         /// The thread goes on. The derived class calls this from its destructor at the latest.
         void leave();
@@ -77,6 +80,8 @@ public:
     static void reportBy(Report report);
 
 private:
+    struct Link;
+    static Link linkOf(Wait& wait);
     static std::vector<Wait*> circleFrom(Wait& wait);
     static std::wstring describe(const std::vector<Wait*>& circle, const Wait* givenUp);
     static std::wstring nameOf(const Wait& wait);

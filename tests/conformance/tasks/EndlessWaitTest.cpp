@@ -13,6 +13,7 @@
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/DispatchFuture.h>
+#include <brn_mesh_kernel/tasks/ParallelLoops.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskGroup.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
@@ -197,7 +198,81 @@ TEST_F(EndlessWait, twoQueuesThatWaitForEachOtherAreFoundToo)
     EXPECT_EQ(warnings().size(), 1U);
 }
 
+// The GUI thread waits for all workers that help it, so each of their waits for it is refused.
+TEST_F(EndlessWait, aPartOfALoopOfTheGuiThreadIsRefusedAWaitForIt)
+{
+    constexpr int workers = 3;
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, workers);
+    LoopOptions options;
+    options.queue = queue.get();
+    options.grain = 1;
+    for (int round = 0; round < 10; ++round) {
+        Latch allRun(workers + 1);
+        std::atomic<int> refused{0};
+        const auto part = [&](int, int) {
+            allRun.countDown();
+            allRun.wait();
+            if (TaskQueue::getGUIQueue()->thread() != QThread::currentThread())
+                refused += dispatchSync([] {}, eQOS_GUI) ? 0 : 1;
+        };
+        ASSERT_EQ(parallelFor(0, workers + 1, part, options), eLoop_Completed);
+        ASSERT_EQ(refused, workers);
+    }
+    EXPECT_EQ(warnings().size(), 10U * workers);
+    EXPECT_THAT(warnings()[0],
+                HasSubstr("the GUI thread waits for a part of a loop that is running in brnNormal-"));
+}
+
+TEST_F(EndlessWait, aLoopInATaskForWhichTheGuiThreadWaitsIsPartOfTheCircle)
+{
+    bool inner = true;
+    LoopOptions options;
+    options.queue = second.get();
+    options.grain = 1;
+    add(first, [&] {
+        Latch bothRun(2);
+        const std::thread::id caller = std::this_thread::get_id();
+        EXPECT_EQ(parallelFor(
+                      0, 2,
+                      [&](int, int) {
+                          bothRun.countDown();
+                          bothRun.wait();
+                          if (std::this_thread::get_id() != caller)
+                              inner = dispatchSync([] {}, eQOS_GUI);
+                      },
+                      options),
+                  eLoop_Completed);
+    })->waitTillFinished();
+    EXPECT_FALSE(inner);
+    EXPECT_EQ(warnings().size(), 1U);
+}
+
 // Controls: these waits end, and none is refused.
+
+// Its caller waits for one part that waits for the GUI thread, and that is free.
+TEST_F(EndlessWait, aPartOfALoopElsewhereMayWaitForTheGuiThread)
+{
+    LoopOptions options;
+    options.queue = first.get();
+    options.grain = 1;
+    std::atomic<bool> served{false};
+    EXPECT_TRUE(runAside([&] {
+        Latch bothRun(2);
+        const std::thread::id caller = std::this_thread::get_id();
+        EXPECT_EQ(parallelFor(
+                      0, 2,
+                      [&](int, int) {
+                          bothRun.countDown();
+                          bothRun.wait();
+                          if (std::this_thread::get_id() != caller)
+                              served = dispatchSync([] {}, eQOS_GUI);
+                      },
+                      options),
+                  eLoop_Completed);
+    }));
+    EXPECT_TRUE(served);
+    EXPECT_TRUE(warnings().empty());
+}
 
 TEST_F(EndlessWait, aGuiThreadThatWaitsInAnEventLoopServesTasks)
 {
