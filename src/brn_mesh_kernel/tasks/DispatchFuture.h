@@ -270,7 +270,7 @@ QFuture<FutureDetails::Result<Function>> dispatch(Function&& function, TaskQueue
 /// For a future of \ref dispatch the rules of `Task::waitTillFinished` hold: a worker that waits for a call of
 /// its own queue makes room, and where no worker can run the call, the caller does. Besides:
 /// - The GUI thread runs a pending call of the GUI queue that it waits for, ahead of those before it.
-/// - A call that is pending and cancelled is taken back at once.
+/// - A call that is pending is taken back if it is cancelled, before the wait or within 10 ms of it.
 /// - A wait that cannot end takes its call back, which cancels the future, and a warning is logged.
 ///
 /// For another future, such as one of `then`, a worker counts as waiting, so that others run what is pending in

@@ -163,8 +163,10 @@ void DispatchedCall::wait(QFutureInterfaceBase future)
     if (!future.isFinished()) {
         const std::shared_ptr<DispatchedCall> call = calls().find(keyOf(future));
         const std::shared_ptr<Task> task = call ? call->m_impl->m_task.lock() : nullptr;
-        if (task && !(future.isCanceled() && call->giveUp(true)) &&
-            !SynchronousDispatch::wait(*task, call->m_impl->m_isForGui))
+        // Qt tells of a cancel in event loops only.
+        const auto takeBackIfCancelled = [&] { return future.isCanceled() && call->giveUp(true); };
+        if (task && !takeBackIfCancelled() &&
+            !SynchronousDispatch::wait(*task, call->m_impl->m_isForGui, takeBackIfCancelled))
             call->giveUp(true);
     }
     if (!future.isFinished()) { // another's future, whose end may depend on any task

@@ -31,9 +31,10 @@ public:
     static void add(TaskQueue& queue, const std::shared_ptr<Task>& task);
 
     /// Waits for \p task. In the GUI thread it runs a task \p isForGui that is pending.
+    /// \param whilePending is called from time to time until the task begins, with no lock held; may be empty.
     /// \return false if the task was taken back: it never runs.
     /// Thread: any; blocks until then.
-    static bool wait(Task& task, bool isForGui);
+    static bool wait(Task& task, bool isForGui, const std::function<void()>& whilePending = {});
 
     /// Ends the waits for \p task, which counts as finished from now on: if it is pending, it never runs, and if
     /// it is running, what is left of it is nothing to wait for.

@@ -1,6 +1,7 @@
 #include <brn_mesh_kernel/tasks/Task.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <limits>
 #include <mutex>
@@ -103,6 +104,9 @@ private:
 // then there are none.
 constexpr int mostYields = 100;
 
+// How often a thread that waits for a pending task looks at what nobody notifies it of.
+constexpr std::chrono::milliseconds lookTime{10};
+
 // Counts the calling thread as waiting, if its worker is one of those that could run the task: its place must
 // be taken, or the task might stay behind it for ever.
 class Task::WaitingWorker
@@ -203,7 +207,7 @@ void Task::waitTillFinished()
     waitOrWithdraw(false);
 }
 
-bool Task::waitOrWithdraw(bool mayWithdraw)
+bool Task::waitOrWithdraw(bool mayWithdraw, const std::function<void()>& whilePending)
 {
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     if (m_impl->m_state == eFinished || m_impl->m_isCancelled)
@@ -219,7 +223,7 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
     const int yields = queue && queue->runsOnOtherCore() ? mostYields : 0;
     for (int i = 0; i < yields && m_impl->m_ends == endsBefore; ++i)
         std::this_thread::yield();
-    const bool hasEnded = waitForEndAfter(endsBefore, mayWithdraw);
+    const bool hasEnded = waitForEndAfter(endsBefore, mayWithdraw, whilePending);
     lock.lock();
     return hasEnded && m_impl->m_cancellations == cancellationsBefore;
 }
@@ -227,7 +231,8 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
 // Sleeps until the task has ended, or runs it here if no worker can. It looks for the task in the queue once
 // for each call of wakeWaiters(): if it is not there, somebody else has taken it, and the end of that run
 // notifies.
-bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
+bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw,
+                           const std::function<void()>& whilePending)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
     TaskImpl::Wait wait(*m_impl, endsBefore, mayWithdraw);
@@ -240,9 +245,18 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
         const bool isGivenUp = mayWithdraw && m_impl->m_isGivenUp;
         if (!isGivenUp && (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw))) {
             if (wait.isListed() && (!wasBeingAdded || m_impl->m_isBeingAdded)) {
+                const bool looksAgain = whilePending && m_impl->m_state == ePending;
                 ++m_impl->m_waiters;
-                m_impl->m_finishedCondition.wait(lock);
+                if (looksAgain)
+                    m_impl->m_finishedCondition.wait_for(lock, lookTime);
+                else
+                    m_impl->m_finishedCondition.wait(lock);
                 --m_impl->m_waiters;
+                if (looksAgain) {
+                    lock.unlock();
+                    whilePending();
+                    lock.lock();
+                }
             } else {
                 wasBeingAdded = m_impl->m_isBeingAdded; // then look again whether the wait can end
                 lock.unlock();                          // this lock is taken under the graph's mutex

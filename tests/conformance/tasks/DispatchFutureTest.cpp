@@ -135,6 +135,32 @@ TEST_F(DispatchFutureTest, aCancelledCallThatIsWaitedForIsTakenBackAtOnce)
     EXPECT_TRUE(isGone);
 }
 
+// The task that blocks runs once the other one counts as waiting.
+TEST_F(DispatchFutureTest, aCallThatIsCancelledWhileAThreadWaitsForItIsTakenBack)
+{
+    Latch isBlocked;
+    Latch mayEnd;
+    Latch hasWaited;
+    std::atomic<bool> hasRun{false};
+    QFuture<void> future;
+    queue->dispatch([&] {
+        queue->dispatch([&] {
+            isBlocked.countDown();
+            mayEnd.wait();
+        });
+        future = dispatch([&] { hasRun = true; }, *queue);
+        waitFor(future);
+        hasWaited.countDown();
+    });
+    ASSERT_TRUE(isBlocked.wait());
+    future.cancel();
+    EXPECT_TRUE(hasWaited.wait(std::chrono::seconds(10)));
+    EXPECT_TRUE(future.isFinished());
+    mayEnd.countDown();
+    EXPECT_TRUE(hasWaited.wait());
+    EXPECT_FALSE(hasRun);
+}
+
 TEST_F(DispatchFutureTest, aCallThatRunsIsNotTakenBackAndItsValueIsDropped)
 {
     Latch started;
