@@ -86,6 +86,9 @@ struct TaskFamily
 {
     static constexpr int mostOverflowQueues = 64;
     std::atomic<int> overflowQueues{0};
+    /// Waits of workers for what is no task. They cannot run what is pending in place of an overflow queue, so
+    /// there is no limit meanwhile.
+    std::atomic<int> otherWaits{0};
 };
 
 struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>

@@ -389,6 +389,27 @@ TEST_F(DispatchFutureTest, waitingInsideATaskForAContinuationMakesRoomToo)
     EXPECT_EQ(future.result(), -4);
 }
 
+TEST_F(DispatchFutureTest, waitsForContinuationsNestAHundredDeepOnOneWorker) // more than 64
+{
+    std::function<int(int)> nest = [&](int depth) {
+        if (depth == 0)
+            return 0;
+        const QFuture<int> inner =
+            dispatch([&, depth] { return nest(depth - 1); }, *queue).then([](int value) {
+                return value + 1;
+            });
+        waitFor(inner);
+        return inner.result();
+    };
+    Latch isDone;
+    const QFuture<int> future = dispatch([&] { return nest(100); }, *queue).then([&](int value) {
+        isDone.countDown();
+        return value;
+    });
+    ASSERT_TRUE(isDone.wait());
+    EXPECT_EQ(future.result(), 100);
+}
+
 TEST_F(DispatchFutureTest, whenAllWaitsForSeveral)
 {
     QList<QFuture<int>> parts{dispatch([] { return 1; }, eQOS_Normal), dispatch([] { return 2; }, eQOS_High)};
