@@ -2,7 +2,7 @@
 /// Smooths a triangle mesh, and shows on the way how a host uses the library.
 ///
 /// The main thread runs the event loop and shows progress. The pipeline is a task on one of the library's own
-/// queues; while it smooths it waits for tasks on a queue of the program's, one for each block of vertices.
+/// queues; while it smooths, workers of a queue of its own help it with loops over the vertices.
 
 #include <exception>
 #include <filesystem>
@@ -14,7 +14,7 @@
 #include <boost/nowide/args.hpp>
 #include <boost/nowide/convert.hpp>
 
-#include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_kernel/progress/ConsoleProgress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
@@ -34,9 +34,9 @@ using namespace Brennic::Core;
 void finishStage(Stage stage, const std::wstring& message, const std::wstring& warning)
 {
     const ConsoleProgress::Pause pause;
-    Kernel::Instance().Logger()->Log(Info, L"%s", message.c_str());
+    BRN_LOG(Info, "{}", message);
     if (!warning.empty())
-        Kernel::Instance().Logger()->Log(Warn, L"%s", warning.c_str());
+        BRN_LOG(Warn, "{}", warning);
     Kernel::Instance().ProfilerWaypoint(stageName(stage));
     std::cout.flush();
 }
@@ -45,7 +45,7 @@ void finishStage(Stage stage, const std::wstring& message, const std::wstring& w
 void cancel(Progress& progress)
 {
     progress.cancel();
-    Kernel::Instance().Logger()->Log(Warn, L"interrupted: ending before the next step");
+    BRN_LOG(Warn, "interrupted: ending before the next step");
 }
 
 // Runs the event loop until the pipeline is done; throws what the pipeline has thrown.
@@ -72,13 +72,12 @@ void smoothMesh(const Options& options)
     Stages stages(options, sizeOrZero(options.input));
     ConsoleProgress line(stages.root());
     StageTimes times;
-    const BlockLoop loop = makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, options.threads));
     const auto stageDone = [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
         finishStage(stage, message, warning);
         if (!line.isLive())
             times.stageDone(boost::nowide::narrow(stageName(stage)));
     };
-    Pipeline pipeline(options, stages, loop,
+    Pipeline pipeline(options, stages,
                       [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
                           dispatchSync([&] { stageDone(stage, message, warning); }, eQOS_GUI);
                       });

@@ -59,7 +59,8 @@ std::shared_ptr<TaskQueue> TaskQueue::createQueue(EQualityOfService qos, int max
 std::shared_ptr<TaskQueue> TaskQueue::createOverflowQueue(const TaskQueueCore& core)
 {
     const std::shared_ptr<TaskFamily> family = core.family;
-    if (++family->overflowQueues > TaskFamily::mostOverflowQueues) {
+    const bool isLimited = family->otherWaits == 0;
+    if (++family->overflowQueues > TaskFamily::mostOverflowQueues && isLimited) {
         --family->overflowQueues;
         return {};
     }

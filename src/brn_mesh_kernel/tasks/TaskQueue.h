@@ -35,6 +35,7 @@
 
 namespace Brennic::Core {
 
+class ParallelLoop;
 class Task;
 class TaskQueue;
 class TaskWorker;
@@ -128,6 +129,8 @@ protected:
 private:
     friend class Task;
     friend class GlobalQueues;
+    friend class ParallelLoop;
+    friend class SynchronousDispatch;
 
     TaskQueue(EQualityOfService qos, int maxConcurrency, const std::shared_ptr<TaskFamily>& family);
 

@@ -86,6 +86,9 @@ struct TaskFamily
 {
     static constexpr int mostOverflowQueues = 64;
     std::atomic<int> overflowQueues{0};
+    /// Waits of workers for what is no task. They cannot run what is pending in place of an overflow queue, so
+    /// there is no limit meanwhile.
+    std::atomic<int> otherWaits{0};
 };
 
 struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
@@ -124,6 +127,9 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
     /// Whether every worker waits and no overflow queue can be made: whoever waits for a pending task runs
     /// it.
     std::atomic<bool> isStranded{false};
+    /// Helpers of loops that are pending. Loops inside tasks begin and end while no worker is free, and would
+    /// pile them up.
+    std::atomic<int> pendingHelpers{0};
 };
 
 } // namespace Brennic::Core

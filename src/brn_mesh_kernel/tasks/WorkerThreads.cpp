@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <brn_mesh_kernel/tasks/DispatchedCall.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
 
 namespace Brennic::Core::WorkerThreads {
@@ -160,6 +161,7 @@ void makeWorkersNow(const std::shared_ptr<TaskQueueCore>& core, int count)
 void leaveApplication()
 {
     enter(Phase::AfterApplication);
+    DispatchedCall::giveUpPending(true);
     wakeWaiters(); // no worker runs their tasks any more: they do it themselves
     waitUntil([] { return state().applicationUses == 0; });
     {
@@ -318,6 +320,7 @@ void end()
 {
     if (!enter(Phase::Ended))
         return;
+    DispatchedCall::giveUpPending(false);
     wakeWaiters();
     waitUntil([] { return !isAnyStartingOrEnding(); });
 }
