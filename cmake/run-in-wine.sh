@@ -1,8 +1,8 @@
 #!/bin/sh
 # Runs a Windows program: the emulator of the cross build. The first program has Wine start system processes, which stay
-# as long as any program runs and hold the first one's output open: a test that reads its output to the end would wait
-# for all the others. So they are started before, without it.
+# as long as any program runs and hold the first one's error output open: whoever reads that to its end would wait for all
+# the others. So they are started before, without it. tools/windows.sh starts them once and keeps them (BRN_WINE_STAYS).
 PATH=$PATH:/usr/lib/wine
 wine=$(command -v wine64 || command -v wine) || { echo "Wine is missing" >&2; exit 127; }
-"$wine" cmd /c exit </dev/null >/dev/null 2>&1
+[ -n "$BRN_WINE_STAYS" ] || "$wine" cmd /c exit </dev/null >/dev/null 2>&1
 exec "$wine" "$@"

@@ -18,7 +18,12 @@ case $job in
   test)
     export WINEPREFIX=$root/build/windows/wine WINEDEBUG=-all WINEDLLOVERRIDES=winedbg.exe,mscoree,mshtml=
     say "Making build/windows/wine, the Windows that the tests see"
-    quietly "$(PATH=$PATH:/usr/lib/wine command -v wine64)" wineboot --update
+    wine=$(PATH=$PATH:/usr/lib/wine command -v wine64)
+    quietly "$wine" wineboot --update
+    # Wine's system processes end a second after the last program, and the next program's would hold that one's output
+    # open. So a program that waits for this script keeps them.
+    { tail --pid=$$ -f /dev/null | "$wine" cmd; } >/dev/null 2>&1 &
+    export BRN_WINE_STAYS=1
     test_preset windows "$@"
     ;;
   package)

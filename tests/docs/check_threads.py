@@ -39,7 +39,9 @@ MUTEX = re.compile(
     r"\s*&?\s+&?(\w+)\s*(?:;|=|\{)"
 )
 THREAD = re.compile(r"\bstd::j?thread\s*\(|\bstd::j?thread\s+\w+\s*[({]|\bCreateThread\s*\(|\b_beginthreadex\s*\("
-                    r"|\bpthread_create\s*\(|\bnew QThread\b|\bQThread::create\b|\bstd::async\b|\bQtConcurrent::run\b")
+                    r"|\bpthread_create\s*\(|\bstartThread\s*\(\s*[&\[]|\bnew QThread\b"
+                    r"|\bQThread::create\b|\bstd::async\b|\bQtConcurrent::run\b")
+THREAD_FOR_OTHERS = re.compile(r"library/Process_\w+\.cpp")  # startThread(): the table names those who call it
 SIGNAL = re.compile(r"\bconnect\([^;]*?&(\w+::\w+)")
 
 locks, makers, signals = Counter(), set(), set()
@@ -49,7 +51,7 @@ for file in sorted([*source.rglob("*.h"), *source.rglob("*.cpp")]):
     for mutex in MUTEX.finditer(text):
         if not re.search(r"\b(?:class|struct|using|return)\s*$", text[: mutex.start()]):
             locks[path, mutex.group(1)] += 1
-    if THREAD.search(text):
+    if THREAD.search(text) and not THREAD_FOR_OTHERS.search(path):
         makers.add(path)
     signals.update(SIGNAL.findall(text))
 

@@ -8,6 +8,8 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 #include <brn_mesh_kernel/logging/ILogger.h>
 
+#include "support/DetachedThread.h"
+
 namespace Brennic::Testing {
 
 inline void log(const wchar_t* text)
@@ -23,12 +25,12 @@ inline void startLoggers()
 {
     constexpr int threadCount = 4;
     for (int i = 0; i < threadCount; ++i)
-        std::thread([] {
+        runDetached([] {
             for (;;) {
                 log(L"busy");
                 ++busyRecords;
             }
-        }).detach();
+        });
     while (busyRecords < 100)
         std::this_thread::yield();
 }

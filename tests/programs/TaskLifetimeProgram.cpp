@@ -21,11 +21,13 @@
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 #include "programs/Check.h"
+#include "support/DetachedThread.h"
 #include "support/Latch.h"
 #include "support/ProcessThreads.h"
 
 using namespace Brennic::Core;
 using Brennic::Testing::Latch;
+using Brennic::Testing::runDetached;
 
 namespace {
 
@@ -235,7 +237,7 @@ int exitFromThread()
     const auto application = makeApplication();
     makeWorkersBusy();
     leavePendingTasks();
-    std::thread([] { std::exit(0); }).detach();
+    runDetached([] { std::exit(0); });
     QCoreApplication::exec();
     return 1;
 }
@@ -253,7 +255,7 @@ int exitWhileThreadsDispatch()
     const auto application = makeApplication();
     auto* const started = new Latch(3);
     for (int i = 0; i < 3; ++i)
-        std::thread([started] {
+        runDetached([started] {
             started->countDown();
             for (int count = 0;; ++count) {
                 dispatchAsync([] {}, eQOS_Normal);
@@ -261,7 +263,7 @@ int exitWhileThreadsDispatch()
                 if (count % 8 == 0)
                     dispatchSync([] {}, eQOS_High);
             }
-        }).detach();
+        });
     CHECK(started->wait());
     QThread::msleep(20);
     std::exit(0);
@@ -293,7 +295,7 @@ int exitWhileThreadsWaitForFutures()
     lateWaiters.woken = new Latch(3);
     auto* const waiting = new Latch(3);
     const auto wait = [waiting](EQualityOfService qos, bool isPlain) {
-        std::thread([waiting, qos, isPlain] {
+        runDetached([waiting, qos, isPlain] {
             QFuture<int> future = dispatch([] { return 1; }, qos);
             waiting->countDown();
             if (isPlain)
@@ -302,7 +304,7 @@ int exitWhileThreadsWaitForFutures()
                 Brennic::Core::waitFor(future);
             CHECK(future.isCanceled());
             lateWaiters.woken->countDown();
-        }).detach();
+        });
     };
     wait(eQOS_Normal, true);
     wait(eQOS_GUI, true);

@@ -22,6 +22,10 @@ asm(".pushsection .text\n"
     ".size brnReturnFromSignal, . - brnReturnFromSignal\n"
     ".popsection");
 
+// AddressSanitizer's, where the library is built with it; else there is none.
+extern "C" [[gnu::weak]] void __asan_unpoison_memory_region( // NOLINT(*-reserved-identifier)
+    const volatile void* memory, std::size_t size);
+
 namespace Brennic::Minidump {
 
 namespace {
@@ -143,6 +147,9 @@ bool HelperProcess::start()
     // CLONE_CHILD_CLEARTID the kernel clears m_state and wakes its waiters when the helper has ended, however it
     // ended.
     const int flags = CLONE_VM | CLONE_FS | CLONE_UNTRACED | CLONE_CHILD_CLEARTID;
+    // A helper that was killed has left AddressSanitizer's marks of its variables on the stack.
+    if (__asan_unpoison_memory_region != nullptr)
+        __asan_unpoison_memory_region(g_stack.data(), g_stack.size());
     void* const stackTop = g_stack.data() + g_stack.size();
     m_id = static_cast<std::int32_t>(cloneProcess(flags, stackTop, &m_state, enter, this));
     return m_id > 0;

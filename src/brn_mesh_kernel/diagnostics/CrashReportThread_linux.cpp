@@ -1,13 +1,12 @@
 #include <brn_mesh_kernel/diagnostics/CrashReportThread_linux.h>
 
 #include <cstdlib>
-#include <system_error>
-#include <thread>
 
 #include <brn_mesh_common/minidump/RaisedLimits_linux.h>
 #include <brn_mesh_common/minidump/Syscall_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashSignals_linux.h>
 #include <brn_mesh_kernel/diagnostics/CrashStack.h>
+#include <brn_mesh_kernel/library/Process.h>
 #include <fcntl.h>
 #include <pthread.h>
 
@@ -60,11 +59,8 @@ void CrashReportThread::start(Work work)
     m_state = number(State::Waiting);
     m_spareDescriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
     const BlockedHostSignals inherited;
-    try {
-        std::thread(&CrashReportThread::main, this).detach();
-    } catch (const std::system_error&) { // no thread to be had: a crash goes without a report
-        return;
-    }
+    if (!startThread([] { instance().main(); }))
+        return; // no thread to be had: a crash goes without a report
     // A crash right after this must find the thread ready, with its own heap.
     const Minidump::Deadline deadline(1000);
     while (m_thread == 0 && !deadline.hasPassed())

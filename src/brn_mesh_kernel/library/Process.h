@@ -10,6 +10,10 @@ namespace Brennic::Core {
 /// Functions that programs and libraries register are called in reverse order.
 void callAtExit(void (*function)());
 
+/// Starts a thread that runs \p function and that nobody joins. What the function throws ends the process.
+/// \return false if the system has no thread.
+bool startThread(void (*function)());
+
 /// Gives the calling thread a name of at most 15 bytes, for debuggers and profilers.
 ///
 /// Not left to `QThread`, which converts its object's name by the locale: Qt 5 sets the C locale of the whole

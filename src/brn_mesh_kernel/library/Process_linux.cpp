@@ -1,5 +1,8 @@
 #include <brn_mesh_kernel/library/Process.h>
 
+#include <system_error>
+#include <thread>
+
 #include <cxxabi.h>
 #include <pthread.h>
 #include <sched.h>
@@ -16,6 +19,16 @@ void callAtExit(void (*function)())
     const auto call = [](void* registered) { reinterpret_cast<void (*)()>(registered)(); };
     const int failure = abi::__cxa_atexit(call, reinterpret_cast<void*>(function), &__dso_handle);
     static_cast<void>(failure); // out of memory: the library's destructor detaches as well
+}
+
+bool startThread(void (*function)())
+{
+    try {
+        std::thread(function).detach();
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
 }
 
 void nameCurrentThread(const std::string& name)

@@ -1,7 +1,9 @@
 #include <brn_mesh_kernel/library/Process.h>
 
+#include <cstdint>
 #include <initializer_list>
 
+#include <process.h>
 #include <windows.h>
 
 #include <boost/nowide/convert.hpp>
@@ -34,6 +36,19 @@ void callAtExit(void (*function)())
             crtAtExit(function);
     if (auto* const onExit = find<OnExit>(L"msvcrt.dll", "_onexit"))
         onExit(function);
+}
+
+// Not std::thread::detach(): winpthreads loses a thread that is detached while it begins. It never runs, or runs with a
+// null argument and crashes.
+bool startThread(void (*function)())
+{
+    const auto run = [](void* started) noexcept -> unsigned {
+        reinterpret_cast<void (*)()>(started)();
+        return 0;
+    };
+    const std::uintptr_t thread =
+        _beginthreadex(nullptr, 0, run, reinterpret_cast<void*>(function), 0, nullptr);
+    return thread != 0 && CloseHandle(reinterpret_cast<HANDLE>(thread)) != 0;
 }
 
 void nameCurrentThread(const std::string& name)

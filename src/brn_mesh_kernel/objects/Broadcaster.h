@@ -105,11 +105,11 @@ protected:
     template <typename Notification>
     void notifyObservers(Notification notification);
 
-    /// Returns a function that calls \p notification with every observer that there is now and that belongs to
-    /// the GUI thread, where the function has to be called; an empty one if there is none.
+    /// Returns a function that calls a \p Notification, which takes a `T&`, with every observer that there is now
+    /// and that belongs to the GUI thread, where the function has to be called; an empty one if there is none.
     /// Thread: any. Does not block by itself.
     template <typename Notification>
-    std::function<void()> guiNotification(Notification notification);
+    std::function<void(const Notification&)> guiNotifier();
 
     /// Returns the observer that was added first: of the plain pointers, else of the asynchronous ones, else
     /// of the synchronous ones. Null if there is none, or if it has been destroyed.
@@ -246,14 +246,14 @@ void Broadcaster<T>::notifyObservers(Notification notification)
 
 template <typename T>
 template <typename Notification>
-std::function<void()> Broadcaster<T>::guiNotification(Notification notification)
+std::function<void(const Notification&)> Broadcaster<T>::guiNotifier()
 {
     const std::lock_guard<std::mutex> lock(m_observerMutex);
     auto guarded = removeNullObserversLocked(m_guardedObservers);
     auto async = removeNullObserversLocked(m_asyncObservers);
     if (m_guardedObservers.empty() && m_asyncObservers.empty())
         return {};
-    return [guarded = std::move(guarded), async = std::move(async), notification = std::move(notification)] {
+    return [guarded = std::move(guarded), async = std::move(async)](const Notification& notification) {
         notifyAll(guarded, notification);
         notifyAll(async, notification);
     };

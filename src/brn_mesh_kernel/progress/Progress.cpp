@@ -227,14 +227,7 @@ void Progress::ProgressImpl::report(Progress& progress, EReportVerdict verdict, 
 {
     const std::shared_ptr<ProgressState> kept = state;
     const auto beginLateReport = [&] {
-        // Called in the GUI thread, when the progress may be gone: it brings the observers, and the report the rest.
-        const auto now = std::make_shared<std::optional<ProgressState::Report>>();
-        auto notify = progress.guiNotification(
-            [now](ProgressReportingProtocol& receiver) { (*now)->operator()(receiver); });
-        LateReport::begin(kept, &progress, notify ? [now, notify](const ProgressState::Report& report) {
-            now->emplace(report);
-            notify();
-        } : LateReport::ToDelegate());
+        LateReport::begin(kept, &progress, progress.guiNotifier<ProgressState::Report>());
     };
     if (verdict == EReportVerdict::LeaveOutFirst)
         beginLateReport();

@@ -329,6 +329,8 @@ void TaskWorker::serveGui(JobNumber number, bool isFlood)
 {
     if (isFlood || number == noJob) // posted in the middle of the pass before
         beginPass();
+    if (number == noJob)
+        return;
     if (isFlood ? takeBackFlood() : m_isFlooded.load()) // left to the flood's event
         return;
     Clock::time_point begin = Clock::now();
@@ -340,6 +342,9 @@ void TaskWorker::serveGui(JobNumber number, bool isFlood)
     TaskJob job;
     for (int jobs = 0; jobs < mostInFlood && WorkerThreads::areEventsDelivered(); ++jobs) {
         const auto [next, pendingCount] = m_core->scheduler.take(job, number);
+        const bool goesOn = pendingCount > 0 || isLong;
+        if (!goesOn && !m_isPassMarked)
+            beginPass(); // nothing is left to run: what comes later belongs to another pass
         if (!job) {
             // Jobs that were added after the flood's event was posted have no events of their own.
             if (isFlood && jobs == 0 && pendingCount > 0)
@@ -347,12 +352,12 @@ void TaskWorker::serveGui(JobNumber number, bool isFlood)
             return;
         }
         // Posted before the job runs, since it may run an event loop that is to deliver them.
-        if (pendingCount > 0 || isLong)
+        if (goesOn)
             markPass();
         const bool isTooMuch = isFlood || m_passTime > passTime || pendingCount > mostInOrder;
         if (isTooMuch && pendingCount > 0 && !m_isFlooded)
             postFlood();
-        else if (isFlood && pendingCount == 0 && m_isFlooded)
+        else if (pendingCount == 0 && m_isFlooded)
             endFlood();
         job.run(); // plainly: in the GUI thread Qt catches nothing, so what it throws is not lost
         job = TaskJob();

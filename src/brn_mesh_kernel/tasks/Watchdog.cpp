@@ -4,7 +4,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -63,16 +62,6 @@ void run()
     state().hasThread = false;
 }
 
-bool startThread()
-{
-    try {
-        std::thread(&run).detach();
-        return true;
-    } catch (const std::system_error&) {
-        return false; // the next call of watch() tries again
-    }
-}
-
 } // namespace
 
 void Watchdog::watch(const std::shared_ptr<TaskQueueCore>& core)
@@ -80,7 +69,8 @@ void Watchdog::watch(const std::shared_ptr<TaskQueueCore>& core)
     {
         const std::lock_guard<std::mutex> lock(state().mutex);
         state().cores.push_back(core);
-        if (state().hasThread || (state().hasThread = startThread())) {
+        // Where there is no thread to be had, the next call tries again.
+        if (state().hasThread || (state().hasThread = startThread(&run))) {
             state().added.notify_one();
             return;
         }

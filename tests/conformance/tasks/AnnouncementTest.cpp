@@ -19,6 +19,7 @@
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 #include "support/AnnouncementSlot.h"
+#include "support/DetachedThread.h"
 #include "support/TaskFixture.h"
 #include "support/WorkerThreads.h"
 
@@ -34,13 +35,13 @@ protected:
     static void addAside(const std::shared_ptr<TaskQueue>& queue, const std::shared_ptr<Task>& task,
                          const std::shared_ptr<Latch>& returned)
     {
-        std::thread([queue, task, returned] {
+        runDetached([queue, task, returned] {
             try {
                 queue->addTask(task);
             } catch (const std::runtime_error&) {
             }
             returned->countDown();
-        }).detach();
+        });
     }
 
     /// Expects \p task to run, added in a thread of its own.
@@ -88,10 +89,10 @@ TEST_F(AnnouncementTest, slotMayWaitForTheTaskInAWorker)
         isWaiting = false;
     });
     const auto done = std::make_shared<Latch>();
-    std::thread([queue = queue, done] {
+    runDetached([queue = queue, done] {
         queue->addTask(std::make_shared<Task>(
             [queue, done] { queue->addTask(std::make_shared<Task>([done] { done->countDown(); })); }));
-    }).detach();
+    });
     EXPECT_TRUE(done->wait(hangLimit));
 }
 

@@ -12,6 +12,7 @@
 #include <QPointer>
 #include <QThread>
 
+#include "support/DetachedThread.h"
 #include "support/Eventually.h"
 #include "support/TaskFixture.h"
 
@@ -198,10 +199,10 @@ TEST_F(TaskTest, aWaitForATaskThatHasThrownDoesNotEnd)
     auto* const task = new Task([] { throw std::runtime_error("callable"); });
     auto* const returned = new Latch;
     EXPECT_THROW(task->runTask(), std::runtime_error);
-    std::thread([task, returned] {
+    runDetached([task, returned] {
         task->waitTillFinished();
         returned->countDown();
-    }).detach();
+    });
     EXPECT_FALSE(returned->wait(std::chrono::milliseconds(200)));
 }
 

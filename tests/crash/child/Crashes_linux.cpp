@@ -95,15 +95,15 @@ BRN_NOT_INLINED void crashInHeapByTopChunk()
     fillHolesOfHeap();
     // Where threads share the heap, one of them may have opened a new hole: then the rest of the heap is elsewhere, what
     // stood here is put back, and the next chunk is tried.
-    for (;;) {
+    for (int i = 0; i < 1000; ++i) {
         auto* const last = static_cast<char*>(std::malloc(large));
-        char* const sizeOfRest = last + malloc_usable_size(last);
-        std::size_t before = 0;
-        std::memcpy(&before, sizeOfRest, sizeof before);
-        std::memset(sizeOfRest, 0xff, sizeof before);
+        void* const end = last + malloc_usable_size(last);
+        auto* const sizeOfRest = static_cast<volatile std::size_t*>(end);
+        const std::size_t before = *sizeOfRest;
+        *sizeOfRest = ~std::size_t{0};
         void* volatile more = std::malloc(large);
         g_sink = more != nullptr ? 1 : 0;
-        std::memcpy(sizeOfRest, &before, sizeof before);
+        *sizeOfRest = before;
     }
 }
 

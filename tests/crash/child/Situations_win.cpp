@@ -17,17 +17,24 @@ namespace Brennic::Testing {
 
 namespace {
 
+// Never destroyed instead of detached: winpthreads loses a thread that is detached while it begins.
+template <typename Function>
+void startThread(Function function)
+{
+    static_cast<void>(new std::thread(function));
+}
+
 // Starts a thread and returns once it has prepared what it holds for ever.
 template <typename Function>
 void startIdleThread(Function prepare)
 {
     std::promise<void> isReady;
-    std::thread([&isReady, prepare] {
+    startThread([&isReady, prepare] {
         prepare();
         isReady.set_value();
         for (;;)
             Sleep(INFINITE);
-    }).detach();
+    });
     isReady.get_future().wait();
 }
 
@@ -47,10 +54,10 @@ void holdAppenderLocks()
 
 void startSpinningThread()
 {
-    std::thread([] {
+    startThread([] {
         for (volatile unsigned rounds = 0;;)
             rounds = rounds + 1;
-    }).detach();
+    });
 }
 
 // Crashes where a thread other than the calling one formats numbers, as the report's does.
@@ -80,10 +87,10 @@ void changeSettingsAllTheTime()
         Core::Kernel::Instance().SetSendCrashDumpHandler([answer](const wchar_t*) { return answer; });
     };
     setHandler(true);
-    std::thread([setHandler] {
+    startThread([setHandler] {
         for (bool answer = false;; answer = !answer)
             setHandler(answer);
-    }).detach();
+    });
 }
 
 } // namespace
