@@ -118,13 +118,15 @@ public:
     Call& operator=(const Call&) = delete;
 
 private:
-    // What the callable holds is released before anybody sees the end.
+    // What the callable holds is released before anybody sees the end. A callable that takes a promise may have
+    // finished the future already: then Qt would clear the results for an exception, while others read them.
     void run() override
     {
         try {
             invoke();
         } catch (...) {
-            reportException();
+            if (!m_future.isFinished())
+                reportException();
         }
         m_function.reset();
         finish();
@@ -138,13 +140,14 @@ private:
         finish();
     }
 
-    // The base class finishes the future and leaves its continuations to the last call. Whoever waits goes on
-    // before those run: one of them may need that thread.
+    // Finishes the future, unless the callable has: Qt would run the continuations again, and crash. Some of its
+    // versions do that too with a continuation that is attached after the future has finished and before Qt looks
+    // for one. So nobody is woken in between.
     void finish()
     {
-        m_future.QFutureInterfaceBase::reportFinished();
+        if (!m_future.isFinished())
+            m_future.reportFinished();
         endWaits();
-        m_future.reportFinished();
     }
 
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
@@ -245,7 +248,9 @@ inline QFutureInterfaceBase interfaceOf(const QFuture<void>& future)
 ///
 /// \param function is copied or moved, and may be one that can only be moved. With Qt 6 it may take a
 ///        `QPromise<T>&`, by which it gives any number of results, tells its progress and asks whether it is
-///        cancelled; what it returns is ignored then.
+///        cancelled; what it returns is ignored then. It may finish the promise before it returns: then the
+///        future is finished, and what comes later is dropped, an exception too. It must not let another thread
+///        finish the promise.
 /// \return the future of what \p function returns or throws. With Qt 5 a value is copied, and of an exception
 ///         that is no `QException` a `QUnhandledException` arrives. Where nothing can be queued the future is
 ///         cancelled and finished, and nothing is logged: if \p qos is no service class, once the library ends
@@ -265,7 +270,7 @@ QFuture<FutureDetails::Result<Function>> dispatch(Function&& function, TaskQueue
     return FutureDetails::start(std::forward<Function>(function), queue);
 }
 
-/// Waits until \p future is finished; its continuations may run later.
+/// Waits until \p future is finished, and up to 20 ms longer for its continuations; they may run later.
 ///
 /// For a future of \ref dispatch the rules of `Task::waitTillFinished` hold: a worker that waits for a call of
 /// its own queue makes room, and where no worker can run the call, the caller does. Besides:

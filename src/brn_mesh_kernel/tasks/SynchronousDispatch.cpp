@@ -28,13 +28,13 @@ void SynchronousDispatch::add(TaskQueue& queue, const std::shared_ptr<Task>& tas
     task->setBeingAdded(false);
 }
 
-bool SynchronousDispatch::wait(Task& task, bool isForGui, const std::function<void()>& whilePending)
+bool SynchronousDispatch::wait(Task& task, bool isForGui, const TaskWatch* watch)
 {
     // As addTask() does for a task that is added in the GUI thread. Its job stays and will find nothing to do.
     const TaskQueue* const guiQueue = isForGui ? TaskQueue::getGUIQueue() : nullptr;
     if (guiQueue != nullptr && guiQueue->isGuiThread())
         task.runTask();
-    return task.waitOrWithdraw(true, whilePending);
+    return task.waitOrWithdraw(true, watch);
 }
 
 void SynchronousDispatch::endWaits(Task& task)

@@ -14,6 +14,15 @@ class Task;
 class TaskQueue;
 class TaskWorker;
 
+/// What a thread that waits for a task looks at besides, from time to time: nobody notifies it of these.
+struct TaskWatch
+{
+    std::function<void()> whilePending; ///< Called until the task begins, with no lock held.
+    /// Whether what the task is for has come, so that the wait is over before the task has ended. Called in any
+    /// thread, and under locks.
+    std::function<bool()> isOver;
+};
+
 class SynchronousDispatch
 {
 public:
@@ -30,11 +39,10 @@ public:
     /// Thread: any.
     static void add(TaskQueue& queue, const std::shared_ptr<Task>& task);
 
-    /// Waits for \p task. In the GUI thread it runs a task \p isForGui that is pending.
-    /// \param whilePending is called from time to time until the task begins, with no lock held; may be empty.
+    /// Waits for \p task. In the GUI thread it runs a task \p isForGui that is pending. \p watch may be null.
     /// \return false if the task was taken back: it never runs.
     /// Thread: any; blocks until then.
-    static bool wait(Task& task, bool isForGui, const std::function<void()>& whilePending = {});
+    static bool wait(Task& task, bool isForGui, const TaskWatch* watch = nullptr);
 
     /// Ends the waits for \p task, which counts as finished from now on: if it is pending, it never runs, and if
     /// it is running, what is left of it is nothing to wait for.

@@ -8,6 +8,7 @@
 #include <thread>
 #include <utility>
 
+#include <brn_mesh_kernel/tasks/SynchronousDispatch.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 #include <brn_mesh_kernel/tasks/TaskQueueCore.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
@@ -60,8 +61,8 @@ public:
 class Q_DECL_HIDDEN Task::TaskImpl::Wait final : public WaitGraph::Wait
 {
 public:
-    Wait(TaskImpl& task, std::uint64_t endsBefore, bool mayWithdraw)
-        : m_task(task), m_endsBefore(endsBefore), m_mayWithdraw(mayWithdraw)
+    Wait(TaskImpl& task, std::uint64_t endsBefore, bool mayWithdraw, const TaskWatch* watch)
+        : m_task(task), m_endsBefore(endsBefore), m_mayWithdraw(mayWithdraw), m_watch(watch)
     {
     }
     ~Wait() { leave(); }
@@ -71,6 +72,8 @@ private:
     {
         const std::lock_guard<std::mutex> lock(m_task.m_lock);
         if (m_task.m_ends != m_endsBefore || (m_mayWithdraw && m_task.m_isGivenUp))
+            return {};
+        if (m_watch != nullptr && m_watch->isOver())
             return {};
         if (m_task.m_state == eRunning)
             return {WaitGraph::Target::Running, {m_task.m_runner}, nullptr};
@@ -97,6 +100,7 @@ private:
     TaskImpl& m_task;
     const std::uint64_t m_endsBefore;
     const bool m_mayWithdraw;
+    const TaskWatch* const m_watch; // may be null
 };
 
 // How often a waiting thread yields before it sleeps. Falling asleep and being woken takes longer than a
@@ -104,8 +108,10 @@ private:
 // then there are none.
 constexpr int mostYields = 100;
 
-// How often a thread that waits for a pending task looks at what nobody notifies it of.
+// How often a thread that waits for a task looks at what nobody notifies it of. What is over when it looks is
+// followed by the end of the task at once, as a rule, and that notifies: so it looks once more.
 constexpr std::chrono::milliseconds lookTime{10};
+constexpr int looksAfterEnd = 2;
 
 // Counts the calling thread as waiting, if its worker is one of those that could run the task: its place must
 // be taken, or the task might stay behind it for ever.
@@ -207,7 +213,7 @@ void Task::waitTillFinished()
     waitOrWithdraw(false);
 }
 
-bool Task::waitOrWithdraw(bool mayWithdraw, const std::function<void()>& whilePending)
+bool Task::waitOrWithdraw(bool mayWithdraw, const TaskWatch* watch)
 {
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     if (m_impl->m_state == eFinished || m_impl->m_isCancelled)
@@ -223,7 +229,7 @@ bool Task::waitOrWithdraw(bool mayWithdraw, const std::function<void()>& whilePe
     const int yields = queue && queue->runsOnOtherCore() ? mostYields : 0;
     for (int i = 0; i < yields && m_impl->m_ends == endsBefore; ++i)
         std::this_thread::yield();
-    const bool hasEnded = waitForEndAfter(endsBefore, mayWithdraw, whilePending);
+    const bool hasEnded = waitForEndAfter(endsBefore, mayWithdraw, watch);
     lock.lock();
     return hasEnded && m_impl->m_cancellations == cancellationsBefore;
 }
@@ -231,11 +237,11 @@ bool Task::waitOrWithdraw(bool mayWithdraw, const std::function<void()>& whilePe
 // Sleeps until the task has ended, or runs it here if no worker can. It looks for the task in the queue once
 // for each call of wakeWaiters(): if it is not there, somebody else has taken it, and the end of that run
 // notifies.
-bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw,
-                           const std::function<void()>& whilePending)
+bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw, const TaskWatch* watch)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
-    TaskImpl::Wait wait(*m_impl, endsBefore, mayWithdraw);
+    TaskImpl::Wait wait(*m_impl, endsBefore, mayWithdraw, watch);
+    int looksSinceOver = 0;
     bool wasBeingAdded = false;
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     while (m_impl->m_ends == endsBefore) {
@@ -245,16 +251,19 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw,
         const bool isGivenUp = mayWithdraw && m_impl->m_isGivenUp;
         if (!isGivenUp && (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw))) {
             if (wait.isListed() && (!wasBeingAdded || m_impl->m_isBeingAdded)) {
-                const bool looksAgain = whilePending && m_impl->m_state == ePending;
+                const bool isPending = m_impl->m_state == ePending;
                 ++m_impl->m_waiters;
-                if (looksAgain)
+                if (watch != nullptr)
                     m_impl->m_finishedCondition.wait_for(lock, lookTime);
                 else
                     m_impl->m_finishedCondition.wait(lock);
                 --m_impl->m_waiters;
-                if (looksAgain) {
+                if (watch != nullptr && m_impl->m_ends == endsBefore) {
                     lock.unlock();
-                    whilePending();
+                    if (watch->isOver() && ++looksSinceOver == looksAfterEnd)
+                        return true;
+                    if (isPending)
+                        watch->whilePending();
                     lock.lock();
                 }
             } else {

@@ -30,6 +30,7 @@ namespace Brennic::Core {
 
 class Task;
 class TaskQueue;
+struct TaskWatch;
 
 } // namespace Brennic::Core
 
@@ -132,10 +133,8 @@ private:
     void setBeingAdded(bool isBeingAdded);
     // Waits; returns whether the task has run. With mayWithdraw, a GUI task whose thread cannot run it any
     // more is removed from its queue, and the result is false: for a caller that nobody shares the task with.
-    // whilePending is called from time to time until the task begins; empty for none.
-    bool waitOrWithdraw(bool mayWithdraw, const std::function<void()>& whilePending = {});
-    bool waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw,
-                         const std::function<void()>& whilePending);
+    bool waitOrWithdraw(bool mayWithdraw, const TaskWatch* watch = nullptr);
+    bool waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw, const TaskWatch* watch);
     // The task has finished: waits for it end. Does nothing if it has finished already.
     void endRun();
     // Lets waiting threads look again whether they must run the task themselves.

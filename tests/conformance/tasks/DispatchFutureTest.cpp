@@ -348,6 +348,57 @@ TEST_F(DispatchFutureTest, aPromiseThatIsMovedAwayEndsWithTheCallable)
     EXPECT_EQ(future.result(), 1);
 }
 
+TEST_F(DispatchFutureTest, aPromiseThatIsFinishedEarlyRunsContinuationsOnce)
+{
+    Latch isAttached;
+    std::atomic<int> runs{0};
+    QFuture<int> future = dispatch(
+        [&](QPromise<int>& promise) {
+            isAttached.wait();
+            promise.addResult(1);
+            promise.finish();
+        },
+        *queue);
+    const QFuture<void> continued = QFuture<int>(future).then([&](int value) { runs += value; });
+    isAttached.countDown();
+    waitFor(continued);
+    waitFor(dispatch([] {}, *queue)); // behind the call
+    EXPECT_EQ(runs, 1);
+}
+
+TEST_F(DispatchFutureTest, whatComesAfterAPromiseIsFinishedIsDropped)
+{
+    const QFuture<int> future = dispatch(
+        [](QPromise<int>& promise) {
+            promise.addResult(1);
+            promise.finish();
+            promise.addResult(2);
+            throw std::runtime_error("too late");
+        },
+        *queue);
+    waitFor(future);
+    waitFor(dispatch([] {}, *queue));
+    EXPECT_EQ(future.results(), (QList<int>{1}));
+}
+
+TEST_F(DispatchFutureTest, aWaitEndsWhenTheCallableFinishesItsPromise)
+{
+    Latch hasWaited;
+    std::atomic<bool> isInTime{false};
+    QFuture<int> future = dispatch(
+        [&](QPromise<int>& promise) {
+            promise.addResult(1);
+            promise.finish();
+            isInTime = hasWaited.wait(std::chrono::seconds(10));
+        },
+        *queue);
+    waitFor(future);
+    hasWaited.countDown();
+    EXPECT_EQ(future.result(), 1);
+    waitFor(dispatch([] {}, *queue));
+    EXPECT_TRUE(isInTime);
+}
+
 TEST_F(DispatchFutureTest, continuationsRunAfterTheCall)
 {
     std::vector<int> order;

@@ -352,6 +352,24 @@ TEST_F(EndlessWait, aContinuationMayWaitForTheThreadThatWaitsForItsFuture)
     EXPECT_TRUE(warnings().empty());
 }
 
+// The same after the callable has finished the future by its promise.
+TEST_F(EndlessWait, aCallableMayWaitForTheThreadThatWaitsForItsFinishedPromise)
+{
+    std::atomic<bool> served{false};
+    Latch isFinished;
+    const QFuture<void> future = dispatch(
+        [&](QPromise<void>& promise) {
+            promise.finish();
+            served = dispatchSync([] {}, eQOS_GUI);
+            isFinished.countDown();
+        },
+        *first);
+    waitFor(future);
+    EXPECT_TRUE(serveUntil([&] { return isFinished.isDown(); }));
+    EXPECT_TRUE(served);
+    EXPECT_TRUE(warnings().empty());
+}
+
 #endif
 
 // A task that is shared may be taken back by anybody, so a wait for it counts as one that can end while it is

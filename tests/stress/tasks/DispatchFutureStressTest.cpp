@@ -72,6 +72,23 @@ TEST_F(DispatchFutureStress, everyCallEndsByItsValueOrIsCancelled)
     EXPECT_GE(values, threadsOfHost * rounds * 7 / 8); // the others were cancelled
 }
 
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+
+// A continuation that is attached while the call ends is run once, by either thread.
+TEST_F(DispatchFutureStress, continuationsThatAreAttachedWhileCallsEndRunOnce)
+{
+    std::atomic<int> runs{0};
+    for (int round = 0; round < 10 * rounds; ++round) {
+        QFuture<int> future = dispatch([] { return 1; }, *queue);
+        if (round % 2 == 0)
+            waitFor(future);
+        waitFor(future.then([&](int value) { runs += value; }));
+    }
+    EXPECT_EQ(runs, 10 * rounds);
+}
+
+#endif
+
 TEST_F(DispatchFutureStress, callsThatWaitForCallsAllEnd)
 {
     std::atomic<int> sum{0};
