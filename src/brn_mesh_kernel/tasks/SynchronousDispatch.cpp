@@ -44,18 +44,14 @@ void SynchronousDispatch::endWaits(Task& task)
 
 SynchronousDispatch::CountedAsWaiting::CountedAsWaiting() : m_worker(TaskWorker::current())
 {
-    if (m_worker == nullptr)
-        return;
-    ++m_worker->core().family->otherWaits; // first: it has pending tasks move, however many queues there are
-    TaskQueue::beginWait(*m_worker);
+    if (m_worker != nullptr)
+        TaskQueue::beginOtherWait(*m_worker);
 }
 
 SynchronousDispatch::CountedAsWaiting::~CountedAsWaiting()
 {
-    if (m_worker == nullptr)
-        return;
-    TaskQueue::endWait(*m_worker);
-    --m_worker->core().family->otherWaits;
+    if (m_worker != nullptr)
+        TaskQueue::endOtherWait(*m_worker);
 }
 
 } // namespace Brennic::Core

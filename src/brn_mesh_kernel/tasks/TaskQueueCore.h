@@ -89,6 +89,8 @@ struct TaskFamily
     /// Waits of workers for what is no task. They cannot run what is pending in place of an overflow queue, so
     /// there is no limit meanwhile.
     std::atomic<int> otherWaits{0};
+    /// Whether any of the queues has ever been stranded; see TaskQueueCore.
+    std::atomic<bool> hasBeenStranded{false};
 };
 
 struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
@@ -111,6 +113,12 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
 
     /// Has each thread that waits for a pending task look again whether it must run the task itself.
     void wakeWaiters();
+
+    void setStranded()
+    {
+        family->hasBeenStranded = true; // first: whoever reads it reads the other afterwards
+        isStranded = true;
+    }
 
     const EQualityOfService qos;
     const std::shared_ptr<TaskFamily> family;

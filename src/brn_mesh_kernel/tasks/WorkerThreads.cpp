@@ -82,13 +82,7 @@ void wakeWaiters()
 {
     // Outside the mutex: whoever holds a task last may destroy its queue here, which takes the mutex to end
     // the workers.
-    std::vector<std::shared_ptr<TaskQueueCore>> cores;
-    {
-        const Lock lock(state().mutex);
-        for (const Entry& entry : state().entries)
-            cores.push_back(entry.worker->core().shared_from_this());
-    }
-    for (const std::shared_ptr<TaskQueueCore>& core : cores)
+    for (const std::shared_ptr<TaskQueueCore>& core : cores())
         core->wakeWaiters();
 }
 
@@ -252,6 +246,15 @@ void remove(const TaskWorker& worker)
     std::vector<Entry>& entries = state().entries;
     const auto isWorker = [&worker](const Entry& entry) { return entry.worker == &worker; };
     entries.erase(std::remove_if(entries.begin(), entries.end(), isWorker), entries.end());
+}
+
+std::vector<std::shared_ptr<TaskQueueCore>> cores()
+{
+    std::vector<std::shared_ptr<TaskQueueCore>> result;
+    const Lock lock(state().mutex);
+    for (const Entry& entry : state().entries)
+        result.push_back(entry.worker->core().shared_from_this());
+    return result;
 }
 
 std::size_t count()

@@ -461,6 +461,26 @@ TEST_F(DispatchFutureTest, waitsForContinuationsNestAHundredDeepOnOneWorker) // 
     EXPECT_EQ(future.result(), 100);
 }
 
+// By then the queue has all of its overflow queues, and threads that wait run the pending tasks themselves.
+TEST_F(DispatchFutureTest, aWaitForAContinuationMakesRoomBelowAHundredOtherWaits)
+{
+    std::function<int(int)> nest = [&](int depth) {
+        const QFuture<int> inner =
+            dispatch([&, depth] { return depth == 0 ? 0 : nest(depth - 1) + 1; }, *queue);
+        const QFuture<int> awaited =
+            depth > 0 ? inner : QFuture<int>(inner).then([](int value) { return value; });
+        waitFor(awaited);
+        return awaited.result();
+    };
+    Latch isDone;
+    const QFuture<int> future = dispatch([&] { return nest(100); }, *queue).then([&](int value) {
+        isDone.countDown();
+        return value;
+    });
+    ASSERT_TRUE(isDone.wait());
+    EXPECT_EQ(future.result(), 100);
+}
+
 TEST_F(DispatchFutureTest, whenAllWaitsForSeveral)
 {
     QList<QFuture<int>> parts{dispatch([] { return 1; }, eQOS_Normal), dispatch([] { return 2; }, eQOS_High)};
