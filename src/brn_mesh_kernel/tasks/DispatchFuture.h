@@ -140,16 +140,6 @@ private:
         finish();
     }
 
-    // Finishes the future, unless the callable has: Qt would run the continuations again, and crash. Some of its
-    // versions do that too with a continuation that is attached after the future has finished and before Qt looks
-    // for one. So nobody is woken in between.
-    void finish()
-    {
-        if (!m_future.isFinished())
-            m_future.reportFinished();
-        endWaits();
-    }
-
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
     void invoke()
     {

@@ -6,7 +6,11 @@
 #include <functional>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 #include <vector>
+
+#include <QLibraryInfo>
+#include <QVersionNumber>
 
 #include <brn_mesh_kernel/tasks/SynchronousDispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
@@ -15,13 +19,121 @@
 
 namespace Brennic::Core {
 
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+
+namespace {
+
+// Gives access to the continuation of a future, which Qt has room for one of.
+class ContinuationOf : public QFutureInterfaceBase
+{
+public:
+    explicit ContinuationOf(const QFutureInterfaceBase& future) : QFutureInterfaceBase(future) {}
+    using QFutureInterfaceBase::runContinuation;
+    using QFutureInterfaceBase::setContinuation;
+};
+
+// Qt 6.4 marks a future as finished, and then looks for a continuation to run. One that another thread attaches
+// in between runs at once, and a second time when Qt looks: the second run uses what the first has moved away,
+// and crashes. So the future must not become finished while another thread attaches a continuation.
+//
+// For that Qt would have to set the mark under the mutex under which it replaces a continuation. It destroys the
+// one before under that mutex. So the call attaches a continuation that does nothing but to tell of its own
+// destruction. There are two cases:
+// - Somebody attaches another before the call ends. Then nobody else attaches one: a future has one at most.
+// - The call ends first, and replaces its own. The destructor sets the mark, under the mutex. If another thread
+//   is ahead at the mutex, the destructor runs there, and the call finds a finished future with a continuation
+//   that nobody has run.
+class FutureEnd
+{
+public:
+    /// Attaches the continuation that does nothing. Later versions of Qt have not been tried: there nothing is
+    /// attached, and a call ends as Qt's own do.
+    explicit FutureEnd(const QFutureInterfaceBase& future)
+    {
+        static const bool isNeeded = QVersionNumber(6, 4).isPrefixOf(QLibraryInfo::version());
+        if (isNeeded)
+            ContinuationOf(future).setContinuation(
+                [mark = std::make_shared<Mark>(m_shared)](const QFutureInterfaceBase&) {});
+        else
+            m_shared->state = State::Attached;
+    }
+
+    void finish(const QFutureInterfaceBase& future)
+    {
+        ContinuationOf continuation(future);
+        m_shared->future = &continuation;
+        State state = State::Open;
+        if (m_shared->state.compare_exchange_strong(state, State::Ending)) {
+            // Qt calls this at once if the future is finished by then.
+            continuation.setContinuation(
+                [](const QFutureInterfaceBase& parent) { ContinuationOf(parent).runContinuation(); });
+        } else {
+            continuation.reportFinished();
+            continuation.runContinuation();
+        }
+    }
+
+private:
+    enum class State
+    {
+        Open,     // nobody has attached a continuation
+        Attached, // somebody has
+        Ending,   // the call has begun to end before
+    };
+
+    // The continuation may outlive the call.
+    struct Shared
+    {
+        std::atomic<State> state{State::Open};
+        QFutureInterfaceBase* future = nullptr; // set before the call begins to end, which waits for the mark
+    };
+
+    class Mark
+    {
+    public:
+        explicit Mark(std::shared_ptr<Shared> shared) : m_shared(std::move(shared)) {}
+        ~Mark()
+        {
+            State state = State::Open;
+            if (!m_shared->state.compare_exchange_strong(state, State::Attached) && state == State::Ending)
+                m_shared->future->reportFinished();
+        }
+        Mark(const Mark&) = delete;
+        Mark& operator=(const Mark&) = delete;
+
+    private:
+        const std::shared_ptr<Shared> m_shared;
+    };
+
+    const std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
+};
+
+} // namespace
+
+#else
+
+namespace {
+
+// Futures of this Qt have no continuations.
+class FutureEnd
+{
+public:
+    explicit FutureEnd(const QFutureInterfaceBase&) {}
+    static void finish(QFutureInterfaceBase future) { future.reportFinished(); }
+};
+
+} // namespace
+
+#endif
+
 class DispatchedCall::Impl
 {
 public:
-    explicit Impl(const QFutureInterfaceBase& future) : m_future(future) {}
+    explicit Impl(const QFutureInterfaceBase& future) : m_future(future), m_end(future) {}
 
     const QFutureInterfaceBase m_future; // keeps the address by which the call is found
-    std::weak_ptr<Task> m_task;          // set before others can find the call, like the next two
+    FutureEnd m_end;
+    std::weak_ptr<Task> m_task; // set before others can find the call, like the next two
     bool m_isForGui = false;
     bool m_hadApplication = false;      // when it was added
     std::atomic<bool> m_isTaken{false}; // by whoever runs it or gives it up
@@ -152,8 +264,11 @@ bool DispatchedCall::giveUp(bool releasesCallable)
     return true;
 }
 
-void DispatchedCall::endWaits()
+// The waits end last. Where Qt has the gap of which FutureEnd tells, nobody is to be woken inside it.
+void DispatchedCall::finish()
 {
+    if (!m_impl->m_future.isFinished()) // or Qt would run the continuations again
+        m_impl->m_end.finish(m_impl->m_future);
     if (const std::shared_ptr<Task> task = m_impl->m_task.lock())
         SynchronousDispatch::endWaits(*task);
 }

@@ -57,9 +57,10 @@ protected:
     /// Thread: any.
     explicit DispatchedCall(const QFutureInterfaceBase& future);
 
-    /// Ends the waits for the call, whose future has just been finished.
+    /// Finishes the future, unless the callable has done so by its promise, runs its continuations and ends the
+    /// waits for the call. Called last by \ref run and \ref drop.
     /// Thread: any.
-    void endWaits();
+    void finish();
 
 private:
     class Impl;
