@@ -143,11 +143,12 @@ TEST_F(DispatchFutureTest, aCallThatIsCancelledWhileAThreadWaitsForItIsTakenBack
     Latch hasWaited;
     std::atomic<bool> hasRun{false};
     QFuture<void> future;
+    const auto blocking = std::make_shared<Task>([&] {
+        isBlocked.countDown();
+        mayEnd.wait();
+    });
     queue->dispatch([&] {
-        queue->dispatch([&] {
-            isBlocked.countDown();
-            mayEnd.wait();
-        });
+        queue->addTask(blocking);
         future = dispatch([&] { hasRun = true; }, *queue);
         waitFor(future);
         hasWaited.countDown();
@@ -158,6 +159,7 @@ TEST_F(DispatchFutureTest, aCallThatIsCancelledWhileAThreadWaitsForItIsTakenBack
     EXPECT_TRUE(future.isFinished());
     mayEnd.countDown();
     EXPECT_TRUE(hasWaited.wait());
+    blocking->waitTillFinished();
     EXPECT_FALSE(hasRun);
 }
 
