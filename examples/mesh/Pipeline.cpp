@@ -52,6 +52,11 @@ void Pipeline::run()
     } catch (const std::exception& error) {
         m_stages.fail(boost::nowide::widen(reasonOf(error)));
         throw;
+    } catch (const Cancelled&) {
+        throw;
+    } catch (...) {
+        m_stages.fail(boost::nowide::widen(unknownReason));
+        throw;
     }
 }
 

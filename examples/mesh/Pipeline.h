@@ -21,6 +21,8 @@ struct Cancelled
 
 /// What to tell people of an exception that a run has thrown, in one sentence.
 std::string reasonOf(const std::exception& error);
+/// The same of one that is no `std::exception`.
+constexpr const char* unknownReason = "an error of an unknown kind";
 
 class Pipeline
 {

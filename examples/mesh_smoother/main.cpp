@@ -11,13 +11,14 @@
 #include <string>
 
 #include <QCoreApplication>
+#include <QScopeGuard>
 #include <boost/nowide/args.hpp>
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_kernel/progress/ConsoleProgress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
-#include <brn_mesh_kernel/tasks/Task.h>
+#include <brn_mesh_kernel/tasks/TaskGroup.h>
 
 #include "KernelSession.h"
 #include "Options.h"
@@ -51,20 +52,13 @@ void cancel(Progress& progress)
 // Runs the event loop until the pipeline is done; throws what the pipeline has thrown.
 void runToTheEnd(Pipeline& pipeline)
 {
-    std::exception_ptr failure;
-    const auto task = std::make_shared<Task>([&] {
-        try {
-            pipeline.run();
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        dispatchAsync(&QCoreApplication::quit, eQOS_GUI);
+    TaskGroup group(eQOS_Normal);
+    group.dispatch([&] {
+        const auto quit = qScopeGuard([] { dispatchAsync(&QCoreApplication::quit, eQOS_GUI); });
+        pipeline.run();
     });
-    TaskQueue::getGlobalQueue(eQOS_Normal)->addTask(task);
     QCoreApplication::exec();
-    task->waitTillFinished();
-    if (failure)
-        std::rethrow_exception(failure);
+    group.wait();
 }
 
 void smoothMesh(const Options& options)
@@ -130,6 +124,8 @@ int main(int argc, char** argv)
         endInterrupted();
     } catch (const std::exception& error) {
         return fail(reasonOf(error));
+    } catch (...) {
+        return fail(unknownReason);
     }
     return exitDone;
 }

@@ -118,12 +118,14 @@ void MeshView::wheelEvent(QWheelEvent* event)
     event->accept();
 }
 
-// The fine picture is what takes time.
 void MeshView::changeView()
 {
     m_isFine = false;
-    if (m_drawing && m_drawnQuality == Quality::Fine)
+    const bool isCoarse = m_drawnQuality == Quality::Coarse;
+    if (m_drawing && !m_drawing->isCancelled() && (!isCoarse || !m_isOverdue)) {
         m_drawing->cancel();
+        m_isOverdue = isCoarse;
+    }
     m_isOutdated = m_drawing != nullptr;
     if (!m_shape || contentsRect().isEmpty()) {
         m_rest.stop();
@@ -160,13 +162,16 @@ void MeshView::begin(Quality quality)
     dispatchAsync(draw, qos);
 }
 
-void MeshView::take(const QImage& picture, Quality quality)
+// A picture may be complete by the time at which it is cancelled.
+void MeshView::take(const QImage& drawn, Quality quality)
 {
+    const QImage picture = m_drawing->isCancelled() ? QImage() : drawn;
     m_drawing.reset();
     const bool isOutdated = std::exchange(m_isOutdated, false);
     if (!m_shape)
         return;
     if (!picture.isNull()) {
+        m_isOverdue = false;
         m_picture = picture;
         m_isFine = quality == Quality::Fine && !isOutdated;
         update();

@@ -3,8 +3,8 @@
 /// A shaded picture of a mesh, which the mouse turns, and its wheel enlarges.
 ///
 /// Pictures are drawn in the background. While the view changes, coarse ones are shown, one behind the other; a fine
-/// one follows when it rests. A newer view cancels a fine one, and takes the place of a coarse one that has not begun.
-/// A coarse one that has begun is shown: otherwise nothing would move while the mouse does.
+/// one follows when it rests. A newer view cancels the picture of an older one. But of two coarse ones in a row the
+/// second is drawn to its end: otherwise nothing would move while the mouse does.
 ///
 /// Everything here belongs to the GUI thread.
 
@@ -62,7 +62,7 @@ private:
 
     void changeView();
     void begin(Quality quality);
-    void take(const QImage& picture, Quality quality);
+    void take(const QImage& drawn, Quality quality);
     MeshColors colors() const;
 
     std::shared_ptr<const MeshShape> m_shape;
@@ -73,5 +73,6 @@ private:
     std::shared_ptr<Brennic::Core::Progress> m_drawing; // of the picture that is being drawn
     Quality m_drawnQuality = Quality::Coarse;           // of the same
     bool m_isOutdated = false;                          // the view has changed since that was begun
+    bool m_isOverdue = false;                           // a coarse one was cancelled, and none shown since
     QTimer m_rest;
 };

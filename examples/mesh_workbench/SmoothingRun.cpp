@@ -50,12 +50,14 @@ void SmoothingRun::start()
     m_isRunning = true;
     QFuture<End> work = dispatch([this] { return this->work(); }, eQOS_Normal);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-    work.then(this, [this](const End& how) { end(how); });
+    work.then(this, [this](const End& how) { end(how); }).onCanceled(this, [this] {
+        end({Outcome::Interrupted, {}}); // the application ends, and nobody has begun the work
+    });
 #else // whose futures have no continuations
     auto* const watcher = new QFutureWatcher<End>(this);
     connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
         watcher->deleteLater();
-        end(watcher->result());
+        end(watcher->isCanceled() ? End{Outcome::Interrupted, {}} : watcher->result());
     });
     watcher->setFuture(work);
 #endif
@@ -71,6 +73,8 @@ SmoothingRun::End SmoothingRun::work()
         return {Outcome::Interrupted, {}};
     } catch (const std::exception& exception) {
         return {Outcome::Failed, QString::fromStdString(reasonOf(exception))};
+    } catch (...) {
+        return {Outcome::Failed, QString::fromUtf8(unknownReason)};
     }
 }
 

@@ -100,6 +100,33 @@ TEST_F(MeshViewTest, whatWasTurnedOnTheWayIsSkippedAndTheLastViewIsShown)
     EXPECT_EQ(view().picture(), last);
 }
 
+TEST_F(MeshViewTest, aNewerViewCancelsACoarsePicture)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    int coarse = 0;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(),
+                     [&](bool isFine) { coarse += isFine ? 0 : 1; });
+    drag({50, 50}, {150, 50});
+    drag({150, 50}, {170, 50});
+    ASSERT_TRUE(isFine());
+    EXPECT_EQ(coarse, 1);
+}
+
+TEST_F(MeshViewTest, picturesAreShownWhileTheViewKeepsChanging)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    int shown = 0;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(), [&] { ++shown; });
+    EXPECT_TRUE(serveUntil([&, step = 0.0F]() mutable {
+        Camera camera = view().camera();
+        camera.rotation = QQuaternion::fromAxisAndAngle(0, 1, 0, ++step);
+        view().setCamera(camera);
+        return shown > 3;
+    }));
+}
+
 TEST_F(MeshViewTest, aPictureFollowsItsPlace)
 {
     ASSERT_TRUE(smoothed(demoMesh));
