@@ -391,7 +391,7 @@ TEST_F(DispatchFutureTest, aWaitEndsWhenTheCallableFinishesItsPromise)
         [&](QPromise<int>& promise) {
             promise.addResult(1);
             promise.finish();
-            isInTime = hasWaited.wait(std::chrono::seconds(10));
+            isInTime = hasWaited.wait();
         },
         *queue);
     waitFor(future);
@@ -420,8 +420,7 @@ TEST_F(DispatchFutureTest, aWaitEndsBeforeContinuationsHaveRun)
     Latch mayEnd;
     Latch hasWaited;
     const QFuture<void> future = dispatch([&] { mayEnd.wait(); }, *queue);
-    const QFuture<bool> continued =
-        QFuture<void>(future).then([&] { return hasWaited.wait(std::chrono::seconds(10)); });
+    const QFuture<bool> continued = QFuture<void>(future).then([&] { return hasWaited.wait(); });
     mayEnd.countDown();
     waitFor(future);
     hasWaited.countDown();
