@@ -1,4 +1,5 @@
 #include "crash/support/CrashFixture.h"
+#include "crash/support/TimeLimits.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -32,7 +33,7 @@ protected:
     void expectDeath(const ProcessEnd& end, int signal = SIGSEGV) const
     {
         EXPECT_EQ(end.signal, signal) << "exit code " << end.exitCode << ", " << end.err;
-        EXPECT_LT(end.time.count(), limitOfAllSteps);
+        EXPECT_TRUE(isBelow(end.time, limitOfAllSteps));
     }
 
     // The dump in the host's directory. The library's own threads are the reporter and those of log4cplus.
@@ -194,20 +195,18 @@ TEST_F(CrashSituation, aHeapThatAllThreadsShareCostsTheReportAndTwoSeconds)
     unsetenv("GLIBC_TUNABLES");
     EXPECT_EQ(end.signal, SIGABRT);
     EXPECT_GT(end.time.count(), 1900);
-    EXPECT_LT(end.time.count(), 4000);
+    EXPECT_TRUE(isBelow(end.time, 4000));
     expectGoodDump(dump(), SIGABRT, "crashInHeapByTopChunk");
 }
 
 TEST_F(CrashSituation, aDumpThatHangsIsReplacedByASmallerOneWithinFiveSeconds)
 {
-    if (sanitizer.find("address") != std::string_view::npos)
-        GTEST_SKIP() << "the sanitizer keeps the killed helper's frames marked, where the next one's lie";
     const ProcessEnd end = crash("pointer-to-hanging-memory");
     if (end.exitCode == preparationFailed)
         GTEST_SKIP() << "the system gives us no memory that hangs";
     EXPECT_EQ(end.signal, SIGILL);
     EXPECT_GT(end.time.count(), 2500);
-    EXPECT_LT(end.time.count(), 5500);
+    EXPECT_TRUE(isBelow(end.time, 5500));
     expectGoodDump(dump(), SIGILL, "crashPointingToMemoryThatHangs");
 }
 
@@ -217,7 +216,7 @@ TEST_F(CrashSituation, aReportThatHangsCostsTwoSeconds)
     const ProcessEnd end = crash("null-write", {"handler=true"});
     EXPECT_EQ(end.exitCode, 1);
     EXPECT_GT(end.time.count(), 1900);
-    EXPECT_LT(end.time.count(), 4000);
+    EXPECT_TRUE(isBelow(end.time, 4000));
     expectGoodDump(dump(), SIGSEGV, "crashByNullWrite");
 }
 
@@ -301,8 +300,6 @@ TEST_F(CrashSituation, underATracerWithAFilterThereIsADumpAndItsHelperEnds)
 
 TEST_F(CrashSituation, theDumpsHelperDiesWithItsParent)
 {
-    if (sanitizer.find("address") != std::string_view::npos)
-        GTEST_SKIP() << "the sanitizer keeps the killed helper's frames marked, where the next one's lie";
     ChildProcess child = start("pointer-to-hanging-memory");
     const std::string argument = m_host.string();
     const bool hasHelper =

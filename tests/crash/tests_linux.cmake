@@ -38,6 +38,7 @@ brn_crash_test(
           CrashSituationsTest.cpp
           CrashUnderDebuggerTest.cpp
           support/ChildProcess.cpp
+          support/TimeLimits.cpp
           support/CrashFixture.cpp
           support/DumpReaders.cpp
           support/Minidump.cpp

@@ -26,6 +26,7 @@
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 #include "programs/Check.h"
+#include "support/Eventually.h"
 #include "support/Latch.h"
 
 namespace {
@@ -421,6 +422,36 @@ int recursionByDispatchSyncTenDeep()
     return 0;
 }
 
+// What a host keeps in a worker's thread is destroyed after Qt has told that the thread has finished. Ends the process well,
+// unless the process has ended before.
+struct SlowToGo
+{
+    ~SlowToGo()
+    {
+        isGoing = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        std::_Exit(0);
+    }
+    static std::atomic<bool> isGoing;
+};
+std::atomic<bool> SlowToGo::isGoing{false};
+
+int exitWhileAThreadDestroysItsObjects()
+{
+    const QCoreApplication application(argumentCount, arguments);
+    std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
+    auto task = std::make_shared<Task>([] {
+        static thread_local SlowToGo slow;
+        static_cast<void>(slow);
+    });
+    queue->addTask(task);
+    task->waitTillFinished();
+    task.reset(); // which keeps the queue
+    queue.reset();
+    CHECK(Brennic::Testing::eventually([] { return SlowToGo::isGoing.load(); }));
+    std::exit(1);
+}
+
 const std::map<std::string, int (*)()> scenes{
     {"noThreadMakesNoQueue", &noThreadMakesNoQueue},
     {"aQueueWorksWithTheWorkersThatItGot", &aQueueWorksWithTheWorkersThatItGot},
@@ -438,6 +469,7 @@ const std::map<std::string, int (*)()> scenes{
     {"recursionFourteenDeepOnOneWorker", &recursionFourteenDeepOnOneWorker},
     {"recursionFourteenDeepOnFourWorkers", &recursionFourteenDeepOnFourWorkers},
     {"recursionByDispatchSyncTenDeep", &recursionByDispatchSyncTenDeep},
+    {"exitWhileAThreadDestroysItsObjects", &exitWhileAThreadDestroysItsObjects},
 };
 
 } // namespace

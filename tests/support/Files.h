@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -19,11 +18,13 @@ inline std::wstring wide(const std::filesystem::path& path)
     return boost::nowide::widen(path.u8string());
 }
 
-/// The bytes of a file; empty if there is none.
+/// The bytes of a file; empty if there is none. Where reading fails in the middle, as in what the system tells of a process
+/// that ends, what was read before.
 inline std::string readFile(const std::filesystem::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf(); // unlike an iterator, it does not throw
+    return bytes.str();
 }
 
 /// The text of what was written in text mode, which Windows ends lines with CR LF in.

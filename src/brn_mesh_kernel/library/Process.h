@@ -2,7 +2,9 @@
 /// \file
 /// What the library asks of the process and of its threads, in each platform's way. Not installed.
 
+#include <cstdint>
 #include <string>
+#include <utility>
 
 namespace Brennic::Core {
 
@@ -13,6 +15,26 @@ void callAtExit(void (*function)());
 /// Starts a thread that runs \p function and that nobody joins. What the function throws ends the process.
 /// \return false if the system has no thread.
 bool startThread(void (*function)());
+
+/// Tells when the thread that has made it has gone. `QThread` says so earlier: the system still runs code of libraries in
+/// the thread then, which takes locks.
+class ThreadEnd
+{
+public:
+    ThreadEnd();
+    ~ThreadEnd();
+    ThreadEnd(ThreadEnd&& other) noexcept : m_thread(std::exchange(other.m_thread, 0)) {}
+    ThreadEnd& operator=(ThreadEnd&& other) noexcept
+    {
+        std::swap(m_thread, other.m_thread);
+        return *this;
+    }
+
+    bool hasCome() const;
+
+private:
+    std::intptr_t m_thread; // as the system names it
+};
 
 /// Gives the calling thread a name of at most 15 bytes, for debuggers and profilers.
 ///

@@ -6,6 +6,8 @@
 #include <cxxabi.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 // This library's, as the compiler hands it over with the destructors of static objects.
 extern "C" [[gnu::visibility("hidden")]] void* __dso_handle; // NOLINT(*-reserved-identifier)
@@ -29,6 +31,15 @@ bool startThread(void (*function)())
     } catch (const std::system_error&) {
         return false;
     }
+}
+
+ThreadEnd::ThreadEnd() : m_thread(syscall(SYS_gettid)) {}
+
+ThreadEnd::~ThreadEnd() = default;
+
+bool ThreadEnd::hasCome() const
+{
+    return syscall(SYS_tgkill, getpid(), m_thread, 0) != 0;
 }
 
 void nameCurrentThread(const std::string& name)

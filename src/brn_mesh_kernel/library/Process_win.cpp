@@ -51,6 +51,25 @@ bool startThread(void (*function)())
     return thread != 0 && CloseHandle(reinterpret_cast<HANDLE>(thread)) != 0;
 }
 
+ThreadEnd::ThreadEnd() : m_thread(0)
+{
+    HANDLE thread = nullptr;
+    if (DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE,
+                        FALSE, 0) != 0)
+        m_thread = reinterpret_cast<std::intptr_t>(thread);
+}
+
+ThreadEnd::~ThreadEnd()
+{
+    if (m_thread != 0)
+        CloseHandle(reinterpret_cast<HANDLE>(m_thread));
+}
+
+bool ThreadEnd::hasCome() const
+{
+    return m_thread == 0 || WaitForSingleObject(reinterpret_cast<HANDLE>(m_thread), 0) == WAIT_OBJECT_0;
+}
+
 void nameCurrentThread(const std::string& name)
 {
     using SetThreadDescription = HRESULT WINAPI(HANDLE thread, const wchar_t* description);

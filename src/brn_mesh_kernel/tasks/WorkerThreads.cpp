@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <brn_mesh_kernel/library/Process.h>
 #include <brn_mesh_kernel/tasks/DispatchedCall.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
 
@@ -41,6 +42,15 @@ struct LaterWorkers
     int count;
 };
 
+// The thread object of a worker that has gone, and its thread, which may still be ending.
+struct FinishedThread
+{
+    std::unique_ptr<QThread> thread;
+    ThreadEnd end;
+
+    bool isEnding() const { return !thread->wait(0) || !end.hasCome(); }
+};
+
 struct State
 {
     std::atomic<Phase> phase{Phase::BeforeApplication}; // changed under mutex, read without
@@ -48,9 +58,9 @@ struct State
     std::mutex mutex;
     std::condition_variable changed;
     std::atomic<int> applicationUses{0};
-    std::vector<Entry> entries;            // guarded by mutex
-    std::vector<LaterWorkers> later;       // guarded by mutex
-    std::vector<QThread*> finishedThreads; // guarded by mutex
+    std::vector<Entry> entries;                  // guarded by mutex
+    std::vector<LaterWorkers> later;             // guarded by mutex
+    std::vector<FinishedThread> finishedThreads; // guarded by mutex
 };
 
 using Lock = std::unique_lock<std::mutex>;
@@ -101,9 +111,9 @@ void waitUntil(Condition condition)
 bool isAnyStartingOrEnding()
 {
     const std::vector<Entry>& entries = state().entries;
-    const std::vector<QThread*>& finished = state().finishedThreads;
-    const auto isEnding = [](QThread* thread) {
-        return thread != QThread::currentThread() && !thread->wait(0);
+    const std::vector<FinishedThread>& finished = state().finishedThreads;
+    const auto isEnding = [](const FinishedThread& each) {
+        return each.thread.get() != QThread::currentThread() && each.isEnding();
     };
     return std::any_of(entries.begin(), entries.end(),
                        [](const Entry& entry) { return entry.worker->isStartingOrEnding(); }) ||
@@ -121,13 +131,13 @@ bool areAllAtRest()
 // a queue. Deletes two at most: the list shrinks, since one is added at a time, and nobody pays for many.
 void deleteFinishedThreads()
 {
-    std::vector<std::unique_ptr<QThread>> deleted; // before the lock, so that they are deleted after it
+    std::vector<FinishedThread> deleted; // before the lock, so that they are deleted after it
     const Lock lock(state().mutex);
-    std::vector<QThread*>& threads = state().finishedThreads;
+    std::vector<FinishedThread>& threads = state().finishedThreads;
     while (deleted.size() < 2 && !threads.empty()) {
-        if (threads.front() == QThread::currentThread() || !threads.front()->wait(0))
+        if (threads.front().thread.get() == QThread::currentThread() || threads.front().isEnding())
             return;
-        deleted.emplace_back(threads.front());
+        deleted.push_back(std::move(threads.front()));
         threads.erase(threads.begin());
     }
 }
@@ -316,7 +326,7 @@ void takeOver(QThread* thread)
 {
     deleteFinishedThreads();
     const Lock lock(state().mutex);
-    state().finishedThreads.push_back(thread);
+    state().finishedThreads.push_back({std::unique_ptr<QThread>(thread), ThreadEnd()});
 }
 
 void end()

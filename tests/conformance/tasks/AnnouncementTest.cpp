@@ -19,7 +19,6 @@
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 #include "support/AnnouncementSlot.h"
-#include "support/DetachedThread.h"
 #include "support/TaskFixture.h"
 #include "support/WorkerThreads.h"
 
@@ -31,27 +30,33 @@ namespace {
 class AnnouncementTest : public TaskFixture
 {
 protected:
-    /// Adds a task in a thread of its own, which may hang; an exception of the slot ends there.
-    static void addAside(const std::shared_ptr<TaskQueue>& queue, const std::shared_ptr<Task>& task,
-                         const std::shared_ptr<Latch>& returned)
-    {
-        runDetached([queue, task, returned] {
-            try {
-                queue->addTask(task);
-            } catch (const std::runtime_error&) {
-            }
-            returned->countDown();
-        });
-    }
-
-    /// Expects \p task to run, added in a thread of its own.
+    /// Expects a task to run and \c addTask to return, called in a thread of its own. An exception of the slot ends there.
     static void expectToRun(const std::shared_ptr<TaskQueue>& queue)
     {
         const auto done = std::make_shared<Latch>();
-        const auto returned = std::make_shared<Latch>();
-        addAside(queue, std::make_shared<Task>([done] { done->countDown(); }), returned);
+        expectToReturn([queue, done] {
+            try {
+                queue->addTask(std::make_shared<Task>([done] { done->countDown(); }));
+            } catch (const std::runtime_error&) {
+            }
+        });
         EXPECT_TRUE(done->wait(hangLimit)) << "the task has not been run";
-        EXPECT_TRUE(returned->wait(hangLimit)) << "addTask has not returned";
+    }
+
+    /// Calls \p add in a thread of its own, which is given up if it hangs.
+    static void expectToReturn(const std::function<void()>& add)
+    {
+        const auto returned = std::make_shared<Latch>();
+        auto thread = std::make_unique<std::thread>([add, returned] {
+            add();
+            returned->countDown();
+        });
+        if (returned->wait(hangLimit)) {
+            thread->join();
+            return;
+        }
+        ADD_FAILURE() << "addTask has not returned";
+        static_cast<void>(thread.release());
     }
 
     template <typename Slot>
@@ -89,7 +94,7 @@ TEST_F(AnnouncementTest, slotMayWaitForTheTaskInAWorker)
         isWaiting = false;
     });
     const auto done = std::make_shared<Latch>();
-    runDetached([queue = queue, done] {
+    expectToReturn([queue = queue, done] {
         queue->addTask(std::make_shared<Task>(
             [queue, done] { queue->addTask(std::make_shared<Task>([done] { done->countDown(); })); }));
     });

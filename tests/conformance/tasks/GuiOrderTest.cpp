@@ -253,11 +253,12 @@ TEST_F(GuiOrder, isThatOfPostingAgainWhenTheLastTaskOfAFloodRuns)
         EXPECT_TRUE(lastRuns.wait());
         asEvent([&] { order.emplace_back("event"); });
         asTask([&] { order.emplace_back("task"); });
+        asEvent([&] { order.emplace_back("later event"); });
         havePosted.countDown();
     });
-    EXPECT_TRUE(serveUntil([&] { return order.size() == 2; }));
+    EXPECT_TRUE(serveUntil([&] { return order.size() == 3; }));
     poster.join();
-    EXPECT_EQ(order, (std::vector<std::string>{"event", "task"}));
+    EXPECT_EQ(order, (std::vector<std::string>{"event", "task", "later event"}));
 }
 
 TEST_F(GuiOrder, inAFloodOfTasksTimersGetTheirTurnInEveryFrame)

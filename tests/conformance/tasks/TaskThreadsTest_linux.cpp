@@ -43,5 +43,6 @@ INSTANTIATE_TEST_SUITE_P(Scenes, TaskThreads,
                                            "recursionTenDeepOnOneWorker", "recursionTenDeepOnFourWorkers",
                                            "recursionFourteenDeepOnOneWorker",
                                            "recursionFourteenDeepOnFourWorkers",
-                                           "recursionByDispatchSyncTenDeep"),
+                                           "recursionByDispatchSyncTenDeep",
+                                           "exitWhileAThreadDestroysItsObjects"),
                          sceneName);

@@ -44,6 +44,17 @@ protected:
         return gate.lateReport(number, reachesDelegate, verdict);
     }
 
+    // Begins a report that is due for the delegate: the watchers had a late one 30 ms ago.
+    void beginReportToTheDelegateAlone()
+    {
+        step(0ms);
+        step(30ms);
+        FakeClock::now += 70ms;
+        lateReport(gate.beginLateReport(), false);
+        FakeClock::now += 30ms;
+        ASSERT_EQ(gate.step(FakeClock::now, false), EReportVerdict::Report);
+    }
+
     ReportGate<FakeClock> gate;
     EReportVerdict verdict = EReportVerdict::LeaveOut;
 };
@@ -162,15 +173,10 @@ TEST_F(ReportGateTest, aLateReportToWatchersLeavesTheDelegateItsOwn)
 
 TEST_F(ReportGateTest, aLateReportToWatchersPutsTheDelegatesNoneOff)
 {
-    step(0ms);
-    step(30ms);
-    FakeClock::now += 70ms;
-    lateReport(gate.beginLateReport(), false);
-    FakeClock::now += 30ms;
-    ASSERT_EQ(gate.step(FakeClock::now, false), EReportVerdict::Report);
+    ASSERT_NO_FATAL_FAILURE(beginReportToTheDelegateAlone());
     const ReportReceivers receivers = gate.told(false);
     EXPECT_TRUE(receivers.delegate);
-    EXPECT_FALSE(receivers.watchers) << "they had theirs 30 ms ago";
+    EXPECT_FALSE(receivers.watchers);
     EXPECT_EQ(gate.end(), EReportVerdict::LeaveOutFirst);
     const std::uint64_t number = gate.beginLateReport();
     EXPECT_EQ(lateReport(number, false), 70ms);
@@ -192,12 +198,7 @@ TEST_F(ReportGateTest, whatChangesBeforeTheReportIsReadIsReportedWithIt)
 
 TEST_F(ReportGateTest, aCompletionReachesAllThoughTheReportWasForTheDelegate)
 {
-    step(0ms);
-    step(30ms);
-    FakeClock::now += 70ms;
-    lateReport(gate.beginLateReport(), false);
-    FakeClock::now += 30ms;
-    ASSERT_EQ(gate.step(FakeClock::now, false), EReportVerdict::Report);
+    ASSERT_NO_FATAL_FAILURE(beginReportToTheDelegateAlone());
     ASSERT_EQ(gate.step(FakeClock::now, true), EReportVerdict::LeaveOut);
     EXPECT_TRUE(gate.told(true).watchers);
     EXPECT_EQ(gate.end(), EReportVerdict::LeaveOut);
