@@ -22,7 +22,7 @@ class ThreadEnd
 {
 public:
     ThreadEnd();
-    ~ThreadEnd();
+    ~ThreadEnd(); // NOLINT(performance-trivially-destructible): it is not on Windows
     ThreadEnd(ThreadEnd&& other) noexcept : m_thread(std::exchange(other.m_thread, 0)) {}
     ThreadEnd& operator=(ThreadEnd&& other) noexcept
     {
@@ -30,6 +30,7 @@ public:
         return *this;
     }
 
+    /// Of the calling thread it counts as come: nobody waits there for it.
     bool hasCome() const;
 
 private:

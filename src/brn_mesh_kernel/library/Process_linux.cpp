@@ -39,7 +39,7 @@ ThreadEnd::~ThreadEnd() = default;
 
 bool ThreadEnd::hasCome() const
 {
-    return syscall(SYS_tgkill, getpid(), m_thread, 0) != 0;
+    return m_thread == syscall(SYS_gettid) || syscall(SYS_tgkill, getpid(), m_thread, 0) != 0;
 }
 
 void nameCurrentThread(const std::string& name)

@@ -48,14 +48,17 @@ bool startThread(void (*function)())
     };
     const std::uintptr_t thread =
         _beginthreadex(nullptr, 0, run, reinterpret_cast<void*>(function), 0, nullptr);
-    return thread != 0 && CloseHandle(reinterpret_cast<HANDLE>(thread)) != 0;
+    if (thread == 0)
+        return false;
+    CloseHandle(reinterpret_cast<HANDLE>(thread));
+    return true;
 }
 
 ThreadEnd::ThreadEnd() : m_thread(0)
 {
     HANDLE thread = nullptr;
-    if (DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, SYNCHRONIZE,
-                        FALSE, 0) != 0)
+    if (DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread,
+                        SYNCHRONIZE | THREAD_QUERY_LIMITED_INFORMATION, FALSE, 0) != 0)
         m_thread = reinterpret_cast<std::intptr_t>(thread);
 }
 
@@ -67,7 +70,9 @@ ThreadEnd::~ThreadEnd()
 
 bool ThreadEnd::hasCome() const
 {
-    return m_thread == 0 || WaitForSingleObject(reinterpret_cast<HANDLE>(m_thread), 0) == WAIT_OBJECT_0;
+    const auto thread = reinterpret_cast<HANDLE>(m_thread);
+    return thread == nullptr || GetThreadId(thread) == GetCurrentThreadId() ||
+           WaitForSingleObject(thread, 0) == WAIT_OBJECT_0;
 }
 
 void nameCurrentThread(const std::string& name)

@@ -19,8 +19,8 @@
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
 #include "support/AnnouncementSlot.h"
+#include "support/HostObjects.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;

@@ -20,8 +20,8 @@
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
+#include "support/HostObjects.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;
@@ -92,7 +92,7 @@ RecordingApplication& makeRecordingApplication()
 }
 
 /// Posts an event of \p type to the object in the thread of \p worker, and waits until it has come.
-bool postToWorker(const WorkerThreads& threads, int worker, QEvent::Type type)
+bool postToWorker(const HostObjects& threads, int worker, QEvent::Type type)
 {
     const auto come = std::make_shared<Latch>();
     QCoreApplication::postEvent(threads.object(worker), new QEvent(type));
@@ -108,7 +108,7 @@ TEST(EventTypes, ofTheLibraryAreNoneThatAHostCouldRegister)
     const auto own = static_cast<QEvent::Type>(QEvent::registerEventType());
     {
         const auto queue = TaskQueue::createQueue(eQOS_Normal, 2);
-        const WorkerThreads threads(queue);
+        const HostObjects threads(queue);
         ASSERT_EQ(threads.count(), 2);
         ASSERT_TRUE(postToWorker(threads, 0, own));
         std::thread([queue] {

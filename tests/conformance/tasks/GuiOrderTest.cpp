@@ -21,9 +21,9 @@
 #include <brn_mesh_kernel/progress/ProgressReportingProtocol.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 
+#include "support/HostObjects.h"
 #include "support/Sanitizers.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;

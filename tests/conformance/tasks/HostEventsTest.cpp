@@ -17,8 +17,8 @@
 
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
+#include "support/HostObjects.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;
@@ -58,7 +58,7 @@ protected:
 
     const int workers = GetParam();
     const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, workers);
-    const WorkerThreads threads{queue};
+    const HostObjects threads{queue};
 };
 
 /// The same with two workers at least.
@@ -90,7 +90,7 @@ protected:
     }
 
     const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
-    const WorkerThreads threads{queue};
+    const HostObjects threads{queue};
     const Counter runs = makeCounter();
     const Counter runsAtEvent = makeCounter(-1);
     const std::shared_ptr<Latch> eventCame = std::make_shared<Latch>();

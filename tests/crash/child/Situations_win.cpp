@@ -3,7 +3,6 @@
 #include <functional>
 #include <future>
 #include <locale>
-#include <thread>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
 #include <log4cplus/appender.h>
@@ -12,24 +11,18 @@
 #include <windows.h>
 
 #include "crash/child/Crashes.h"
+#include "support/DetachedThread.h"
 
 namespace Brennic::Testing {
 
 namespace {
-
-// Never destroyed instead of detached: winpthreads loses a thread that is detached while it begins.
-template <typename Function>
-void startThread(Function function)
-{
-    static_cast<void>(new std::thread(function));
-}
 
 // Starts a thread and returns once it has prepared what it holds for ever.
 template <typename Function>
 void startIdleThread(Function prepare)
 {
     std::promise<void> isReady;
-    startThread([&isReady, prepare] {
+    runDetached([&isReady, prepare] {
         prepare();
         isReady.set_value();
         for (;;)
@@ -54,7 +47,7 @@ void holdAppenderLocks()
 
 void startSpinningThread()
 {
-    startThread([] {
+    runDetached([] {
         for (volatile unsigned rounds = 0;;)
             rounds = rounds + 1;
     });
@@ -87,7 +80,7 @@ void changeSettingsAllTheTime()
         Core::Kernel::Instance().SetSendCrashDumpHandler([answer](const wchar_t*) { return answer; });
     };
     setHandler(true);
-    startThread([setHandler] {
+    runDetached([setHandler] {
         for (bool answer = false;; answer = !answer)
             setHandler(answer);
     });

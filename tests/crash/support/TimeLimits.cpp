@@ -13,8 +13,6 @@ double processorSeconds()
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-} // namespace
-
 double slowdownByOthers()
 {
     constexpr double computing = 0.2; // seconds of the processor's time
@@ -25,6 +23,8 @@ double slowdownByOthers()
         continue;
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count() / work;
 }
+
+} // namespace
 
 ::testing::AssertionResult isBelow(std::chrono::milliseconds time, int limit)
 {

@@ -12,9 +12,9 @@
 
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
+#include "support/HostObjects.h"
 #include "support/Sanitizers.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;
@@ -81,7 +81,7 @@ private:
     }
 
     const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, workers);
-    const WorkerThreads threads{queue};
+    const HostObjects threads{queue};
     std::vector<microseconds> times;
 };
 

@@ -65,11 +65,11 @@ private:
     std::shared_ptr<Latch> m_released = std::make_shared<Latch>();
 };
 
-class WorkerThreads
+class HostObjects
 {
 public:
     /// Makes an object in the thread of each worker of \p queue, all of which have to be free.
-    explicit WorkerThreads(const std::shared_ptr<Core::TaskQueue>& queue)
+    explicit HostObjects(const std::shared_ptr<Core::TaskQueue>& queue)
     {
         const int workers = queue->getMaxConcurrency();
         struct Arrivals
@@ -98,7 +98,7 @@ public:
     }
 
     /// Lets the objects go in their threads.
-    ~WorkerThreads()
+    ~HostObjects()
     {
         const auto gone = std::make_shared<Latch>(count());
         for (QObject* const object : m_objects) {
@@ -109,8 +109,8 @@ public:
         gone->wait(std::chrono::seconds(5)); // in vain if one hangs
     }
 
-    WorkerThreads(const WorkerThreads&) = delete;
-    WorkerThreads& operator=(const WorkerThreads&) = delete;
+    HostObjects(const HostObjects&) = delete;
+    HostObjects& operator=(const HostObjects&) = delete;
 
     /// 0 if the workers did not come.
     int count() const { return static_cast<int>(m_objects.size()); }
