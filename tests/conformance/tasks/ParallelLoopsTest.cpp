@@ -23,8 +23,8 @@
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
+#include "support/HostObjects.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;

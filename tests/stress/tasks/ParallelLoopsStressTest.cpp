@@ -13,9 +13,9 @@
 #include <brn_mesh_kernel/tasks/ParallelLoops.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
+#include "support/HostObjects.h"
 #include "support/Sanitizers.h"
 #include "support/TaskFixture.h"
-#include "support/WorkerThreads.h"
 
 using namespace Brennic::Core;
 using namespace Brennic::Testing;
