@@ -12,6 +12,7 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 #include <brn_mesh_kernel/logging/DebuggerOutput.h>
 #include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/logging/Log.h>
 
 #include "Ratios.h"
 
@@ -41,6 +42,28 @@ void macroDisabled(benchmark::State& state)
                             34835);
 }
 BENCHMARK(macroDisabled);
+
+void isEnabled(benchmark::State& state)
+{
+    ILogger* const logger = Kernel::Instance().Logger();
+    for (auto iteration : state)
+        benchmark::DoNotOptimize(logger->IsEnabled(Debug));
+}
+BENCHMARK(isEnabled);
+
+void typedDisabled(benchmark::State& state)
+{
+    for (auto iteration : state)
+        BRN_LOG(Debug, "loaded {} with {} vertices", L"bunny.obj", 34835);
+}
+BENCHMARK(typedDisabled);
+
+void typedIntoFile(benchmark::State& state)
+{
+    for (auto iteration : state)
+        BRN_LOG(Info, "loaded {} with {} vertices", L"bunny.obj", 34835);
+}
+BENCHMARK(typedIntoFile);
 
 void logIntoFile(benchmark::State& state)
 {
@@ -89,6 +112,8 @@ int main(int argc, char** argv)
     const int result = runWithRatios(
         argc, argv,
         {{{"Log at a disabled level / macro on a held logger", "logDisabled", "macroDisabled", 1.5, ""},
+          {"BRN_LOG at a disabled level / IsEnabled on a held logger", "typedDisabled", "isEnabled", 1.5, ""},
+          {"BRN_LOG into a file / Log, debugger line included", "typedIntoFile", "logIntoFile", 0, ""},
           {"Log into a file / macro, debugger line apart", "logIntoFile", "macroIntoFile", 1.5,
            "debuggerLine"},
           {"Log into a file / macro, debugger line included", "logIntoFile", "macroIntoFile", 0, ""}}});

@@ -1,7 +1,8 @@
 /// \file
-/// Measures the smoothing of a mesh of more than a million triangles in blocks on a task queue, beside the
-/// same loop on oneTBB. Both have two threads, and both are started by a thread that waits.
+/// Measures the smoothing of a mesh of more than a million triangles by parallelFor, beside the same loop on
+/// oneTBB. Both have two threads, of which the calling one is one.
 
+#include <memory>
 #include <string>
 
 #include <OpenMesh/Tools/Subdivider/Uniform/LoopT.hh>
@@ -11,12 +12,14 @@
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
+#include <brn_mesh_kernel/tasks/ParallelLoops.h>
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
+
 #include "MeshFile.h"
 #include "Ratios.h"
 #include "TaubinSmoother.h"
 
-using Brennic::Core::eQOS_Normal;
-using Brennic::Core::TaskQueue;
+using namespace Brennic::Core;
 
 namespace {
 
@@ -36,27 +39,32 @@ TaubinSmoother& smoother()
     return instance;
 }
 
-void smoothOnTaskQueue(benchmark::State& state)
+void smoothByParallelFor(benchmark::State& state)
 {
-    const BlockLoop loop = makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, threadCount));
+    const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, threadCount - 1);
+    LoopOptions options;
+    options.queue = queue.get();
+    options.maxWorkers = threadCount;
     for (auto iteration : state)
-        smoother().iterate(loop);
+        if (smoother().iterate(options) != eLoop_Completed)
+            state.SkipWithError("was cancelled");
 }
-BENCHMARK(smoothOnTaskQueue)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(smoothByParallelFor)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void smoothOnParallelFor(benchmark::State& state)
+void smoothByTbb(benchmark::State& state)
 {
     tbb::task_arena arena(threadCount);
-    const BlockLoop loop = [&arena](std::size_t count, const BlockBody& body) {
+    const auto loop = [&arena](std::size_t count, const auto& body) {
         arena.execute([&] {
             tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count),
                               [&body](const auto& range) { body(range.begin(), range.end()); });
         });
+        return eLoop_Completed;
     };
     for (auto iteration : state)
-        smoother().iterate(loop);
+        smoother().iterateBy(loop);
 }
-BENCHMARK(smoothOnParallelFor)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(smoothByTbb)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 
@@ -64,7 +72,7 @@ int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     smoother(); // made before anything is measured
-    return runWithRatios(argc, argv,
-                         {{{"smoothing on a task queue / tbb::parallel_for", "smoothOnTaskQueue",
-                            "smoothOnParallelFor", 1.05, ""}}});
+    return runWithRatios(
+        argc, argv,
+        {{{"smoothing by parallelFor / tbb::parallel_for", "smoothByParallelFor", "smoothByTbb", 1.05, ""}}});
 }

@@ -44,7 +44,7 @@ class Results:
         self.calls = {}
         for run in runs:
             # Without what Google Benchmark appends.
-            name = re.sub("/((iterations|min_time|repeats|threads):[^/]*|manual_time|real_time)", "", run["run_name"])
+            name = re.sub("/((iterations|min_time|repeats|threads):[^/]*|manual_time|process_time|real_time)", "", run["run_name"])
             self.seconds.setdefault(name, []).append(run["real_time"] * SECONDS_PER_UNIT[run["time_unit"]])
             if "calls" in run:
                 self.calls[name] = run["calls"]

@@ -73,7 +73,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debi
 brn_debian_package(
   development libbrn-mesh-kernel-dev
   SECTION libdevel
-  DEPENDS "${kernel_package} ${this_version}, ${BRN_QT_PACKAGE}"
+  DEPENDS "${kernel_package} ${this_version}, ${BRN_QT_PACKAGE}, libfmt-dev"
   SUGGESTS libbrn-mesh-kernel-doc
   SUMMARY "Run-time services for mesh processing - development files"
   DESCRIPTION ${about_kernel} "This package holds the headers, the CMake package and the entry for" "pkg-config."

@@ -26,6 +26,7 @@ brn_need_package(${BRN_QT_PACKAGE} Qt${QT_VERSION_MAJOR} 5.15 COMPONENTS Core)
 brn_need_package(liblog4cplus-dev log4cplus 2.0)
 brn_need_package(libtbb-dev TBB)
 brn_need_package(libboost-dev Boost 1.74)
+brn_need_package(libfmt-dev fmt)
 find_package(Threads REQUIRED)
 
 # log4cplus names its target by its characters: narrow on Debian, wide on Windows.

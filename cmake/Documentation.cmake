@@ -12,6 +12,7 @@ install(
 install(
   DIRECTORY "${PROJECT_SOURCE_DIR}/examples/quick_start" "${PROJECT_SOURCE_DIR}/examples/background_work"
             "${PROJECT_SOURCE_DIR}/examples/crash_stack" "${PROJECT_SOURCE_DIR}/examples/progress_window"
+            "${PROJECT_SOURCE_DIR}/examples/typed_log"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples"
   COMPONENT documentation
   FILES_MATCHING

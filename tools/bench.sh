@@ -6,7 +6,7 @@
 
 tools/setup.sh python3-matplotlib libspdlog-dev qtbase5-dev libkf5threadweaver-dev libkf5coreaddons-dev
 # KDE's libraries use Qt 5, and a process can load only one Qt: the benchmarks against them are also built with Qt 5.
-with_qt6=(logging profiler task progress smoothing logging_peers task_peers progress_peers crash)
+with_qt6=(logging profiler task loops progress smoothing logging_peers task_peers progress_peers crash)
 with_qt5=(task_peers progress_peers)
 
 configure_preset release

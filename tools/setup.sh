@@ -11,13 +11,15 @@
 build=(
   g++ cmake ninja-build
   # the libraries
-  qt6-base-dev liblog4cplus-dev libtbb-dev libboost-dev
+  qt6-base-dev liblog4cplus-dev libtbb-dev libboost-dev libfmt-dev
   # the sample host
   libopenmesh-dev libcli11-dev glmark2-data
 )
 test=(
   ccache pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev relacy-dev
+  # an example with coroutines
+  qcoro-qt6-dev
   # a display for the tests of the widgets
   xvfb xauth
   # a session bus for those of the task bar

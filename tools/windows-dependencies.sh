@@ -5,7 +5,7 @@
 #
 # QtCore, log4cplus (wide characters, no thread pool), GoogleTest and OpenMesh, from the distribution's own source
 # packages, into a cache outside the tree ($BRN_WINDOWS_CACHE, or brn_mesh_kernel/ in the user's cache directory). The
-# headers of Boost, oneTBB and CLI11 are the machine's own. Does nothing where that is done already. About 6 minutes on two
+# headers of Boost, oneTBB, fmt and CLI11 are the machine's own. Does nothing where that is done already. About 6 minutes on two
 # cores, 3 GB while it builds, 200 MB afterwards.
 #
 # Standard output is the prefix alone, for BRN_WINDOWS_PREFIX; --print prints it without building.
@@ -17,7 +17,7 @@ root=$(dirname "$tools")
 say() { printf '== %s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-packages=(qt6-base-dev liblog4cplus-dev libopenmesh-dev libgtest-dev libboost-dev libtbb-dev libcli11-dev g++-mingw-w64-x86-64-posix)
+packages=(qt6-base-dev liblog4cplus-dev libopenmesh-dev libgtest-dev libboost-dev libtbb-dev libfmt-dev libcli11-dev g++-mingw-w64-x86-64-posix)
 key=$({ dpkg-query -W "${packages[@]}"; cat "$tools/windows-dependencies.sh"; } | sha256sum | cut -c 1-12)
 cache=${BRN_WINDOWS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/brn_mesh_kernel}
 prefix=$cache/windows-$key
@@ -59,8 +59,9 @@ build_package() {
 # Folders of headers that are the same on every platform; all of /usr/include would hide the compiler's own.
 link_headers() {
   mkdir -p "$prefix/include"
-  ln -s /usr/include/{boost,tbb,oneapi,CLI} "$prefix/include/"
+  ln -s /usr/include/{boost,tbb,oneapi,fmt,CLI} "$prefix/include/"
   write_header_package TBB TBB::tbb 2021
+  write_header_package fmt fmt::fmt-header-only 9.1
   write_header_package CLI11 CLI11::CLI11 2
 }
 

@@ -1,5 +1,6 @@
 #include "Pipeline.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -8,6 +9,8 @@
 
 #include "MeshFile.h"
 #include "TaubinSmoother.h"
+
+using namespace Brennic::Core;
 
 namespace {
 
@@ -30,8 +33,11 @@ std::string reasonOf(const std::exception& error)
     return isMemoryMissing ? "there is not enough memory" : error.what();
 }
 
-Pipeline::Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& loop, StageDone stageDone)
-    : m_options(options), m_stages(stages), m_loop(loop), m_stageDone(std::move(stageDone))
+Pipeline::Pipeline(const RunOptions& options, Stages& stages, StageDone stageDone)
+    : m_options(options),
+      m_stages(stages),
+      m_helpers(TaskQueue::createQueue(eQOS_Normal, std::max(1, options.threads - 1))),
+      m_stageDone(std::move(stageDone))
 {
 }
 
@@ -45,6 +51,11 @@ void Pipeline::run()
         save();
     } catch (const std::exception& error) {
         m_stages.fail(boost::nowide::widen(reasonOf(error)));
+        throw;
+    } catch (const Cancelled&) {
+        throw;
+    } catch (...) {
+        m_stages.fail(boost::nowide::widen(unknownReason));
         throw;
     }
 }
@@ -77,11 +88,14 @@ void Pipeline::smooth()
 {
     m_stages.begin(Stage::Smooth);
     TaubinSmoother smoother(m_mesh);
+    LoopOptions loop;
+    loop.queue = m_helpers.get();
+    loop.maxWorkers = m_options.threads;
     for (int i = 0; i < m_options.iterations; ++i) {
         stopIfCancelled();
         if (i == m_options.iterations / 2 && m_options.midway)
             m_options.midway();
-        smoother.iterate(m_loop);
+        static_cast<void>(smoother.iterate(loop)); // it has no progress that could cancel it
         ++m_iterationsDone;
         m_stages.report(Stage::Smooth, i + 1, m_options.iterations + 1);
     }

@@ -5,9 +5,11 @@
 #include <atomic>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <string>
 
-#include "BlockLoop.h"
+#include <brn_mesh_kernel/tasks/TaskQueue.h>
+
 #include "Mesh.h"
 #include "RunOptions.h"
 #include "Stages.h"
@@ -19,6 +21,8 @@ struct Cancelled
 
 /// What to tell people of an exception that a run has thrown, in one sentence.
 std::string reasonOf(const std::exception& error);
+/// The same of one that is no `std::exception`.
+constexpr const char* unknownReason = "an error of an unknown kind";
 
 class Pipeline
 {
@@ -28,12 +32,15 @@ public:
     using StageDone =
         std::function<void(Stage stage, const std::wstring& message, const std::wstring& warning)>;
 
-    /// \param loop runs the blocks of vertices; borrowed, as are the stages.
-    Pipeline(const RunOptions& options, Stages& stages, const BlockLoop& loop, StageDone stageDone);
+    /// Makes the workers that help with the smoothing. The options and the stages are borrowed.
+    Pipeline(const RunOptions& options, Stages& stages, StageDone stageDone);
 
     /// Does all of it. Throws what the stages throw, and `Cancelled` before the next step once the root of the stages
     /// was cancelled; in both cases no output is left. What the stages throw, the root of the stages tells too.
     void run();
+
+    /// What the stages have made of the mesh so far. To be read while `StageDone` is called, in its thread.
+    const Mesh& mesh() const { return m_mesh; }
 
     /// How often all vertices have been smoothed. May be called from any thread.
     int iterationsDone() const { return m_iterationsDone; }
@@ -47,7 +54,7 @@ private:
 
     const RunOptions& m_options;
     Stages& m_stages;
-    const BlockLoop& m_loop;
+    std::shared_ptr<Brennic::Core::TaskQueue> m_helpers; // beside the thread that runs the pipeline
     StageDone m_stageDone;
     Mesh m_mesh;
     std::atomic<int> m_iterationsDone{0};

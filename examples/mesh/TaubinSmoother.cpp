@@ -1,12 +1,6 @@
 #include "TaubinSmoother.h"
 
-namespace {
-
-// The pass band is 1/shrink + 1/inflate = 0.1, the value that Taubin recommends.
-constexpr float shrink = 0.5F;
-constexpr float inflate = -1.0F / (1.0F / shrink - 0.1F);
-
-} // namespace
+using namespace Brennic::Core;
 
 TaubinSmoother::TaubinSmoother(const Mesh& mesh)
 {
@@ -24,25 +18,17 @@ TaubinSmoother::TaubinSmoother(const Mesh& mesh)
     m_next.resize(m_positions.size());
 }
 
-void TaubinSmoother::iterate(const BlockLoop& loop)
+ELoopEnd TaubinSmoother::iterate(const LoopOptions& options)
 {
-    step(shrink, loop);
-    step(inflate, loop);
+    return iterateBy([&options](std::size_t count, const auto& body) {
+        return parallelFor(std::size_t{0}, count, body, options);
+    });
 }
 
 void TaubinSmoother::apply(Mesh& mesh) const
 {
     for (const auto vertex : mesh.vertices())
         mesh.set_point(vertex, m_positions[static_cast<std::size_t>(vertex.idx())]);
-}
-
-void TaubinSmoother::step(float factor, const BlockLoop& loop)
-{
-    loop(m_positions.size(), [this, factor](std::size_t first, std::size_t last) {
-        for (std::size_t vertex = first; vertex < last; ++vertex)
-            m_next[vertex] = moved(vertex, factor);
-    });
-    m_positions.swap(m_next);
 }
 
 TaubinSmoother::Point TaubinSmoother::moved(std::size_t vertex, float factor) const

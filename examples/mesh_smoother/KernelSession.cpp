@@ -4,6 +4,7 @@
 
 #include <brn_mesh_common/FileUtil.h>
 #include <brn_mesh_common/Util.h>
+#include <brn_mesh_kernel/logging/QtMessages.h>
 
 #include "Crash.h"
 #include "Options.h"
@@ -27,6 +28,7 @@ KernelSession::KernelSession(const Options& options, Brennic::Core::IProfilerSou
     prepareCrashNotice(FileUtil::GetDirectoryPathFromFilePath(kernel.LogFilePath()).c_str());
     kernel.SetSendCrashDumpHandler(printCrashNotice);
     kernel.Initialize();
+    Brennic::Core::QtMessages::forward();
 }
 
 KernelSession::~KernelSession()

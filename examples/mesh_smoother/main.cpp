@@ -2,7 +2,7 @@
 /// Smooths a triangle mesh, and shows on the way how a host uses the library.
 ///
 /// The main thread runs the event loop and shows progress. The pipeline is a task on one of the library's own
-/// queues; while it smooths it waits for tasks on a queue of the program's, one for each block of vertices.
+/// queues; while it smooths, workers of a queue of its own help it with loops over the vertices.
 
 #include <exception>
 #include <filesystem>
@@ -11,13 +11,14 @@
 #include <string>
 
 #include <QCoreApplication>
+#include <QScopeGuard>
 #include <boost/nowide/args.hpp>
 #include <boost/nowide/convert.hpp>
 
-#include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_kernel/progress/ConsoleProgress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
-#include <brn_mesh_kernel/tasks/Task.h>
+#include <brn_mesh_kernel/tasks/TaskGroup.h>
 
 #include "KernelSession.h"
 #include "Options.h"
@@ -34,9 +35,9 @@ using namespace Brennic::Core;
 void finishStage(Stage stage, const std::wstring& message, const std::wstring& warning)
 {
     const ConsoleProgress::Pause pause;
-    Kernel::Instance().Logger()->Log(Info, L"%s", message.c_str());
+    BRN_LOG(Info, "{}", message);
     if (!warning.empty())
-        Kernel::Instance().Logger()->Log(Warn, L"%s", warning.c_str());
+        BRN_LOG(Warn, "{}", warning);
     Kernel::Instance().ProfilerWaypoint(stageName(stage));
     std::cout.flush();
 }
@@ -45,26 +46,19 @@ void finishStage(Stage stage, const std::wstring& message, const std::wstring& w
 void cancel(Progress& progress)
 {
     progress.cancel();
-    Kernel::Instance().Logger()->Log(Warn, L"interrupted: ending before the next step");
+    BRN_LOG(Warn, "interrupted: ending before the next step");
 }
 
 // Runs the event loop until the pipeline is done; throws what the pipeline has thrown.
 void runToTheEnd(Pipeline& pipeline)
 {
-    std::exception_ptr failure;
-    const auto task = std::make_shared<Task>([&] {
-        try {
-            pipeline.run();
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        dispatchAsync(&QCoreApplication::quit, eQOS_GUI);
+    TaskGroup group(eQOS_Normal);
+    group.dispatch([&] {
+        const auto quit = qScopeGuard([] { dispatchAsync(&QCoreApplication::quit, eQOS_GUI); });
+        pipeline.run();
     });
-    TaskQueue::getGlobalQueue(eQOS_Normal)->addTask(task);
     QCoreApplication::exec();
-    task->waitTillFinished();
-    if (failure)
-        std::rethrow_exception(failure);
+    group.wait();
 }
 
 void smoothMesh(const Options& options)
@@ -72,13 +66,12 @@ void smoothMesh(const Options& options)
     Stages stages(options, sizeOrZero(options.input));
     ConsoleProgress line(stages.root());
     StageTimes times;
-    const BlockLoop loop = makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, options.threads));
     const auto stageDone = [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
         finishStage(stage, message, warning);
         if (!line.isLive())
             times.stageDone(boost::nowide::narrow(stageName(stage)));
     };
-    Pipeline pipeline(options, stages, loop,
+    Pipeline pipeline(options, stages,
                       [&](Stage stage, const std::wstring& message, const std::wstring& warning) {
                           dispatchSync([&] { stageDone(stage, message, warning); }, eQOS_GUI);
                       });
@@ -131,6 +124,8 @@ int main(int argc, char** argv)
         endInterrupted();
     } catch (const std::exception& error) {
         return fail(reasonOf(error));
+    } catch (...) {
+        return fail(unknownReason);
     }
     return exitDone;
 }

@@ -4,6 +4,7 @@
 
 #include <brn_mesh_common/Util.h>
 #include <brn_mesh_kernel/kernel/Kernel.h>
+#include <brn_mesh_kernel/logging/QtMessages.h>
 
 #include "RunOptions.h"
 
@@ -21,6 +22,7 @@ KernelSession::KernelSession(const RunOptions& options)
         kernel.SetLogMessageFormat(boost::nowide::widen(options.logPattern).c_str());
     kernel.SetProfilerSource(&m_source);
     kernel.Initialize();
+    Brennic::Core::QtMessages::forward();
 }
 
 KernelSession::~KernelSession()

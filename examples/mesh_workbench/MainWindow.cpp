@@ -9,15 +9,15 @@
 #include <QMenuBar>
 #include <QStatusBar>
 #include <QVBoxLayout>
-#include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/kernel/Kernel.h>
-#include <brn_mesh_kernel/logging/ILogger.h>
+#include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_widgets/ProgressModel.h>
 #include <brn_mesh_widgets/ProgressStatusBar.h>
 #include <brn_mesh_widgets/TaskbarProgress.h>
 
 #include "LogTail.h"
+#include "MeshView.h"
 #include "MessageLine.h"
 #include "RunFiles.h"
 #include "RunSource.h"
@@ -37,11 +37,6 @@ constexpr QSize usualSize(960, 600);
 QString toText(const std::filesystem::path& path)
 {
     return QString::fromStdString(path.u8string());
-}
-
-void log(EKvsLogLevel level, const std::wstring& message)
-{
-    Kernel::Instance().Logger()->Log(level, L"%s", message.c_str());
 }
 
 } // namespace
@@ -137,9 +132,10 @@ void MainWindow::beginRun(RunOptions options)
     m_run.reset();
     m_run = std::make_unique<SmoothingRun>(std::move(options), m_source);
     connect(m_run.get(), &SmoothingRun::stageDone, this, &MainWindow::finishStage);
+    connect(m_run.get(), &SmoothingRun::meshChanged, m_views->mesh(), &MeshView::setShape);
     connect(m_run.get(), &SmoothingRun::ended, this, &MainWindow::endRun);
     Kernel::Instance().ProfilerWaypoint(idleWaypoint);
-    log(Info, L"smoothing " + boost::nowide::widen(m_run->options().input.u8string()));
+    BRN_LOG(Info, "smoothing {}", m_run->options().input);
     m_message->say(MessageLine::Kind::Notice, {});
     m_views->setProgress(m_run->root());
     m_run->start();
@@ -148,9 +144,9 @@ void MainWindow::beginRun(RunOptions options)
 
 void MainWindow::finishStage(Stage stage, const std::wstring& message, const std::wstring& warning)
 {
-    log(Info, message);
+    BRN_LOG(Info, "{}", message);
     if (!warning.empty()) {
-        log(Warn, warning);
+        BRN_LOG(Warn, "{}", warning);
         m_message->say(MessageLine::Kind::Notice, QString::fromStdWString(warning));
     }
     Kernel::Instance().ProfilerWaypoint(stageName(stage));
@@ -181,7 +177,7 @@ void MainWindow::finishRun()
         fail(reason);
         return;
     }
-    log(Info, L"saved " + boost::nowide::widen(m_options.report.u8string()));
+    BRN_LOG(Info, "saved {}", m_options.report);
     const QString saved = tr("Saved %1, and the report %2");
     if (!m_message->isVisible()) // a warning says more
         m_message->say(MessageLine::Kind::Success,
@@ -192,14 +188,14 @@ void MainWindow::finishRun()
 void MainWindow::sayCancelled()
 {
     const QString sentence = tr("Cancelled: nothing was saved");
-    log(Warn, sentence.toStdWString());
+    BRN_LOG(Warn, "{}", sentence);
     m_message->say(MessageLine::Kind::Notice, sentence);
     finishShowing(SmoothingRun::Outcome::Interrupted);
 }
 
 void MainWindow::fail(const QString& error)
 {
-    log(Error, error.toStdWString());
+    BRN_LOG(Error, "{}", error);
     m_message->say(MessageLine::Kind::Error, error);
     finishShowing(SmoothingRun::Outcome::Failed, error);
 }

@@ -10,6 +10,7 @@
 #include <brn_mesh_widgets/ProgressDelegate.h>
 #include <brn_mesh_widgets/ProgressModel.h>
 
+#include "MeshView.h"
 #include "WaypointChart.h"
 
 using Brennic::Widgets::ProgressDelegate;
@@ -32,6 +33,16 @@ QWidget* titled(const QString& title, QWidget* view)
     layout->addWidget(label);
     layout->addWidget(view, 1);
     return pane;
+}
+
+QSplitter* sideBySide(QWidget* left, QWidget* right, int leftWidth, int rightWidth)
+{
+    auto* const row = new QSplitter(Qt::Horizontal);
+    row->addWidget(left);
+    row->addWidget(right);
+    row->setChildrenCollapsible(false);
+    row->setSizes({leftWidth, rightWidth});
+    return row;
 }
 
 QTreeView* makeTree(ProgressModel* model)
@@ -70,18 +81,15 @@ RunViews::RunViews(QWidget* parent)
     : QSplitter(Qt::Vertical, parent),
       m_model(new ProgressModel(this)),
       m_tree(makeTree(m_model)),
+      m_mesh(new MeshView),
       m_chart(new WaypointChart),
       m_log(makeLog())
 {
-    auto* const top = new QSplitter(Qt::Horizontal);
-    top->addWidget(titled(tr("Progress"), m_tree));
-    top->addWidget(titled(tr("Waypoints of the last run"), m_chart));
-    addWidget(top);
-    addWidget(titled(tr("Log"), m_log));
-    top->setChildrenCollapsible(false);
+    addWidget(sideBySide(titled(tr("Progress"), m_tree), titled(tr("Mesh"), m_mesh), 400, 540));
+    addWidget(
+        sideBySide(titled(tr("Log"), m_log), titled(tr("Waypoints of the last run"), m_chart), 520, 420));
     setChildrenCollapsible(false);
-    top->setSizes({400, 540});
-    setSizes({260, 220});
+    setSizes({300, 200});
 }
 
 void RunViews::setProgress(const std::shared_ptr<Brennic::Core::Progress>& progress)

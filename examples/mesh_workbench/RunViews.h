@@ -1,6 +1,6 @@
 #pragma once
 /// \file
-/// What the window shows of a run: the tree of its progress, the chart of its waypoints, and the log below.
+/// What the window shows of a run: the tree of its progress and the mesh, and below the log and the chart of waypoints.
 
 #include <memory>
 
@@ -8,6 +8,7 @@
 
 #include <brn_mesh_kernel/progress/Progress.h>
 
+class MeshView;
 class QPlainTextEdit;
 class QTreeView;
 class WaypointChart;
@@ -29,11 +30,13 @@ public:
     void appendLog(const QString& lines);
 
     Brennic::Widgets::ProgressModel* progressModel() const { return m_model; }
+    MeshView* mesh() const { return m_mesh; }
     WaypointChart* chart() const { return m_chart; }
 
 private:
     Brennic::Widgets::ProgressModel* m_model;
     QTreeView* m_tree;
+    MeshView* m_mesh;
     WaypointChart* m_chart;
     QPlainTextEdit* m_log;
 };

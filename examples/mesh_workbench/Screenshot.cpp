@@ -8,6 +8,7 @@
 #include <brn_mesh_widgets/ProgressModel.h>
 
 #include "MainWindow.h"
+#include "MeshView.h"
 #include "RunViews.h"
 
 using Brennic::Widgets::ProgressModel;
@@ -26,13 +27,15 @@ Screenshot::Screenshot(MainWindow& window, std::filesystem::path file)
                     Q_EMIT finished(error.isEmpty() ? tr("the run was cancelled") : error);
             });
     connect(window.views().progressModel(), &ProgressModel::refreshed, this, &Screenshot::takeWhenShown);
+    connect(window.views().mesh(), &MeshView::pictureShown, this, &Screenshot::takeWhenShown);
 }
 
-// The tree shows the last reports a moment after they were made.
+// The tree shows the last reports a moment after they were made, and the mesh is drawn in the background.
 void Screenshot::takeWhenShown()
 {
     const QModelIndex root = m_window.views().progressModel()->rootIndex();
-    if (!m_isRunDone || root.data(ProgressModel::StateRole).toInt() != ProgressModel::Complete)
+    if (!m_isRunDone || root.data(ProgressModel::StateRole).toInt() != ProgressModel::Complete ||
+        !m_window.views().mesh()->isFine())
         return;
     m_isRunDone = false;
     // Behind the layout that the last changes have asked for.

@@ -4,9 +4,11 @@
 #include <utility>
 
 #include <QCoreApplication>
+#include <QFutureWatcher>
 #include <boost/nowide/convert.hpp>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/tasks/DispatchFuture.h>
 
 #include "RunFiles.h"
 #include "RunSource.h"
@@ -26,10 +28,9 @@ SmoothingRun::SmoothingRun(RunOptions options, RunSource& source)
     : m_options(std::move(options)),
       m_source(source),
       m_stages(m_options, sizeOrZero(m_options.input), nameOf(m_options)),
-      m_loop(makeTaskLoop(TaskQueue::createQueue(eQOS_Normal, m_options.threads))),
-      m_pipeline(m_options, m_stages, m_loop,
+      m_pipeline(m_options, m_stages,
                  [this](Stage stage, const std::wstring& message, const std::wstring& warning) {
-                     dispatchSync([&] { Q_EMIT stageDone(stage, message, warning); }, eQOS_GUI);
+                     tell(stage, message, warning);
                  })
 {
     m_source.beginRun(m_pipeline);
@@ -47,29 +48,54 @@ SmoothingRun::~SmoothingRun()
 void SmoothingRun::start()
 {
     m_isRunning = true;
-    dispatchAsync([this] { work(); }, eQOS_Normal);
+    QFuture<End> work = dispatch([this] { return this->work(); }, eQOS_Normal);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    work.then(this, [this](const End& how) { end(how); }).onCanceled(this, [this] {
+        end({Outcome::Interrupted, {}}); // the application ends, and nobody has begun the work
+    });
+#else // whose futures have no continuations
+    auto* const watcher = new QFutureWatcher<End>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        end(watcher->isCanceled() ? End{Outcome::Interrupted, {}} : watcher->result());
+    });
+    watcher->setFuture(work);
+#endif
 }
 
-// In a worker thread. Nothing of the run is touched after its end was handed over.
-void SmoothingRun::work()
+// In a worker thread.
+SmoothingRun::End SmoothingRun::work()
 {
-    Outcome outcome = Outcome::Failed;
-    QString error;
     try {
         m_pipeline.run();
-        outcome = Outcome::Done;
+        return {Outcome::Done, {}};
     } catch (const Cancelled&) {
-        outcome = Outcome::Interrupted;
+        return {Outcome::Interrupted, {}};
     } catch (const std::exception& exception) {
-        error = QString::fromStdString(reasonOf(exception));
+        return {Outcome::Failed, QString::fromStdString(reasonOf(exception))};
+    } catch (...) {
+        return {Outcome::Failed, QString::fromUtf8(unknownReason)};
     }
-    dispatchAsync([this, outcome, error] { end(outcome, error); }, eQOS_GUI);
 }
 
-void SmoothingRun::end(Outcome outcome, const QString& error)
+// In a worker thread, which makes the copy, so that the GUI thread has the time to answer.
+void SmoothingRun::tell(Stage stage, const std::wstring& message, const std::wstring& warning)
+{
+    const std::shared_ptr<const MeshShape> shape =
+        stage == Stage::Save ? nullptr : std::make_shared<const MeshShape>(shapeOf(m_pipeline.mesh()));
+    dispatchSync(
+        [&] {
+            Q_EMIT stageDone(stage, message, warning);
+            if (shape)
+                Q_EMIT meshChanged(shape);
+        },
+        eQOS_GUI);
+}
+
+void SmoothingRun::end(const End& how)
 {
     m_isRunning = false;
-    Q_EMIT ended(outcome, error);
+    Q_EMIT ended(how.outcome, how.error);
 }
 
 #include "moc_SmoothingRun.cpp" // NOLINT(bugprone-suspicious-include)

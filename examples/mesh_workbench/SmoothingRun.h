@@ -2,8 +2,8 @@
 /// \file
 /// A run of the pipeline in the background, as a window has it: it tells in signals what happens.
 ///
-/// The pipeline is a task on one of the library's own queues; while it smooths it waits for tasks on a queue of
-/// the run's, one for each block of vertices. It waits for the GUI thread after each stage.
+/// The pipeline is a task on one of the library's own queues; while it smooths, workers of a queue of its own
+/// help it with loops over the vertices. It waits for the GUI thread after each stage.
 ///
 /// Everything here belongs to the GUI thread, and so do the signals.
 
@@ -13,7 +13,7 @@
 #include <QObject>
 #include <QString>
 
-#include "BlockLoop.h"
+#include "MeshShape.h"
 #include "Pipeline.h"
 #include "RunOptions.h"
 #include "Stages.h"
@@ -51,17 +51,25 @@ public:
 Q_SIGNALS:
     /// A stage is done, and the pipeline waits; the warning is empty if there is none.
     void stageDone(Stage stage, const std::wstring& message, const std::wstring& warning);
+    /// The same, after a stage that has changed the mesh, with a copy of it.
+    void meshChanged(const std::shared_ptr<const MeshShape>& shape);
     /// Nothing runs any more. \p error is one sentence if the run has failed.
     void ended(SmoothingRun::Outcome outcome, const QString& error);
 
 private:
-    void work();
-    void end(Outcome outcome, const QString& error);
+    struct End
+    {
+        Outcome outcome = Outcome::Failed;
+        QString error;
+    };
+
+    End work();
+    void tell(Stage stage, const std::wstring& message, const std::wstring& warning);
+    void end(const End& how);
 
     const RunOptions m_options;
     RunSource& m_source;
     Stages m_stages;
-    const BlockLoop m_loop;
     Pipeline m_pipeline;
     bool m_isRunning = false;
 };

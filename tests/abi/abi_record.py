@@ -77,7 +77,9 @@ class Interface:
         return self.type_name(node.get("type")) + suffix if suffix else kind
 
     def members(self, node):
-        return [self.nodes[member] for member in (node.get("members") or "").split() if member in self.nodes]
+        """In the order of declaration. CastXML lists first what it has met before, such as a function that is overridden."""
+        members = [self.nodes[member] for member in (node.get("members") or "").split() if member in self.nodes]
+        return sorted(members, key=lambda member: int(member.get("line") or 0))
 
     def bases(self, node):
         return [(base, self.nodes[base.get("type")]) for base in node.findall("Base")]

@@ -62,6 +62,11 @@ class ReportTest(unittest.TestCase):
                                                       "| Log | macro | 1.5 | 1.50 | 0 % |\n\n"
                                                       "Left out, with a spread above 50 %: Log / wild (135 %).\n")
 
+    def test_howABenchmarkIsTimedIsNoPartOfItsName(self):
+        results = self.results({"ours/iterations:5/process_time": (STEADY, None), "peer": (STEADY, None)},
+                               {"ratio 100": "Loop / peer|ours|peer|1.05|"})
+        self.assertIn("| Loop | peer | 1.05 | 1.00 | 1 % |", report.ratios_text(results))
+
     def test_aPartThatIsMeasuredApartIsTakenOff(self):
         context = {"ratio 100": "Log / macro, line apart|ours|peer||line".replace("||", "|0|")}
         results = self.results({"ours": ([3.0] * 3, None), "peer": ([2.0] * 3, None), "line": ([1.0] * 3, None)}, context)

@@ -6,6 +6,10 @@
 #include <OpenMesh/Tools/Subdivider/Uniform/MidpointT.hh>
 #include <gtest/gtest.h>
 
+#include <brn_mesh_kernel/progress/Progress.h>
+
+using namespace Brennic::Core;
+
 namespace {
 
 // A sphere made of an octahedron, each round splitting every triangle into four.
@@ -73,16 +77,11 @@ double roughness(const Mesh& mesh)
     return std::sqrt(squares / count - sum * sum / count / count);
 }
 
-void inOneBlock(std::size_t count, const BlockBody& body)
-{
-    body(0, count);
-}
-
-void smooth(Mesh& mesh, int iterations)
+void smooth(Mesh& mesh, int iterations, const LoopOptions& options = {})
 {
     TaubinSmoother smoother(mesh);
     for (int i = 0; i < iterations; ++i)
-        smoother.iterate(inOneBlock);
+        ASSERT_EQ(smoother.iterate(options), eLoop_Completed);
     smoother.apply(mesh);
 }
 
@@ -137,4 +136,17 @@ TEST(TaubinSmoother, theBorderAndLooseVerticesStay)
     smooth(mesh, 10);
     EXPECT_EQ(mesh.point(b), Mesh::Point(1, 0, 0));
     EXPECT_EQ(mesh.point(loose), Mesh::Point(5, 5, 5));
+}
+
+TEST(TaubinSmoother, aCancelledIterationMovesNothing)
+{
+    Mesh mesh = makeSphere(2);
+    const Mesh::Point before = mesh.point(mesh.vertex_handle(5));
+    LoopOptions options;
+    options.progress = std::make_shared<Progress>();
+    options.progress->cancel();
+    TaubinSmoother smoother(mesh);
+    EXPECT_EQ(smoother.iterate(options), eLoop_Cancelled);
+    smoother.apply(mesh);
+    EXPECT_EQ(mesh.point(mesh.vertex_handle(5)), before);
 }

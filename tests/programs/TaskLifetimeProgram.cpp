@@ -16,6 +16,7 @@
 
 #include <brn_mesh_kernel/progress/Progress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/tasks/DispatchFuture.h>
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
@@ -268,6 +269,50 @@ int exitWhileThreadsDispatch()
     std::exit(0);
 }
 
+/// Made before the application object, and so destroyed when the futures must have ended.
+struct LateWaiters
+{
+    LateWaiters() = default;
+    ~LateWaiters()
+    {
+        if (count > 0)
+            CHECK(woken->wait());
+    }
+    LateWaiters(const LateWaiters&) = delete;
+    LateWaiters& operator=(const LateWaiters&) = delete;
+
+    int count = 0;
+    Latch* woken = nullptr; // the threads may use it to the end
+};
+
+LateWaiters lateWaiters;
+
+int exitWhileThreadsWaitForFutures()
+{
+    makeApplication().release(); // its end is no reason to wake
+    makeWorkersBusy();
+    lateWaiters.count = 3;
+    lateWaiters.woken = new Latch(3);
+    auto* const waiting = new Latch(3);
+    const auto wait = [waiting](EQualityOfService qos, bool isPlain) {
+        runDetached([waiting, qos, isPlain] {
+            QFuture<int> future = dispatch([] { return 1; }, qos);
+            waiting->countDown();
+            if (isPlain)
+                future.waitForFinished();
+            else
+                Brennic::Core::waitFor(future);
+            CHECK(future.isCanceled());
+            lateWaiters.woken->countDown();
+        });
+    };
+    wait(eQOS_Normal, true);
+    wait(eQOS_GUI, true);
+    wait(eQOS_Low, false);
+    CHECK(waiting->wait());
+    std::exit(0);
+}
+
 int beforeApplication()
 {
     const std::shared_ptr<TaskQueue> queue = TaskQueue::createQueue(eQOS_Normal, 1);
@@ -463,6 +508,7 @@ const std::map<std::string, int (*)()> scenes{
     {"exitFromThread", &exitFromThread},
     {"exitFromGuiTask", &exitFromGuiTask},
     {"exitWhileThreadsDispatch", &exitWhileThreadsDispatch},
+    {"exitWhileThreadsWaitForFutures", &exitWhileThreadsWaitForFutures},
     {"beforeApplication", &beforeApplication},
     {"beforeApplicationWithoutEventLoop", &beforeApplicationWithoutEventLoop},
     {"beforeApplicationAThreadWaits", &beforeApplicationAThreadWaits},

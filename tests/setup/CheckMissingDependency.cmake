@@ -5,7 +5,7 @@ foreach(name IN ITEMS SOURCE_DIR WORK_DIR GENERATOR CXX_COMPILER)
   endif()
 endforeach()
 
-foreach(pair IN ITEMS Boost=libboost-dev GTest=libgtest-dev CLI11=libcli11-dev QT=qt6-base-dev)
+foreach(pair IN ITEMS Boost=libboost-dev GTest=libgtest-dev CLI11=libcli11-dev fmt=libfmt-dev QT=qt6-base-dev)
   string(REGEX MATCH "^([^=]*)=(.*)$" pair "${pair}")
   set(dependency ${CMAKE_MATCH_1})
   set(package ${CMAKE_MATCH_2})

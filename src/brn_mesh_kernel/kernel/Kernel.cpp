@@ -1,11 +1,25 @@
 #include <brn_mesh_kernel/kernel/Kernel.h>
 
+#include <string>
+
 #include <brn_mesh_kernel/diagnostics/ExceptionHandler.h>
 #include <brn_mesh_kernel/diagnostics/Profiler.h>
 #include <brn_mesh_kernel/kernel/KernelImpl.h>
+#include <brn_mesh_kernel/logging/ILogger.h>
 #include <brn_mesh_kernel/logging/LogSystem.h>
+#include <brn_mesh_kernel/tasks/WaitGraph.h>
 
 namespace Brennic::Core {
+
+namespace {
+
+// For tasks/, which does not log by itself. A host without a kernel has no log.
+void warn(const std::wstring& text)
+{
+    Kernel::Instance().Logger()->Log(Warn, L"%s", text.c_str());
+}
+
+} // namespace
 
 Kernel::Kernel() : m_impl(std::make_unique<Impl>()) {}
 
@@ -13,7 +27,12 @@ Kernel::~Kernel() = default;
 
 Kernel& Kernel::Instance()
 {
-    static Kernel* const instance = new Kernel; // never destroyed: threads log until the process has ended
+    static Kernel* const instance = [] {
+        auto kernel = std::make_unique<Kernel>();
+        kernel->m_impl->logSystem->Publish();
+        WaitGraph::reportBy(&warn);
+        return kernel.release(); // never destroyed: threads log until the process has ended
+    }();
     return *instance;
 }
 
@@ -81,6 +100,11 @@ EKvsStatus Kernel::SetShowsControlCharacters(bool shows)
 ILogger* Kernel::Logger() const
 {
     return m_impl->logSystem->CurrentLogger();
+}
+
+ILogger* Kernel::LoggerIfEnabled(EKvsLogLevel level)
+{
+    return LogSystem::PublishedLoggerIfEnabled(level);
 }
 
 IProfilerSource* Kernel::ProfilerSource() const

@@ -12,7 +12,7 @@
 /// The host makes the first call of `Instance()` and sets what it wants to set, calls `Initialize()`, works,
 /// and calls `Terminate()` before the process ends. The kernel takes no locks: all of this is for the host's
 /// main thread, while no other thread logs or records waypoints. From any thread, between `Initialize()` and
-/// `Terminate()`: `Instance()`, `Logger()` and what it gives, `LogLevel()`, `SetLogLevel()`,
+/// `Terminate()`: `Instance()`, `Logger()`, `LoggerIfEnabled()` and what they give, `LogLevel()`, `SetLogLevel()`,
 /// `SetShowsControlCharacters()`.
 ///
 /// No call is refused in any state. Strings are copied before a call returns and must not be null; those that
@@ -109,6 +109,14 @@ public:
     /// The current logger: one that drops everything before \ref Initialize and after \ref Terminate. Never
     /// null. Thread: any. Ownership: the kernel's, until the next \ref Initialize or \ref Terminate.
     ILogger* Logger() const;
+
+    /// The current logger of the kernel that \ref Instance gives, if it writes records of this level, else null. Makes no
+    /// kernel.
+    ///
+    /// For those who log often at levels that are mostly off: to be told so costs what `ILogger::IsEnabled` does. `BRN_LOG`
+    /// of Log.h asks this way.
+    /// Thread: any. Ownership: the kernel's, until the next \ref Initialize or \ref Terminate.
+    static ILogger* LoggerIfEnabled(EKvsLogLevel level);
 
     /// The source of frame and memory figures, or null (as at first).
     /// Thread: main thread. Ownership: the host's.

@@ -37,7 +37,7 @@ Log4CplusLogger::Log4CplusLogger(std::wstring name) : m_name(std::move(name)) {}
 
 EKvsStatus Log4CplusLogger::Initialize()
 {
-    m_logger.bind(log4cplus::Logger::getInstance(toLog4cplusText(m_name)));
+    m_logger.bind(BoundLogger(log4cplus::Logger::getInstance(toLog4cplusText(m_name))));
     return Success;
 }
 

@@ -34,6 +34,8 @@ public:
     void setShowsControls(bool shows);
 
     bool IsEnabled(EKvsLogLevel level) override;
+    /// The same but for the gate of logging: false is final, true is not. Thread: any.
+    bool isLevelEnabled(EKvsLogLevel level) const { return m_logger.isLevelEnabled(level); }
     void LogWithLocation(EKvsLogLevel level, const char* file, int line, const char* function,
                          const wchar_t* format, ...) override;
     void Log(EKvsLogLevel level, const wchar_t* format, ...) override;
@@ -48,7 +50,14 @@ private:
     class BoundLogger : public log4cplus::Logger
     {
     public:
-        void bind(const log4cplus::Logger& logger) { log4cplus::Logger::operator=(logger); }
+        BoundLogger() = default;
+        explicit BoundLogger(const log4cplus::Logger& logger) : log4cplus::Logger(logger) {}
+        // Leaves a logger that is bound alone: other threads may be using it.
+        void bind(const BoundLogger& logger)
+        {
+            if (value != logger.value)
+                log4cplus::Logger::operator=(logger);
+        }
         // Compares levels only. What it reads is not destroyed with log4cplus, so it needs no pass of the
         // gate.
         bool isLevelEnabled(log4cplus::LogLevel level) const { return level >= value->getChainedLogLevel(); }

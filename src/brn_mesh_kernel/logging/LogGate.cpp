@@ -18,6 +18,11 @@ LogGate& LogGate::instance()
     return gate;
 }
 
+bool LogGate::isCallerInside()
+{
+    return t_depth > 0;
+}
+
 // Count before reading the state. close() and hold() set the state before they read the count, so at least
 // one side sees the other.
 bool LogGate::enter()

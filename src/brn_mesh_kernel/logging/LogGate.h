@@ -43,6 +43,9 @@ public:
         bool m_isInside;
     };
 
+    /// Whether the calling thread is inside: it writes a record, and what it calls may want to log.
+    static bool isCallerInside();
+
     /// Lets no thread in any more. Waits until the other threads inside have left, but not longer than a few
     /// seconds: a disk may stand still.
     void close();

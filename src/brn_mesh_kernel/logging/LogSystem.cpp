@@ -36,12 +36,16 @@ log4cplus::SharedAppenderPtr makeFileAppender(const std::wstring& path)
     return log4cplus::SharedAppenderPtr(appender.get());
 }
 
+// What the published system writes through; null while it drops everything.
+std::atomic<Log4CplusLogger*> g_published{nullptr};
+
 } // namespace
 
 // Nothing is written before Initialize(): until then records go to a logger that drops them.
 LogSystem::LogSystem()
     : m_logger(std::make_unique<Log4CplusLogger>(L"Default")),
-      m_overrideLogger(std::make_unique<NoOpLogger>())
+      m_droppingLogger(std::make_unique<NoOpLogger>()),
+      m_current(m_droppingLogger.get())
 {
     LogSystem::SetLogLevel(Info);
 }
@@ -61,13 +65,13 @@ EKvsStatus LogSystem::Initialize()
     if (!m_logFilePath.empty())
         addToRoot(makeFileAppender(m_logFilePath), pattern);
     m_logger->Initialize();
-    m_overrideLogger.reset();
+    setCurrent(true);
     return Success;
 }
 
 void LogSystem::Terminate()
 {
-    m_overrideLogger = std::make_unique<NoOpLogger>();
+    setCurrent(false);
 }
 
 bool LogSystem::TruncateLogFile() const
@@ -130,7 +134,27 @@ void LogSystem::SetShowsControlCharacters(bool shows)
 
 ILogger* LogSystem::CurrentLogger() const
 {
-    return m_overrideLogger ? m_overrideLogger.get() : static_cast<ILogger*>(m_logger.get());
+    return m_current;
+}
+
+void LogSystem::setCurrent(bool writes)
+{
+    m_current = writes ? static_cast<ILogger*>(m_logger.get()) : m_droppingLogger.get();
+    if (m_isPublished)
+        g_published = writes ? m_logger.get() : nullptr;
+}
+
+void LogSystem::Publish()
+{
+    m_isPublished = true;
+    setCurrent(m_current != m_droppingLogger.get());
+}
+
+// Nearly all who ask are told no. So this does without the way through the kernel and without a virtual call.
+ILogger* LogSystem::PublishedLoggerIfEnabled(EKvsLogLevel level)
+{
+    Log4CplusLogger* const logger = g_published.load(std::memory_order_acquire);
+    return logger != nullptr && logger->isLevelEnabled(level) && logger->IsEnabled(level) ? logger : nullptr;
 }
 
 } // namespace Brennic::Core

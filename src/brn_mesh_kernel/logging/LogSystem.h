@@ -3,9 +3,10 @@
 /// Internal, not installed. Holds the log settings, attaches the appenders to the log4cplus root logger, and
 /// decides which logger is current.
 ///
-/// Takes no lock: the host's main thread drives it while nobody logs. Only the level may be read and set from
-/// any thread, as log4cplus keeps it.
+/// Takes no lock: the host's main thread drives it. Other threads may read and set the level, as log4cplus keeps
+/// it, and may ask for the current logger and use it while it changes: both loggers live as long as the system.
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -49,13 +50,22 @@ public:
     bool ShowsControlCharacters() const;
     void SetShowsControlCharacters(bool shows);
 
-    /// Borrowed; ends with the next \ref Initialize or \ref Terminate.
+    /// Borrowed. Thread: any.
     ILogger* CurrentLogger() const;
 
+    /// Makes this system the one that \ref PublishedLoggerIfEnabled asks. It must never be destroyed.
+    void Publish();
+    /// The current logger of the published system if it writes records of this level, else null. Thread: any.
+    static ILogger* PublishedLoggerIfEnabled(EKvsLogLevel level);
+
 private:
+    void setCurrent(bool writes);
+
     std::unique_ptr<Log4CplusLogger> m_logger;
-    std::unique_ptr<ILogger> m_overrideLogger; // current while set
-    bool m_truncateLogFile = false;            // stored for the host; the file is always appended to
+    std::unique_ptr<ILogger> m_droppingLogger;
+    std::atomic<ILogger*> m_current; // one of the two
+    bool m_isPublished = false;
+    bool m_truncateLogFile = false; // stored for the host; the file is always appended to
     std::wstring m_logFilePath;
     std::wstring m_messageFormat = defaultMessageFormat;
 };

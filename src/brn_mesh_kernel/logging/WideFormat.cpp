@@ -199,12 +199,58 @@ std::string_view withoutCutCharacter(std::string_view utf8)
     return utf8.size() - lead + 1 < expected ? utf8.substr(0, lead - 1) : utf8;
 }
 
+void appendCharacter(std::wstring& text, char32_t character)
+{
+    if (sizeof(wchar_t) == sizeof(char16_t) && character > 0xFFFF) {
+        text += static_cast<wchar_t>(0xD7C0 + (character >> 10));
+        text += static_cast<wchar_t>(0xDC00 + (character & 0x3FF));
+    } else {
+        text += static_cast<wchar_t>(character);
+    }
+}
+
+// Reads the character at the beginning of the bytes and takes it off them; U+FFFD for what is none. A byte that cannot
+// go on with a character begins the next one. boost::nowide would take it for a part of the broken one and lose it.
+char32_t takeCharacter(std::string_view& utf8)
+{
+    constexpr char32_t invalid = 0xFFFD;
+    const auto lead = static_cast<unsigned char>(utf8.front());
+    utf8.remove_prefix(1);
+    if (lead < 0x80)
+        return lead;
+    if (lead < 0xC2 || lead > 0xF4) // on its own, too long for what it says, or above the last character
+        return invalid;
+    const int count = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+    char32_t character = lead & (0x3FU >> count);
+    unsigned char first = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80; // which no shorter form can say
+    unsigned char last = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;  // no surrogates, nothing too high
+    for (int i = 0; i < count; ++i) {
+        const auto byte = static_cast<unsigned char>(utf8.empty() ? '\0' : utf8.front());
+        if (byte < first || byte > last)
+            return invalid;
+        utf8.remove_prefix(1);
+        character = character << 6 | (byte & 0x3FU);
+        first = 0x80;
+        last = 0xBF;
+    }
+    return character;
+}
+
+std::wstring widenUtf8(std::string_view utf8)
+{
+    std::wstring text;
+    text.reserve(utf8.size());
+    while (!utf8.empty())
+        appendCharacter(text, takeCharacter(utf8));
+    return text;
+}
+
 std::wstring narrowArgument(const char* text, int precision)
 {
     std::string_view utf8(text, boundedLength(text, precision));
     if (precision >= 0 && utf8.size() == static_cast<std::size_t>(precision))
         utf8 = withoutCutCharacter(utf8);
-    return boost::nowide::widen(utf8.data(), utf8.size());
+    return widenUtf8(utf8);
 }
 
 // %s takes wide text on every platform, and %hs takes UTF-8: with the C library's printf both depend on the

@@ -12,8 +12,8 @@ namespace Brennic::Core {
 
 /// Returns the whole per cents of \p fraction, from 0 to 100; 0 for what is no number.
 ///
-/// They are rounded down, and only what is complete has 100. A hundredth that a `double` can only come close to counts as
-/// reached: 0.29 is 29 %, although 100 * 0.29 is a little less.
+/// They are rounded down, and only what is complete has 100. A hundredth that a `double` can only come close to counts
+/// as reached: 0.29 is 29 %, although 100 * 0.29 is a little less.
 /// Thread: any.
 inline int toPercent(double fraction)
 {

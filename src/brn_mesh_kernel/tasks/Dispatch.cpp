@@ -1,26 +1,12 @@
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 
-#include <memory>
 #include <utility>
 
-#include <brn_mesh_kernel/tasks/Task.h>
+#include <brn_mesh_kernel/tasks/SynchronousDispatch.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 #include <brn_mesh_kernel/tasks/WorkerThreads.h>
 
 namespace Brennic::Core {
-
-// Lets the wait take the task back if the GUI thread cannot run it any more. That is safe here, where no
-// other thread can wait for the task, and would surprise one that shares it.
-class SynchronousDispatch
-{
-public:
-    static bool run(TaskQueue& queue, const std::function<void()>& function)
-    {
-        const auto task = std::make_shared<Task>(function);
-        queue.addTask(task);
-        return task->waitOrWithdraw(true);
-    }
-};
 
 bool dispatchAsync(const std::function<void()>& function, EQualityOfService qos)
 {

@@ -13,7 +13,8 @@
 /// runs it. If nobody but Qt would catch it, the process ends where it was thrown. A callable for `eQOS_GUI`
 /// that is dispatched in the GUI thread runs at once, so its exception leaves the call.
 ///
-/// Nothing is returned from the callable: it captures where to put a result.
+/// Nothing is returned from the callable: it captures where to put a result, or is given to `dispatch`
+/// (DispatchFuture.h), which has a future for it.
 ///
 /// docs/architecture.md follows one callable from here to its end.
 
@@ -42,7 +43,9 @@ BRN_MESH_KERNEL_EXPORT bool dispatchAsync(std::function<void()>&& function, EQua
 /// and is refused if it is for the GUI thread.
 /// \return `true` once \p function has returned; `false`, with nothing queued, run or logged, in the cases of
 ///         \ref dispatchAsync, and for `eQOS_GUI` from another thread once the application object has gone,
-///         also if that happens during the wait.
+///         also if that happens during the wait. `false` too, and a warning is logged, if the wait cannot end,
+///         as when the thread that is to run \p function waits for a task that waits here; \p function never
+///         runs then. docs/tasks.md says which waits are found.
 /// Thread: any; blocks until \p function has returned, without limit.
 BRN_MESH_KERNEL_EXPORT bool dispatchSync(const std::function<void()>& function, EQualityOfService qos);
 

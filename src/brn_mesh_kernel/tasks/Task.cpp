@@ -1,14 +1,18 @@
 #include <brn_mesh_kernel/tasks/Task.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <limits>
 #include <mutex>
 #include <thread>
 #include <utility>
 
+#include <brn_mesh_kernel/tasks/SynchronousDispatch.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
+#include <brn_mesh_kernel/tasks/TaskQueueCore.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
+#include <brn_mesh_kernel/tasks/WaitGraph.h>
 
 namespace Brennic::Core {
 
@@ -24,23 +28,90 @@ public:
 
     std::function<void()>& function() { return *this; }
 
+    // The task was taken out of its queue: waits for it end.
+    void endCancelled()
+    {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        ++m_ends;
+        ++m_cancellations;
+        m_isCancelled = true;
+        m_finishedCondition.notify_all();
+    }
+
+    class Wait;
+
     ETaskState m_state = ePending; // m_lock guards this, what follows, and the callable while it does not run
     std::mutex m_lock;
     std::condition_variable m_finishedCondition;
     std::shared_ptr<TaskQueue> m_queue;
+    std::thread::id m_runner; // the thread that runs the callable, or ran it last
     // How often the callable has returned or the task was cancelled. Waits compare it instead of the state:
     // they end with the run that they waited for, even if the task has been armed again by then.
     std::atomic<std::uint64_t> m_ends{0};
     std::uint64_t m_cancellations = 0; // how many of m_ends
     bool m_isCancelled = false;        // and not added or assigned to since
+    bool m_isBeingAdded = false;       // by a thread that may yet find another queue for it
+    bool m_isGivenUp = false;          // a wait of whoever may withdraw the task cannot end
     std::uint64_t m_wakeUps = 0;       // calls of wakeWaiters()
     int m_waiters = 0;                 // threads that sleep: without any, the end of a run notifies nobody
+};
+
+// A wait for the task. Only whoever may withdraw the task has it to themselves: a pending task that is shared may
+// be run or taken back by a thread that nobody knows of, which ends the wait.
+class Q_DECL_HIDDEN Task::TaskImpl::Wait final : public WaitGraph::Wait
+{
+public:
+    Wait(TaskImpl& task, std::uint64_t endsBefore, bool mayWithdraw, const TaskWatch* watch)
+        : m_task(task), m_endsBefore(endsBefore), m_mayWithdraw(mayWithdraw), m_watch(watch)
+    {
+    }
+    ~Wait() { leave(); }
+
+private:
+    WaitGraph::Target target() const override
+    {
+        const std::lock_guard<std::mutex> lock(m_task.m_lock);
+        if (m_task.m_ends != m_endsBefore || (m_mayWithdraw && m_task.m_isGivenUp))
+            return {};
+        if (m_watch != nullptr && m_watch->isOver())
+            return {};
+        if (m_task.m_state == eRunning)
+            return {WaitGraph::Target::Running, {m_task.m_runner}, nullptr};
+        if (!isOwnAndPending() || m_task.m_queue->mustWaiterRunTasks())
+            return {};
+        return {WaitGraph::Target::Pending, {}, m_task.m_queue->m_core};
+    }
+    bool canBeGivenUp() const override
+    {
+        const std::lock_guard<std::mutex> lock(m_task.m_lock);
+        return isOwnAndPending();
+    }
+    void giveUp() override
+    {
+        const std::lock_guard<std::mutex> lock(m_task.m_lock);
+        m_task.m_isGivenUp = true;
+        m_task.m_finishedCondition.notify_all();
+    }
+    bool isOwnAndPending() const
+    {
+        return m_mayWithdraw && m_task.m_state == ePending && m_task.m_queue && !m_task.m_isBeingAdded;
+    }
+
+    TaskImpl& m_task;
+    const std::uint64_t m_endsBefore;
+    const bool m_mayWithdraw;
+    const TaskWatch* const m_watch; // may be null
 };
 
 // How often a waiting thread yields before it sleeps. Falling asleep and being woken takes longer than a
 // short task, so a worker on another core often finishes first. One on the waiter's own core needs that core:
 // then there are none.
 constexpr int mostYields = 100;
+
+// How often a thread that waits for a task looks at what nobody notifies it of. What is over when it looks is
+// followed by the end of the task at once, as a rule, and that notifies: so it looks once more.
+constexpr std::chrono::milliseconds lookTime{10};
+constexpr int looksAfterEnd = 2;
 
 // Counts the calling thread as waiting, if its worker is one of those that could run the task: its place must
 // be taken, or the task might stay behind it for ever.
@@ -113,10 +184,17 @@ void Task::runTask()
         if (m_impl->m_state != ePending)
             return;
         m_impl->m_state = eRunning;
+        m_impl->m_runner = std::this_thread::get_id();
     }
     m_impl->function()(); // if it throws, the state stays eRunning: nobody can say what the callable has done
+    endRun();
+}
 
+void Task::endRun()
+{
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
+    if (m_impl->m_state == eFinished)
+        return;
     m_impl->m_state = eFinished;
     ++m_impl->m_ends;
     if (m_impl->m_waiters == 0)
@@ -135,7 +213,7 @@ void Task::waitTillFinished()
     waitOrWithdraw(false);
 }
 
-bool Task::waitOrWithdraw(bool mayWithdraw)
+bool Task::waitOrWithdraw(bool mayWithdraw, const TaskWatch* watch)
 {
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     if (m_impl->m_state == eFinished || m_impl->m_isCancelled)
@@ -151,7 +229,7 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
     const int yields = queue && queue->runsOnOtherCore() ? mostYields : 0;
     for (int i = 0; i < yields && m_impl->m_ends == endsBefore; ++i)
         std::this_thread::yield();
-    const bool hasEnded = waitForEndAfter(endsBefore, mayWithdraw);
+    const bool hasEnded = waitForEndAfter(endsBefore, mayWithdraw, watch);
     lock.lock();
     return hasEnded && m_impl->m_cancellations == cancellationsBefore;
 }
@@ -159,28 +237,56 @@ bool Task::waitOrWithdraw(bool mayWithdraw)
 // Sleeps until the task has ended, or runs it here if no worker can. It looks for the task in the queue once
 // for each call of wakeWaiters(): if it is not there, somebody else has taken it, and the end of that run
 // notifies.
-bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw)
+bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw, const TaskWatch* watch)
 {
     std::uint64_t wakeUpsSeen = std::numeric_limits<std::uint64_t>::max();
+    TaskImpl::Wait wait(*m_impl, endsBefore, mayWithdraw, watch);
+    int looksSinceOver = 0;
+    bool wasBeingAdded = false;
     std::unique_lock<std::mutex> lock(m_impl->m_lock);
     while (m_impl->m_ends == endsBefore) {
         const std::shared_ptr<TaskQueue> queue = m_impl->m_queue;
         const bool isForGui = queue && queue->getQOS() == eQOS_GUI;
         const bool mustRun = queue && m_impl->m_state == ePending && queue->mustWaiterRunTasks();
-        if (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw)) {
-            ++m_impl->m_waiters;
-            m_impl->m_finishedCondition.wait(lock);
-            --m_impl->m_waiters;
+        const bool isGivenUp = mayWithdraw && m_impl->m_isGivenUp;
+        if (!isGivenUp && (!mustRun || wakeUpsSeen == m_impl->m_wakeUps || (isForGui && !mayWithdraw))) {
+            if (wait.isListed() && (!wasBeingAdded || m_impl->m_isBeingAdded)) {
+                const bool isPending = m_impl->m_state == ePending;
+                ++m_impl->m_waiters;
+                if (watch != nullptr)
+                    m_impl->m_finishedCondition.wait_for(lock, lookTime);
+                else
+                    m_impl->m_finishedCondition.wait(lock);
+                --m_impl->m_waiters;
+                if (watch != nullptr && m_impl->m_ends == endsBefore) {
+                    lock.unlock();
+                    if (watch->isOver() && ++looksSinceOver == looksAfterEnd)
+                        return true;
+                    if (isPending)
+                        watch->whilePending();
+                    lock.lock();
+                }
+            } else {
+                wasBeingAdded = m_impl->m_isBeingAdded; // then look again whether the wait can end
+                lock.unlock();                          // this lock is taken under the graph's mutex
+                wait.leave();
+                wait.enter();
+                lock.lock();
+            }
             continue;
         }
         wakeUpsSeen = m_impl->m_wakeUps;
-        lock.unlock(); // the queue's mutex is never taken under this one
+        lock.unlock(); // the queue's mutex is never taken under this one, nor the graph's
+        wait.leave();
         const std::shared_ptr<Task> self = queue->findAndRemoveTask(this);
-        if (self && isForGui)
+        if (self && (isForGui || isGivenUp)) {
+            m_impl->endCancelled();
             return false;
+        }
         if (self)
             self->runTask();
         lock.lock();
+        m_impl->m_isGivenUp = false; // if it was, somebody else has taken the task
     }
     return true;
 }
@@ -194,12 +300,16 @@ bool Task::cancel()
     const std::shared_ptr<Task> self = queue ? queue->findAndRemoveTask(this) : nullptr;
     if (!self)
         return false;
-    lock.lock();
-    ++m_impl->m_ends;
-    ++m_impl->m_cancellations;
-    m_impl->m_isCancelled = true;
-    m_impl->m_finishedCondition.notify_all();
+    m_impl->endCancelled();
     return true;
+}
+
+void Task::setBeingAdded(bool isBeingAdded)
+{
+    const std::lock_guard<std::mutex> lock(m_impl->m_lock);
+    m_impl->m_isBeingAdded = isBeingAdded;
+    if (m_impl->m_waiters > 0)
+        m_impl->m_finishedCondition.notify_all();
 }
 
 void Task::wakeWaiters()

@@ -30,6 +30,7 @@ namespace Brennic::Core {
 
 class Task;
 class TaskQueue;
+struct TaskWatch;
 
 } // namespace Brennic::Core
 
@@ -128,10 +129,14 @@ private:
     // Returns the queue that the caller releases with no lock held, since that may destroy it: the earlier
     // queue, or \p queue if the task is running, which keeps the one it has.
     std::shared_ptr<TaskQueue> setQueue(std::shared_ptr<TaskQueue> queue);
+    // Between the two calls the task is on its way into the queue that setQueue() has been told.
+    void setBeingAdded(bool isBeingAdded);
     // Waits; returns whether the task has run. With mayWithdraw, a GUI task whose thread cannot run it any
     // more is removed from its queue, and the result is false: for a caller that nobody shares the task with.
-    bool waitOrWithdraw(bool mayWithdraw);
-    bool waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw);
+    bool waitOrWithdraw(bool mayWithdraw, const TaskWatch* watch = nullptr);
+    bool waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw, const TaskWatch* watch);
+    // The task has finished: waits for it end. Does nothing if it has finished already.
+    void endRun();
     // Lets waiting threads look again whether they must run the task themselves.
     void wakeWaiters();
 

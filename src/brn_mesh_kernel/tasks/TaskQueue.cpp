@@ -59,7 +59,8 @@ std::shared_ptr<TaskQueue> TaskQueue::createQueue(EQualityOfService qos, int max
 std::shared_ptr<TaskQueue> TaskQueue::createOverflowQueue(const TaskQueueCore& core)
 {
     const std::shared_ptr<TaskFamily> family = core.family;
-    if (++family->overflowQueues > TaskFamily::mostOverflowQueues) {
+    const bool isLimited = family->otherWaits == 0;
+    if (++family->overflowQueues > TaskFamily::mostOverflowQueues && isLimited) {
         --family->overflowQueues;
         return {};
     }
@@ -147,9 +148,11 @@ void TaskQueue::addWhileAllWait(std::shared_ptr<Task> task)
         overflow->addTask(std::move(task));
         return;
     }
-    m_core->isStranded = true; // before the job is added: whoever sees it pending sees that waiters run it
+    m_core->setStranded(); // before the job is added: whoever sees it pending sees that waiters run it
     TaskJob job{task, nullptr};
     m_core->add(job, true);
+    if (m_core->family->otherWaits > 0) // since a moment ago
+        makeRoom(*m_core);
     task->wakeWaiters();
     Q_EMIT newTaskArrived(task.get());
 }
@@ -178,23 +181,52 @@ std::shared_ptr<Task> TaskQueue::findAndRemoveTask(Task* pTask)
     return job.task;
 }
 
-// The worker's thread begins to wait for a task of the queue's family. If it was the last worker of its queue
-// that did not wait, nobody would run the pending tasks: they move to one overflow queue, in order. A task
-// that is added in between finds all workers waiting and gets an overflow queue of its own (addTask), so none
-// stays behind.
+// The worker's thread begins to wait for a task of the queue's family.
 void TaskQueue::beginWait(TaskWorker& worker)
 {
     TaskQueueCore& core = worker.core();
     core.post(core.scheduler.beginWait(worker));
-    if (!core.scheduler.isStarved())
+    makeRoom(core);
+}
+
+// If no worker of the queue is left that does not wait, nobody would run the pending tasks: they move to one
+// overflow queue, in order. A task that is added in between finds all workers waiting and gets an overflow queue
+// of its own (addTask), so none stays behind.
+void TaskQueue::makeRoom(TaskQueueCore& core)
+{
+    if (!core.scheduler.isStarved() || movePending(core))
         return;
-    if (const std::shared_ptr<TaskQueue> overflow = createOverflowQueue(core)) {
-        // From here on the tasks keep the overflow queue.
+    // Set before reading otherWaits. beginOtherWait() does the reverse, so at least one side sees the other.
+    core.setStranded();
+    if (core.family->otherWaits > 0 && movePending(core))
+        return;
+    core.wakeWaiters(); // threads that wait for a pending task run it themselves
+}
+
+bool TaskQueue::movePending(TaskQueueCore& core)
+{
+    const std::shared_ptr<TaskQueue> overflow = createOverflowQueue(core);
+    if (overflow) // from here on the tasks keep it
         core.scheduler.takeAll(false).forEach([&](const TaskJob& job) { overflow->addTask(taskOf(job)); });
+    return overflow != nullptr;
+}
+
+void TaskQueue::beginOtherWait(TaskWorker& worker)
+{
+    TaskFamily& family = *worker.core().family;
+    ++family.otherWaits; // first: what becomes pending from now on moves, however many queues there are
+    beginWait(worker);
+    if (!family.hasBeenStranded)
         return;
-    }
-    core.isStranded = true; // then notify: threads that wait for a pending task run it themselves
-    core.wakeWaiters();
+    for (const std::shared_ptr<TaskQueueCore>& core : WorkerThreads::cores())
+        if (core->isStranded && core->family.get() == &family)
+            makeRoom(*core);
+}
+
+void TaskQueue::endOtherWait(TaskWorker& worker)
+{
+    endWait(worker);
+    --worker.core().family->otherWaits;
 }
 
 void TaskQueue::endWait(TaskWorker& worker)

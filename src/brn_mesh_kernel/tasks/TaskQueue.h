@@ -35,6 +35,7 @@
 
 namespace Brennic::Core {
 
+class ParallelLoop;
 class Task;
 class TaskQueue;
 class TaskWorker;
@@ -128,12 +129,19 @@ protected:
 private:
     friend class Task;
     friend class GlobalQueues;
+    friend class ParallelLoop;
+    friend class SynchronousDispatch;
 
     TaskQueue(EQualityOfService qos, int maxConcurrency, const std::shared_ptr<TaskFamily>& family);
 
     static std::shared_ptr<TaskQueue> createOverflowQueue(const TaskQueueCore& core);
     static void beginWait(TaskWorker& worker);
     static void endWait(TaskWorker& worker);
+    // The same for a wait for what is no task: its end may depend on whatever is pending in the family.
+    static void beginOtherWait(TaskWorker& worker);
+    static void endOtherWait(TaskWorker& worker);
+    static void makeRoom(TaskQueueCore& core);
+    static bool movePending(TaskQueueCore& core);
     bool isFamilyOf(const TaskWorker& worker) const;
     bool isGuiThread() const;
     bool mustWaiterRunTasks() const;

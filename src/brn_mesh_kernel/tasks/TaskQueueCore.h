@@ -86,6 +86,11 @@ struct TaskFamily
 {
     static constexpr int mostOverflowQueues = 64;
     std::atomic<int> overflowQueues{0};
+    /// Waits of workers for what is no task. They cannot run what is pending in place of an overflow queue, so
+    /// there is no limit meanwhile.
+    std::atomic<int> otherWaits{0};
+    /// Whether any of the queues has ever been stranded; see TaskQueueCore.
+    std::atomic<bool> hasBeenStranded{false};
 };
 
 struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
@@ -109,6 +114,12 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
     /// Has each thread that waits for a pending task look again whether it must run the task itself.
     void wakeWaiters();
 
+    void setStranded()
+    {
+        family->hasBeenStranded = true; // first: whoever reads it reads the other afterwards
+        isStranded = true;
+    }
+
     const EQualityOfService qos;
     const std::shared_ptr<TaskFamily> family;
     bool isOverflow = false;
@@ -124,6 +135,9 @@ struct TaskQueueCore : std::enable_shared_from_this<TaskQueueCore>
     /// Whether every worker waits and no overflow queue can be made: whoever waits for a pending task runs
     /// it.
     std::atomic<bool> isStranded{false};
+    /// Helpers of loops that are pending. Loops inside tasks begin and end while no worker is free, and would
+    /// pile them up.
+    std::atomic<int> pendingHelpers{0};
 };
 
 } // namespace Brennic::Core

@@ -38,6 +38,14 @@ constexpr TaskWorker::JobNumber noJob = 0; // in an event that stands for no job
 
 thread_local TaskWorker* t_worker = nullptr;
 
+// Set when the library is loaded, before other threads can ask for it; perhaps also before the variables of this
+// file get their first values.
+std::thread::id& guiThreadId()
+{
+    static std::thread::id id;
+    return id;
+}
+
 // Set before the first worker's thread starts, so that the threads read it without a lock.
 std::shared_ptr<void> (*g_makeThreadGuard)() = nullptr;
 
@@ -122,6 +130,7 @@ TaskWorker::TaskWorker(std::shared_ptr<TaskQueueCore> core) : m_core(std::move(c
     const int number = WorkerThreads::add(*this, m_core->qos);
     if (m_core->qos == eQOS_GUI) {
         m_core->guiWorker = this;
+        guiThreadId() = std::this_thread::get_id();
         QThread::currentThread()->setPriority(QThread::HighestPriority);
         return;
     }
@@ -147,6 +156,11 @@ TaskWorker::~TaskWorker()
 TaskWorker* TaskWorker::current()
 {
     return t_worker;
+}
+
+std::thread::id TaskWorker::guiThread()
+{
+    return guiThreadId();
 }
 
 void TaskWorker::guardThreadsBy(std::shared_ptr<void> (*make)())

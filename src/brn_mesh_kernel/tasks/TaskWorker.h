@@ -21,6 +21,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include <QMetaObject>
 #include <QObject>
@@ -52,6 +53,12 @@ public:
 
     /// The worker whose thread calls; null in the GUI thread and in threads of the host.
     static TaskWorker* current();
+
+    /// The thread of the GUI queue.
+    static std::thread::id guiThread();
+
+    /// The name that the thread has or will have; empty for the GUI worker.
+    const std::string& threadName() const { return m_threadName; }
 
     TaskQueueCore& core() const { return *m_core; }
 

@@ -13,6 +13,7 @@
 #include <QThread>
 
 #include <brn_mesh_kernel/library/Process.h>
+#include <brn_mesh_kernel/tasks/DispatchedCall.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
 
 namespace Brennic::Core::WorkerThreads {
@@ -91,13 +92,7 @@ void wakeWaiters()
 {
     // Outside the mutex: whoever holds a task last may destroy its queue here, which takes the mutex to end
     // the workers.
-    std::vector<std::shared_ptr<TaskQueueCore>> cores;
-    {
-        const Lock lock(state().mutex);
-        for (const Entry& entry : state().entries)
-            cores.push_back(entry.worker->core().shared_from_this());
-    }
-    for (const std::shared_ptr<TaskQueueCore>& core : cores)
+    for (const std::shared_ptr<TaskQueueCore>& core : cores())
         core->wakeWaiters();
 }
 
@@ -170,6 +165,7 @@ void makeWorkersNow(const std::shared_ptr<TaskQueueCore>& core, int count)
 void leaveApplication()
 {
     enter(Phase::AfterApplication);
+    DispatchedCall::giveUpPending(true);
     wakeWaiters(); // no worker runs their tasks any more: they do it themselves
     waitUntil([] { return state().applicationUses == 0; });
     {
@@ -262,6 +258,15 @@ void remove(const TaskWorker& worker)
     entries.erase(std::remove_if(entries.begin(), entries.end(), isWorker), entries.end());
 }
 
+std::vector<std::shared_ptr<TaskQueueCore>> cores()
+{
+    std::vector<std::shared_ptr<TaskQueueCore>> result;
+    const Lock lock(state().mutex);
+    for (const Entry& entry : state().entries)
+        result.push_back(entry.worker->core().shared_from_this());
+    return result;
+}
+
 std::size_t count()
 {
     const Lock lock(state().mutex);
@@ -328,6 +333,7 @@ void end()
 {
     if (!enter(Phase::Ended))
         return;
+    DispatchedCall::giveUpPending(false);
     wakeWaiters();
     waitUntil([] { return !isAnyStartingOrEnding(); });
 }

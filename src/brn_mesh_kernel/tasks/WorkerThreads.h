@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <brn_mesh_kernel/tasks/EQualityOfService.h>
 
@@ -73,6 +74,9 @@ void makeWorkers(const std::shared_ptr<TaskQueueCore>& core, int count);
 
 /// Lets the workers of a queue that is being destroyed end. They delete themselves.
 void retireWorkers(TaskQueueCore& core);
+
+/// What the workers serve, once for each of them. Thread: any.
+std::vector<std::shared_ptr<TaskQueueCore>> cores();
 
 /// Lists a worker, so that it is held and resumed with the others, under the lowest number that no other of
 /// its class has.

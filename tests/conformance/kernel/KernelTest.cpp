@@ -446,3 +446,27 @@ TEST_F(KernelTest, controlCharactersOfMessagesAreShownFromTheSettingOn)
     EXPECT_EQ(logLines(), (std::vector<std::string>{R"(name: x\nforged \x1b[31m)", "two", "lines"}));
     EXPECT_EQ(splitLines(debugger.text()).front(), R"([KVS_LOG] name: x\nforged \x1b[31m)");
 }
+
+TEST_F(KernelTest, aLoggerForALevelIsGivenWhileItWrites)
+{
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Fatal), nullptr);
+    kernel.Initialize();
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Debug), nullptr);
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Info), kernel.Logger());
+    kernel.SetLogLevel(Debug);
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Debug), kernel.Logger());
+    kernel.Terminate();
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Fatal), nullptr);
+    kernel.Initialize();
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Info), kernel.Logger());
+}
+
+TEST_F(KernelTest, theLoggerForALevelIsThatOfTheProcessesKernel)
+{
+    Kernel other;
+    other.Initialize();
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Info), nullptr);
+    kernel.Initialize();
+    other.Terminate();
+    EXPECT_EQ(Kernel::LoggerIfEnabled(Info), kernel.Logger());
+}

@@ -48,11 +48,11 @@ INSTANTIATE_TEST_SUITE_P(
                       "leaveMainWhileQueuesEnd", "leaveMainWithQueuesInStaticStorage",
                       "leaveMainThenDispatch", "endAtOnce", "exitFromMain", "exitFromTheEventLoop",
                       "exitFromWorker", "exitFromWorkerOfGlobalQueue", "exitFromThread", "exitFromGuiTask",
-                      "exitWhileThreadsDispatch", "beforeApplication", "beforeApplicationWithoutEventLoop",
-                      "beforeApplicationAThreadWaits", "beforeApplicationMainWaits",
-                      "beforeApplicationQueuesEnd", "betweenApplications", "afterApplication",
-                      "afterApplicationAThreadStillDispatches", "afterApplicationAThreadIsLetGoByTheGuiQueue",
-                      "afterApplicationWorkersAreBusy"),
+                      "exitWhileThreadsDispatch", "exitWhileThreadsWaitForFutures", "beforeApplication",
+                      "beforeApplicationWithoutEventLoop", "beforeApplicationAThreadWaits",
+                      "beforeApplicationMainWaits", "beforeApplicationQueuesEnd", "betweenApplications",
+                      "afterApplication", "afterApplicationAThreadStillDispatches",
+                      "afterApplicationAThreadIsLetGoByTheGuiQueue", "afterApplicationWorkersAreBusy"),
     sceneName);
 
 TEST_P(PluginLifetime, opensAndClosesCleanlyAndInSilence)

@@ -46,6 +46,25 @@ TEST(WideFormat, aNullStringPrintsNull)
     EXPECT_EQ(formatted(L"%s|%hs|%8ls", nullptr, nullptr, nullptr), L"(null)|(null)|  (null)");
 }
 
+TEST(WideFormat, aBrokenCharacterOfNarrowTextTakesNoOtherWithIt)
+{
+    EXPECT_EQ(formatted(L"%hs", "<\xC3>"), L"<\uFFFD>");
+    EXPECT_EQ(formatted(L"%hs", "<\xE2\x82>"), L"<\uFFFD>");
+    EXPECT_EQ(formatted(L"%hs", "\xF0\x9F\x98\xC3\xBC"), L"\uFFFD\u00fc");
+    EXPECT_EQ(formatted(L"%hs", "\xC3"), L"\uFFFD");
+    EXPECT_EQ(formatted(L"%hs", "\x80\xBF|"), L"\uFFFD\uFFFD|");
+}
+
+TEST(WideFormat, formsOfUtf8ThatAreForbiddenAreReplaced)
+{
+    EXPECT_EQ(formatted(L"%hs", "\xC1\x81|"), L"\uFFFD\uFFFD|");                     // longer than needed
+    EXPECT_EQ(formatted(L"%hs", "\xE0\x9F\xBF|"), L"\uFFFD\uFFFD\uFFFD|");           // the same
+    EXPECT_EQ(formatted(L"%hs", "\xED\xA0\x80|"), L"\uFFFD\uFFFD\uFFFD|");           // half a pair
+    EXPECT_EQ(formatted(L"%hs", "\xF4\x90\x80\x80|"), L"\uFFFD\uFFFD\uFFFD\uFFFD|"); // above the last one
+    EXPECT_EQ(formatted(L"%hs", "\xEE\x80\x80 \xED\x9F\xBF \xF4\x8F\xBF\xBF \xF0\x90\x80\x80"),
+              L"\ue000 \ud7ff \U0010FFFF \U00010000");
+}
+
 TEST(WideFormat, narrowTextThatIsNoUtf8GetsReplacementCharacters)
 {
     EXPECT_EQ(formatted(L"<%hs>", "a\xFF"

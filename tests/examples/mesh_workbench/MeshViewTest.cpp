@@ -1,0 +1,147 @@
+/// \file
+/// The picture of the mesh in the window: what it shows, and when.
+
+#include <cmath>
+
+#include <QImage>
+#include <QMouseEvent>
+#include <QWheelEvent>
+
+#include "MeshView.h"
+#include "MeshWorkbenchFixture.h"
+
+using Brennic::Testing::serveUntil;
+
+namespace {
+
+class MeshViewTest : public MeshWorkbenchTest
+{
+protected:
+    MeshView& view() const { return *window->findChild<MeshView*>("meshView"); }
+    bool isFine() const
+    {
+        return serveUntil([&] { return view().isFine(); });
+    }
+    // One event, as the mouse's move makes it.
+    void drag(const QPoint& from, const QPoint& to)
+    {
+        const auto send = [&](QEvent::Type type, const QPoint& at, Qt::MouseButtons held) {
+            QMouseEvent event(type, at, view().mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+            QCoreApplication::sendEvent(&view(), &event);
+        };
+        send(QEvent::MouseButtonPress, from, Qt::LeftButton);
+        send(QEvent::MouseMove, to, Qt::LeftButton);
+        send(QEvent::MouseButtonRelease, to, Qt::NoButton);
+    }
+};
+
+bool hasSurface(const QImage& image)
+{
+    const QColor background = image.pixelColor(0, 0);
+    return image.pixelColor(image.width() / 2, image.height() / 2) != background;
+}
+
+} // namespace
+
+TEST_F(MeshViewTest, theMeshIsShownCoarseFirstAndThenFine)
+{
+    EXPECT_TRUE(view().picture().isNull());
+    std::vector<bool> shown;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(),
+                     [&](bool isFine) { shown.push_back(isFine); });
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    EXPECT_FALSE(shown.front());
+    EXPECT_TRUE(shown.back());
+    EXPECT_EQ(view().picture().size(), view().contentsRect().size());
+    EXPECT_TRUE(hasSurface(view().picture()));
+}
+
+TEST_F(MeshViewTest, theMouseTurnsTheMeshAndTheWheelEnlargesIt)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    const QImage first = view().picture();
+    drag({50, 50}, {150, 50});
+    EXPECT_FALSE(view().isFine());
+    ASSERT_TRUE(isFine());
+    const QImage turned = view().picture();
+    EXPECT_NE(turned, first);
+    const QQuaternion rotation = view().camera().rotation;
+    drag({150, 50}, {150, 90});
+    drag({150, 90}, {150, 50});
+    EXPECT_NEAR(std::abs(QQuaternion::dotProduct(view().camera().rotation, rotation)), 1, 1e-4)
+        << "back again";
+    const float zoom = view().camera().zoom;
+    QWheelEvent wheel({50, 50}, view().mapToGlobal(QPoint(50, 50)), {}, {0, 120}, Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&view(), &wheel);
+    EXPECT_GT(view().camera().zoom, zoom);
+    ASSERT_TRUE(isFine());
+    EXPECT_NE(view().picture(), first);
+}
+
+TEST_F(MeshViewTest, whatWasTurnedOnTheWayIsSkippedAndTheLastViewIsShown)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    int shown = 0;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(), [&] { ++shown; });
+    Camera camera = view().camera();
+    for (int step = 0; step < 1000; ++step) { // no event is served in between
+        camera.rotation = QQuaternion::fromAxisAndAngle(0, 1, 0, static_cast<float>(step));
+        view().setCamera(camera);
+    }
+    ASSERT_TRUE(isFine());
+    EXPECT_LE(shown, 4) << "one that had begun, one of the last view, and the fine one";
+    const QImage last = view().picture();
+    view().setCamera(camera);
+    ASSERT_TRUE(isFine());
+    EXPECT_EQ(view().picture(), last);
+}
+
+TEST_F(MeshViewTest, aNewerViewCancelsACoarsePicture)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    int coarse = 0;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(),
+                     [&](bool isFine) { coarse += isFine ? 0 : 1; });
+    drag({50, 50}, {150, 50});
+    drag({150, 50}, {170, 50});
+    ASSERT_TRUE(isFine());
+    EXPECT_EQ(coarse, 1);
+}
+
+TEST_F(MeshViewTest, picturesAreShownWhileTheViewKeepsChanging)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    int shown = 0;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(), [&] { ++shown; });
+    EXPECT_TRUE(serveUntil([&, step = 0.0F]() mutable {
+        Camera camera = view().camera();
+        camera.rotation = QQuaternion::fromAxisAndAngle(0, 1, 0, ++step);
+        view().setCamera(camera);
+        return shown > 3;
+    }));
+}
+
+TEST_F(MeshViewTest, aPictureFollowsItsPlace)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    const QSize before = view().picture().size();
+    window->resize(window->size() + QSize(100, 100));
+    ASSERT_TRUE(serveUntil([&] { return view().isFine() && view().picture().size() != before; }));
+    EXPECT_EQ(view().picture().size(), view().contentsRect().size());
+}
+
+TEST_F(MeshViewTest, aWindowThatGoesWhileAPictureIsDrawnIsNotHeldUp)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    drag({50, 50}, {150, 50});
+    window.reset();
+    EXPECT_TRUE(serveUntil([served = 0]() mutable { return ++served > 50; })); // what was drawn finds no one
+}
