@@ -1,6 +1,7 @@
 #include "Pipeline.h"
 
 #include <algorithm>
+#include <exception>
 #include <new>
 #include <utility>
 
@@ -13,6 +14,11 @@
 using namespace Brennic::Core;
 
 namespace {
+
+// Thrown where the run is to stop.
+struct Cancelled
+{
+};
 
 std::wstring wide(const std::filesystem::path& path)
 {
@@ -41,7 +47,7 @@ Pipeline::Pipeline(const RunOptions& options, Stages& stages, StageDone stageDon
 {
 }
 
-void Pipeline::run()
+RunEnd Pipeline::run()
 {
     try {
         load();
@@ -49,14 +55,13 @@ void Pipeline::run()
             subdivide();
         smooth();
         save();
-    } catch (const std::exception& error) {
-        m_stages.fail(boost::nowide::widen(reasonOf(error)));
-        throw;
+        return {RunEnd::Outcome::Done, {}};
     } catch (const Cancelled&) {
-        throw;
+        return {RunEnd::Outcome::Interrupted, {}};
+    } catch (const std::exception& error) {
+        return failed(reasonOf(error));
     } catch (...) {
-        m_stages.fail(boost::nowide::widen(unknownReason));
-        throw;
+        return failed("an error of an unknown kind");
     }
 }
 
@@ -120,4 +125,10 @@ void Pipeline::stopIfCancelled() const
 {
     if (m_stages.root()->isCancelled())
         throw Cancelled();
+}
+
+RunEnd Pipeline::failed(const std::string& reason)
+{
+    m_stages.fail(boost::nowide::widen(reason));
+    return {RunEnd::Outcome::Failed, reason};
 }
