@@ -96,11 +96,14 @@ void Pipeline::smooth()
     LoopOptions loop;
     loop.queue = m_helpers.get();
     loop.maxWorkers = m_options.threads;
+    loop.progress = std::make_shared<Progress>(); // no part of what is shown, which counts iterations
+    m_stages.root()->setCancelHandler([progress = loop.progress] { progress->cancel(); });
     for (int i = 0; i < m_options.iterations; ++i) {
         stopIfCancelled();
         if (i == m_options.iterations / 2 && m_options.midway)
             m_options.midway();
-        static_cast<void>(smoother.iterate(loop)); // it has no progress that could cancel it
+        if (smoother.iterate(loop) != eLoop_Completed)
+            throw Cancelled();
         ++m_iterationsDone;
         m_stages.report(Stage::Smooth, i + 1, m_options.iterations + 1);
     }

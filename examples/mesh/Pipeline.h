@@ -41,8 +41,9 @@ public:
     /// Makes the workers that help with the smoothing. The options and the stages are borrowed.
     Pipeline(const RunOptions& options, Stages& stages, StageDone stageDone);
 
-    /// Does all of it, once. It is interrupted before the next step once the root of the stages was cancelled, and
-    /// fails by what a stage throws; in both cases no output is left. The root of the stages tells a failure too.
+    /// Does all of it, once. It is interrupted soon, also in the middle of an iteration, once the root of the stages was
+    /// cancelled, and fails by what a stage throws; in both cases no output is left. The root tells a failure too.
+    /// While it smooths, the root's cancel handler is the pipeline's.
     RunEnd run();
 
     /// What the stages have made of the mesh so far. To be read while `StageDone` is called, in its thread.

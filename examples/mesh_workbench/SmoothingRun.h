@@ -40,7 +40,7 @@ public:
 
     /// Begins the work; once.
     void start();
-    /// Cancels the tree of progress: the run ends before its next step.
+    /// Cancels the tree of progress: the run ends soon.
     void cancel() { root()->cancel(); }
 
 Q_SIGNALS:

@@ -50,3 +50,12 @@ TEST_F(PipelineTest, aRunThatFailsSaysWhy)
     EXPECT_EQ(end.outcome, Outcome::Failed);
     EXPECT_NE(end.error.find("mesh.obj: there is no such file"), std::string::npos) << end.error;
 }
+
+// The host is called between the question whether to stop and the loops of the sixth iteration.
+TEST_F(PipelineTest, anIterationThatIsCancelledInsideIsNotCountedAndNothingIsSaved)
+{
+    options.midway = [this] { stages.root()->cancel(); };
+    EXPECT_EQ(pipeline.run().outcome, Outcome::Interrupted);
+    EXPECT_EQ(pipeline.iterationsDone(), 5);
+    EXPECT_FALSE(std::filesystem::exists(options.output));
+}
