@@ -2,9 +2,12 @@
 /// The picture of the mesh in the window: what it shows, and when.
 
 #include <cmath>
+#include <memory>
+#include <vector>
 
 #include <QImage>
 #include <QMouseEvent>
+#include <QTimer>
 #include <QWheelEvent>
 
 #include "MeshView.h"
@@ -65,20 +68,21 @@ TEST_F(MeshViewTest, theMouseTurnsTheMeshAndTheWheelEnlargesIt)
     drag({50, 50}, {150, 50});
     EXPECT_FALSE(view().isFine());
     ASSERT_TRUE(isFine());
-    const QImage turned = view().picture();
-    EXPECT_NE(turned, first);
+    EXPECT_NE(view().picture(), first);
     const QQuaternion rotation = view().camera().rotation;
     drag({150, 50}, {150, 90});
     drag({150, 90}, {150, 50});
     EXPECT_NEAR(std::abs(QQuaternion::dotProduct(view().camera().rotation, rotation)), 1, 1e-4)
         << "back again";
+    ASSERT_TRUE(isFine());
+    const QImage small = view().picture();
     const float zoom = view().camera().zoom;
     QWheelEvent wheel({50, 50}, view().mapToGlobal(QPoint(50, 50)), {}, {0, 120}, Qt::NoButton,
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(&view(), &wheel);
     EXPECT_GT(view().camera().zoom, zoom);
     ASSERT_TRUE(isFine());
-    EXPECT_NE(view().picture(), first);
+    EXPECT_NE(view().picture(), small);
 }
 
 TEST_F(MeshViewTest, whatWasTurnedOnTheWayIsSkippedAndTheLastViewIsShown)
@@ -111,6 +115,40 @@ TEST_F(MeshViewTest, aNewerViewCancelsACoarsePicture)
     drag({150, 50}, {170, 50});
     ASSERT_TRUE(isFine());
     EXPECT_EQ(coarse, 1);
+}
+
+// No worker has time for the fine picture, so it is still to be drawn when the view changes.
+TEST_F(MeshViewTest, aNewerViewCancelsAFinePicture)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    std::vector<std::unique_ptr<Brennic::Testing::BlockingTask>> blocking;
+    Brennic::Core::TaskQueue& queue = *Brennic::Core::TaskQueue::getGlobalQueue(Brennic::Core::eQOS_Low);
+    for (int i = 0; i < queue.getMaxConcurrency(); ++i) {
+        blocking.push_back(std::make_unique<Brennic::Testing::BlockingTask>());
+        queue.addTask(blocking.back()->task);
+        ASSERT_TRUE(blocking.back()->hasStarted());
+    }
+    int coarse = 0;
+    int fine = 0;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(),
+                     [&](bool isFine) { ++(isFine ? fine : coarse); });
+    drag({50, 50}, {150, 50});
+    bool hasRested =
+        false; // timers of a thread end in the order of their times, and the view's rest is shorter
+    QTimer::singleShot(1000, window.get(), [&] { hasRested = true; });
+    ASSERT_TRUE(serveUntil([&] { return hasRested && coarse == 1; }));
+    drag({150, 50}, {170, 50});
+    blocking.clear();
+    ASSERT_TRUE(isFine());
+    EXPECT_EQ(fine, 1);
+}
+
+TEST_F(MeshViewTest, theMeshIsShownWhileItIsBeingSmoothed)
+{
+    ASSERT_TRUE(isSmoothingForLong());
+    EXPECT_TRUE(isFine());
+    EXPECT_TRUE(window->isRunning());
 }
 
 TEST_F(MeshViewTest, picturesAreShownWhileTheViewKeepsChanging)
