@@ -1,8 +1,12 @@
 /// \file
 /// The picture of the mesh in the window: what it shows, and when.
 
+#include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <limits>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include <QImage>
@@ -10,10 +14,36 @@
 #include <QTimer>
 #include <QWheelEvent>
 
+#include "BallShape.h"
 #include "MeshView.h"
 #include "MeshWorkbenchFixture.h"
 
 using Brennic::Testing::serveUntil;
+
+namespace {
+
+std::atomic<std::size_t> mostMemoryAtOnce{std::numeric_limits<std::size_t>::max()};
+
+} // namespace
+
+// As on a machine that has no more.
+void* operator new(std::size_t size)
+{
+    void* const memory = size > mostMemoryAtOnce ? nullptr : std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 namespace {
 
@@ -142,6 +172,19 @@ TEST_F(MeshViewTest, aNewerViewCancelsAFinePicture)
     blocking.clear();
     ASSERT_TRUE(isFine());
     EXPECT_EQ(fine, 1);
+}
+
+TEST_F(MeshViewTest, aPictureThatThereIsNoMemoryForIsToldOfAndTheNextIsDrawn)
+{
+    const auto shape = std::make_shared<const MeshShape>(Brennic::Testing::ball(100));
+    mostMemoryAtOnce = sizeof(ProjectedMesh::Point) * shape->points.size() - 1;
+    view().setShape(shape);
+    EXPECT_TRUE(
+        serveUntil([&] { return logText().find("there is not enough memory") != std::string::npos; }));
+    mostMemoryAtOnce = std::numeric_limits<std::size_t>::max();
+    EXPECT_TRUE(view().picture().isNull());
+    view().setCamera(view().camera());
+    EXPECT_TRUE(isFine());
 }
 
 TEST_F(MeshViewTest, theMeshIsShownWhileItIsBeingSmoothed)
