@@ -117,7 +117,7 @@ TEST_F(MeshSmootherTest, aMessageOfQtIsInTheLog)
         qWarning("%d vertices are not used", 12);
     }
     Brennic::Core::QtMessages::restore();
-    EXPECT_THAT(readFile(options.log), HasSubstr("WARN  - 12 vertices are not used\n"));
+    EXPECT_THAT(readFile(options.log), HasSubstr("WARN  - 12 vertices are not used"));
 }
 
 TEST_F(MeshSmootherTest, redirectedOutputHasALinePerStageAndNoControlCharacters)
