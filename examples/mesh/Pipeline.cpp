@@ -1,6 +1,7 @@
 #include "Pipeline.h"
 
 #include <algorithm>
+#include <exception>
 #include <new>
 #include <utility>
 
@@ -13,6 +14,11 @@
 using namespace Brennic::Core;
 
 namespace {
+
+// Thrown where the run is to stop.
+struct Cancelled
+{
+};
 
 std::wstring wide(const std::filesystem::path& path)
 {
@@ -41,7 +47,7 @@ Pipeline::Pipeline(const RunOptions& options, Stages& stages, StageDone stageDon
 {
 }
 
-void Pipeline::run()
+RunEnd Pipeline::run()
 {
     try {
         load();
@@ -49,14 +55,13 @@ void Pipeline::run()
             subdivide();
         smooth();
         save();
-    } catch (const std::exception& error) {
-        m_stages.fail(boost::nowide::widen(reasonOf(error)));
-        throw;
+        return {RunEnd::Outcome::Done, {}};
     } catch (const Cancelled&) {
-        throw;
+        return {RunEnd::Outcome::Interrupted, {}};
+    } catch (const std::exception& error) {
+        return failed(reasonOf(error));
     } catch (...) {
-        m_stages.fail(boost::nowide::widen(unknownReason));
-        throw;
+        return failed("an error of an unknown kind");
     }
 }
 
@@ -91,11 +96,14 @@ void Pipeline::smooth()
     LoopOptions loop;
     loop.queue = m_helpers.get();
     loop.maxWorkers = m_options.threads;
+    loop.progress = std::make_shared<Progress>(); // no part of what is shown, which counts iterations
+    m_stages.root()->setCancelHandler([progress = loop.progress] { progress->cancel(); });
     for (int i = 0; i < m_options.iterations; ++i) {
         stopIfCancelled();
         if (i == m_options.iterations / 2 && m_options.midway)
             m_options.midway();
-        static_cast<void>(smoother.iterate(loop)); // it has no progress that could cancel it
+        if (smoother.iterate(loop) != eLoop_Completed)
+            throw Cancelled();
         ++m_iterationsDone;
         m_stages.report(Stage::Smooth, i + 1, m_options.iterations + 1);
     }
@@ -120,4 +128,10 @@ void Pipeline::stopIfCancelled() const
 {
     if (m_stages.root()->isCancelled())
         throw Cancelled();
+}
+
+RunEnd Pipeline::failed(const std::string& reason)
+{
+    m_stages.fail(boost::nowide::widen(reason));
+    return {RunEnd::Outcome::Failed, reason};
 }

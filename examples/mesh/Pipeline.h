@@ -3,7 +3,6 @@
 /// The work of a run: load, subdivide, smooth, save.
 
 #include <atomic>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -14,15 +13,22 @@
 #include "RunOptions.h"
 #include "Stages.h"
 
-/// Thrown by a pipeline whose progress was cancelled.
-struct Cancelled
-{
-};
-
-/// What to tell people of an exception that a run has thrown, in one sentence.
+/// What to tell people of an exception, in one sentence.
 std::string reasonOf(const std::exception& error);
-/// The same of one that is no `std::exception`.
-constexpr const char* unknownReason = "an error of an unknown kind";
+
+/// How a run has ended. A value, which a future carries with every Qt; of exceptions Qt 5 carries its own only.
+struct RunEnd
+{
+    enum class Outcome
+    {
+        Done,
+        Interrupted,
+        Failed,
+    };
+
+    Outcome outcome = Outcome::Failed;
+    std::string error; ///< one sentence if it has failed
+};
 
 class Pipeline
 {
@@ -35,9 +41,10 @@ public:
     /// Makes the workers that help with the smoothing. The options and the stages are borrowed.
     Pipeline(const RunOptions& options, Stages& stages, StageDone stageDone);
 
-    /// Does all of it. Throws what the stages throw, and `Cancelled` before the next step once the root of the stages
-    /// was cancelled; in both cases no output is left. What the stages throw, the root of the stages tells too.
-    void run();
+    /// Does all of it, once. It is interrupted soon, also in the middle of an iteration, once the root of the stages was
+    /// cancelled, and fails by what a stage throws; in both cases no output is left. The root tells a failure too.
+    /// While it smooths, the root's cancel handler is the pipeline's.
+    RunEnd run();
 
     /// What the stages have made of the mesh so far. To be read while `StageDone` is called, in its thread.
     const Mesh& mesh() const { return m_mesh; }
@@ -51,6 +58,7 @@ private:
     void smooth();
     void save();
     void stopIfCancelled() const;
+    RunEnd failed(const std::string& reason);
 
     const RunOptions& m_options;
     Stages& m_stages;

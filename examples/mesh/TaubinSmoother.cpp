@@ -1,21 +1,36 @@
 #include "TaubinSmoother.h"
 
+#include <brn_mesh_kernel/tasks/TaskGroup.h>
+
 using namespace Brennic::Core;
 
 TaubinSmoother::TaubinSmoother(const Mesh& mesh)
 {
+    TaskGroup group(eQOS_Normal);
+    group.dispatch([this, &mesh] { copyPositions(mesh); });
+    group.dispatch([this, &mesh] { copyNeighbourhoods(mesh); });
+    group.wait();
+}
+
+void TaubinSmoother::copyPositions(const Mesh& mesh)
+{
     m_positions.reserve(mesh.n_vertices());
+    for (const auto vertex : mesh.vertices())
+        m_positions.push_back(mesh.point(vertex));
+    m_next.resize(m_positions.size());
+}
+
+void TaubinSmoother::copyNeighbourhoods(const Mesh& mesh)
+{
     m_firstNeighbour.reserve(mesh.n_vertices() + 1);
     m_neighbours.reserve(2 * mesh.n_edges());
     for (const auto vertex : mesh.vertices()) {
-        m_positions.push_back(mesh.point(vertex));
         m_firstNeighbour.push_back(m_neighbours.size());
         if (!mesh.is_boundary(vertex))
             for (const auto neighbour : mesh.vv_range(vertex))
                 m_neighbours.push_back(static_cast<std::size_t>(neighbour.idx()));
     }
     m_firstNeighbour.push_back(m_neighbours.size());
-    m_next.resize(m_positions.size());
 }
 
 ELoopEnd TaubinSmoother::iterate(const LoopOptions& options)

@@ -16,7 +16,7 @@
 class TaubinSmoother
 {
 public:
-    /// Copies the positions and the neighbourhoods of the mesh.
+    /// Copies the positions and the neighbourhoods of the mesh, at the same time.
     explicit TaubinSmoother(const Mesh& mesh);
 
     /// One iteration: both steps for all vertices, each in a parallel loop. If a loop is cancelled, the
@@ -38,6 +38,8 @@ private:
     static constexpr float shrink = 0.5F;
     static constexpr float inflate = -1.0F / (1.0F / shrink - 0.1F);
 
+    void copyPositions(const Mesh& mesh);
+    void copyNeighbourhoods(const Mesh& mesh);
     Point moved(std::size_t vertex, float factor) const;
 
     std::vector<Point> m_positions;

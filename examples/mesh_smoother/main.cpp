@@ -18,7 +18,7 @@
 #include <brn_mesh_kernel/logging/Log.h>
 #include <brn_mesh_kernel/progress/ConsoleProgress.h>
 #include <brn_mesh_kernel/tasks/Dispatch.h>
-#include <brn_mesh_kernel/tasks/TaskGroup.h>
+#include <brn_mesh_kernel/tasks/DispatchFuture.h>
 
 #include "KernelSession.h"
 #include "Options.h"
@@ -49,19 +49,20 @@ void cancel(Progress& progress)
     BRN_LOG(Warn, "interrupted: ending before the next step");
 }
 
-// Runs the event loop until the pipeline is done; throws what the pipeline has thrown.
-void runToTheEnd(Pipeline& pipeline)
+// Runs the event loop until the pipeline is done.
+RunEnd runToTheEnd(Pipeline& pipeline)
 {
-    TaskGroup group(eQOS_Normal);
-    group.dispatch([&] {
+    const auto work = [&pipeline] {
         const auto quit = qScopeGuard([] { dispatchAsync(&QCoreApplication::quit, eQOS_GUI); });
-        pipeline.run();
-    });
+        return pipeline.run();
+    };
+    const QFuture<RunEnd> end = dispatch(work, eQOS_Normal);
     QCoreApplication::exec();
-    group.wait();
+    waitFor(end); // the loop may be left a moment before the result is there
+    return end.result();
 }
 
-void smoothMesh(const Options& options)
+RunEnd smoothMesh(const Options& options)
 {
     Stages stages(options, sizeOrZero(options.input));
     ConsoleProgress line(stages.root());
@@ -78,8 +79,10 @@ void smoothMesh(const Options& options)
     ProcessSource source(pipeline);
     const KernelSession session(options, source);
     const InterruptWatch watch([&stages] { cancel(*stages.root()); });
-    runToTheEnd(pipeline);
-    line.finish();
+    RunEnd end = runToTheEnd(pipeline);
+    if (end.outcome == RunEnd::Outcome::Done)
+        line.finish();
+    return end;
 }
 
 void printResults(const Options& options)
@@ -94,7 +97,11 @@ void run(const Options& options)
 {
     for (const std::filesystem::path& file : {options.output, options.log, options.report})
         requireWritablePlace(file);
-    smoothMesh(options);
+    const RunEnd end = smoothMesh(options);
+    if (end.outcome == RunEnd::Outcome::Interrupted)
+        endInterrupted();
+    if (end.outcome == RunEnd::Outcome::Failed)
+        throw std::runtime_error(end.error);
     saveReport(options.report);
     printResults(options);
     if (!std::cout.flush())
@@ -120,12 +127,8 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     try {
         run(*options);
-    } catch (const Cancelled&) {
-        endInterrupted();
     } catch (const std::exception& error) {
         return fail(reasonOf(error));
-    } catch (...) {
-        return fail(unknownReason);
     }
     return exitDone;
 }

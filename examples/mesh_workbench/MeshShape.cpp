@@ -3,7 +3,36 @@
 #include <algorithm>
 #include <cmath>
 
+#include <brn_mesh_kernel/tasks/TaskGroup.h>
+
+using namespace Brennic::Core;
+
 namespace {
+
+std::vector<QVector3D> pointsOf(const Mesh& mesh)
+{
+    std::vector<QVector3D> points;
+    points.reserve(mesh.n_vertices());
+    for (const auto vertex : mesh.all_vertices()) {
+        const auto& point = mesh.point(vertex);
+        points.emplace_back(point[0], point[1], point[2]);
+    }
+    return points;
+}
+
+std::vector<MeshShape::Triangle> trianglesOf(const Mesh& mesh)
+{
+    std::vector<MeshShape::Triangle> triangles;
+    triangles.reserve(mesh.n_faces());
+    for (const auto face : mesh.faces()) {
+        MeshShape::Triangle triangle{};
+        std::size_t corner = 0;
+        for (const auto vertex : mesh.fv_range(face))
+            triangle.at(corner++) = static_cast<std::uint32_t>(vertex.idx());
+        triangles.push_back(triangle);
+    }
+    return triangles;
+}
 
 QVector3D middleOf(const std::vector<QVector3D>& points)
 {
@@ -55,20 +84,13 @@ std::vector<QVector3D> normalsOf(const MeshShape& shape)
 MeshShape shapeOf(const Mesh& mesh)
 {
     MeshShape shape;
-    shape.points.reserve(mesh.n_vertices());
-    shape.triangles.reserve(mesh.n_faces());
-    for (const auto vertex : mesh.all_vertices()) {
-        const auto& point = mesh.point(vertex);
-        shape.points.emplace_back(point[0], point[1], point[2]);
-    }
-    for (const auto face : mesh.faces()) {
-        MeshShape::Triangle triangle{};
-        std::size_t corner = 0;
-        for (const auto vertex : mesh.fv_range(face))
-            triangle.at(corner++) = static_cast<std::uint32_t>(vertex.idx());
-        shape.triangles.push_back(triangle);
-    }
-    fitIntoSphere(shape.points);
+    TaskGroup group(eQOS_Normal); // ends before the shape does
+    group.dispatch([&] {
+        shape.points = pointsOf(mesh);
+        fitIntoSphere(shape.points);
+    });
+    group.dispatch([&] { shape.triangles = trianglesOf(mesh); });
+    group.wait();
     shape.normals = normalsOf(shape);
     return shape;
 }

@@ -2,14 +2,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <utility>
 
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPointer>
 #include <QWheelEvent>
 
-#include <brn_mesh_kernel/tasks/Dispatch.h>
+#include <brn_mesh_kernel/logging/Log.h>
+#include <brn_mesh_kernel/tasks/DispatchFuture.h>
+
+#include "Pipeline.h"
 
 using namespace Brennic::Core;
 
@@ -37,6 +40,7 @@ MeshView::MeshView(QWidget* parent) : QFrame(parent), m_camera(firstCamera())
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
     setToolTip(tr("Drag to turn, scroll to enlarge, double-click to begin anew"));
+    connect(&m_drawn, &QFutureWatcherBase::finished, this, &MeshView::take);
     m_rest.setSingleShot(true);
     connect(&m_rest, &QTimer::timeout, this, [this] {
         if (!m_drawing)
@@ -143,29 +147,31 @@ void MeshView::begin(Quality quality)
     const bool isFine = quality == Quality::Fine;
     const QSize shown = contentsRect().size() * devicePixelRatioF();
     const QSize drawn = isFine ? shown * finePixels : (shown / coarsePixel).expandedTo({1, 1});
-    m_drawing = std::make_shared<Progress>(1);
+    const auto progress = std::make_shared<Progress>(1);
+    const EQualityOfService qos = isFine ? eQOS_Low : eQOS_High;
+    const auto draw = [=, shape = m_shape, camera = m_camera, colors = colors()] {
+        try {
+            QImage picture = renderMesh(*shape, camera, drawn, colors, progress, qos);
+            if (isFine && !picture.isNull()) // several pixels become one: edges are smooth
+                picture = picture.scaled(shown, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            return picture;
+        } catch (const std::exception& error) {
+            BRN_LOG(Warn, "the mesh cannot be drawn: {}", reasonOf(error));
+            return QImage();
+        }
+    };
+    m_drawn.setFuture(dispatch(draw, qos)); // tells the end by an event, also of what nobody could begin
+    m_drawing = progress;
     m_drawnQuality = quality;
     m_isOutdated = false;
-    const EQualityOfService qos = isFine ? eQOS_Low : eQOS_High;
-    const auto draw = [=, shape = m_shape, camera = m_camera, colors = colors(), progress = m_drawing,
-                       view = QPointer<MeshView>(this)] {
-        QImage picture = renderMesh(*shape, camera, drawn, colors, progress, qos);
-        if (isFine && !picture.isNull()) // several pixels become one: edges are smooth
-            picture = picture.scaled(shown, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        dispatchAsync(
-            [view, picture, quality] {
-                if (view)
-                    view->take(picture, quality);
-            },
-            eQOS_GUI);
-    };
-    dispatchAsync(draw, qos);
 }
 
 // A picture may be complete by the time at which it is cancelled.
-void MeshView::take(const QImage& drawn, Quality quality)
+void MeshView::take()
 {
-    const QImage picture = m_drawing->isCancelled() ? QImage() : drawn;
+    const bool isDrawn = !m_drawn.isCanceled() && !m_drawing->isCancelled();
+    const QImage picture = isDrawn ? m_drawn.result() : QImage();
+    const Quality quality = m_drawnQuality;
     m_drawing.reset();
     const bool isOutdated = std::exchange(m_isOutdated, false);
     if (!m_shape)

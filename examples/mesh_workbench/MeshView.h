@@ -11,6 +11,7 @@
 #include <memory>
 
 #include <QFrame>
+#include <QFutureWatcher>
 #include <QImage>
 #include <QPoint>
 #include <QTimer>
@@ -62,7 +63,7 @@ private:
 
     void changeView();
     void begin(Quality quality);
-    void take(const QImage& drawn, Quality quality);
+    void take();
     MeshColors colors() const;
 
     std::shared_ptr<const MeshShape> m_shape;
@@ -71,6 +72,7 @@ private:
     QImage m_picture;
     bool m_isFine = false;
     std::shared_ptr<Brennic::Core::Progress> m_drawing; // of the picture that is being drawn
+    QFutureWatcher<QImage> m_drawn;                     // the same, once it has ended, however that was
     Quality m_drawnQuality = Quality::Coarse;           // of the same
     bool m_isOutdated = false;                          // the view has changed since that was begun
     bool m_isOverdue = false;                           // a coarse one was cancelled, and none shown since

@@ -1,6 +1,5 @@
 #include "SmoothingRun.h"
 
-#include <exception>
 #include <utility>
 
 #include <QCoreApplication>
@@ -48,34 +47,19 @@ SmoothingRun::~SmoothingRun()
 void SmoothingRun::start()
 {
     m_isRunning = true;
-    QFuture<End> work = dispatch([this] { return this->work(); }, eQOS_Normal);
+    QFuture<RunEnd> work = dispatch([this] { return m_pipeline.run(); }, eQOS_Normal);
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-    work.then(this, [this](const End& how) { end(how); }).onCanceled(this, [this] {
+    work.then(this, [this](const RunEnd& how) { end(how); }).onCanceled(this, [this] {
         end({Outcome::Interrupted, {}}); // the application ends, and nobody has begun the work
     });
 #else // whose futures have no continuations
-    auto* const watcher = new QFutureWatcher<End>(this);
+    auto* const watcher = new QFutureWatcher<RunEnd>(this);
     connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
         watcher->deleteLater();
-        end(watcher->isCanceled() ? End{Outcome::Interrupted, {}} : watcher->result());
+        end(watcher->isCanceled() ? RunEnd{Outcome::Interrupted, {}} : watcher->result());
     });
     watcher->setFuture(work);
 #endif
-}
-
-// In a worker thread.
-SmoothingRun::End SmoothingRun::work()
-{
-    try {
-        m_pipeline.run();
-        return {Outcome::Done, {}};
-    } catch (const Cancelled&) {
-        return {Outcome::Interrupted, {}};
-    } catch (const std::exception& exception) {
-        return {Outcome::Failed, QString::fromStdString(reasonOf(exception))};
-    } catch (...) {
-        return {Outcome::Failed, QString::fromUtf8(unknownReason)};
-    }
 }
 
 // In a worker thread, which makes the copy, so that the GUI thread has the time to answer.
@@ -92,10 +76,10 @@ void SmoothingRun::tell(Stage stage, const std::wstring& message, const std::wst
         eQOS_GUI);
 }
 
-void SmoothingRun::end(const End& how)
+void SmoothingRun::end(const RunEnd& how)
 {
     m_isRunning = false;
-    Q_EMIT ended(how.outcome, how.error);
+    Q_EMIT ended(how.outcome, QString::fromStdString(how.error));
 }
 
 #include "moc_SmoothingRun.cpp" // NOLINT(bugprone-suspicious-include)

@@ -25,12 +25,7 @@ class SmoothingRun : public QObject
     Q_OBJECT
 
 public:
-    enum class Outcome
-    {
-        Done,
-        Interrupted,
-        Failed,
-    };
+    using Outcome = RunEnd::Outcome;
 
     /// Counts its iterations in \p source, which must outlive the run, as long as it lives.
     SmoothingRun(RunOptions options, RunSource& source);
@@ -45,7 +40,7 @@ public:
 
     /// Begins the work; once.
     void start();
-    /// Cancels the tree of progress: the run ends before its next step.
+    /// Cancels the tree of progress: the run ends soon.
     void cancel() { root()->cancel(); }
 
 Q_SIGNALS:
@@ -57,15 +52,8 @@ Q_SIGNALS:
     void ended(SmoothingRun::Outcome outcome, const QString& error);
 
 private:
-    struct End
-    {
-        Outcome outcome = Outcome::Failed;
-        QString error;
-    };
-
-    End work();
     void tell(Stage stage, const std::wstring& message, const std::wstring& warning);
-    void end(const End& how);
+    void end(const RunEnd& how);
 
     const RunOptions m_options;
     RunSource& m_source;

@@ -1,10 +1,16 @@
+#include <cstdint>
 #include <string>
 #include <vector>
 
+#include <QtGlobal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <brn_mesh_kernel/logging/QtMessages.h>
+
+#include "KernelSession.h"
 #include "MeshSmootherFixture.h"
+#include "Options.h"
 #include "support/MatchesPattern.h"
 #include "support/Sanitizers.h"
 
@@ -95,6 +101,23 @@ TEST_F(MeshSmootherTest, subdivisionSplitsEachTriangleIntoFour)
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.out, HasSubstr("130 vertices, 256 triangles"));
     EXPECT_THAT(readFile(directory / "mesh_smoothed_report.xml"), HasSubstr("name=\"Subdivide\""));
+}
+
+TEST_F(MeshSmootherTest, aMessageOfQtIsInTheLog)
+{
+    struct NoSource final : Brennic::Core::IProfilerSource
+    {
+        std::int64_t MemoryUsage() override { return 0; }
+        std::int64_t FrameCount() override { return 0; }
+    } source;
+    Options options;
+    options.log = directory / "qt.log";
+    {
+        const KernelSession session(options, source);
+        qWarning("%d vertices are not used", 12);
+    }
+    Brennic::Core::QtMessages::restore();
+    EXPECT_THAT(readFile(options.log), HasSubstr("WARN  - 12 vertices are not used"));
 }
 
 TEST_F(MeshSmootherTest, redirectedOutputHasALinePerStageAndNoControlCharacters)

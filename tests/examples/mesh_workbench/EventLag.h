@@ -1,64 +1,52 @@
 #pragma once
 /// \file
-/// Measures how long the events of a thread wait: a thread of its own posts one after the other.
+/// Measures for how long a thread is busy before it answers an event: one of its timers always comes soon.
+///
+/// What counts is the processor's time of the thread itself. How long other threads and programs keep it from running
+/// depends on the machine, and is no matter of what the thread does. A thread that waits inside a handler is not found.
 
-#include <atomic>
+#include <algorithm>
 #include <chrono>
-#include <memory>
+#include <ctime>
 
-#include <QCoreApplication>
-#include <QEvent>
-#include <QObject>
-#include <QThread>
+#include <QTimer>
 
-class EventLag : public QObject
+class EventLag
 {
 public:
-    using Clock = std::chrono::steady_clock;
+    using Milliseconds = std::chrono::duration<double, std::milli>;
 
-    /// Begins to post to this object; its thread must serve events until \ref stop.
-    EventLag() : m_thread(QThread::create([this] { post(); })) { m_thread->start(); }
-    ~EventLag() override { stop(); }
-    EventLag(const EventLag&) = delete;
-    EventLag& operator=(const EventLag&) = delete;
-
-    void stop()
+    /// Begins to measure the calling thread, which must serve events until \ref stop.
+    EventLag()
     {
-        m_isStopped = true;
-        m_thread->wait();
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { answer(); });
+        m_timer.start(1);
     }
 
-    std::chrono::duration<double, std::milli> longest() const { return m_longest; }
+    void stop() { m_timer.stop(); }
+
+    /// The most time of its own that the thread took between two answers.
+    Milliseconds longest() const { return m_longest; }
     int count() const { return m_count; }
 
-    bool event(QEvent* event) override
-    {
-        if (event->type() != QEvent::User)
-            return QObject::event(event);
-        m_longest = std::max(m_longest, Clock::now() - m_posted.load());
-        ++m_count;
-        m_isWaiting = false;
-        return true;
-    }
-
 private:
-    // One at a time: the longest wait counts, and each that comes behind another would wait as long.
-    void post()
+    static std::chrono::nanoseconds ownTime()
     {
-        while (!m_isStopped) {
-            if (!m_isWaiting) {
-                m_isWaiting = true;
-                m_posted = Clock::now();
-                QCoreApplication::postEvent(this, new QEvent(QEvent::User));
-            }
-            QThread::msleep(1); // the distance between events, nothing that is waited for
-        }
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
     }
 
-    std::atomic<bool> m_isStopped{false};
-    std::atomic<bool> m_isWaiting{false};
-    std::atomic<Clock::time_point> m_posted{Clock::time_point()};
-    Clock::duration m_longest{0};
+    void answer()
+    {
+        const std::chrono::nanoseconds now = ownTime();
+        m_longest = std::max<Milliseconds>(m_longest, now - m_lastAnswer);
+        m_lastAnswer = now;
+        ++m_count;
+    }
+
+    QTimer m_timer;
+    std::chrono::nanoseconds m_lastAnswer = ownTime();
+    Milliseconds m_longest{0};
     int m_count = 0;
-    std::unique_ptr<QThread> m_thread; // last: it uses the others
 };

@@ -190,6 +190,22 @@ TEST(MeshPicture, whatIsCancelledIsNotDrawn)
     EXPECT_TRUE(renderMesh(shape, {}, {200, 200}, colors, progress, eQOS_Normal).isNull());
 }
 
+TEST(MeshPicture, whatIsCancelledOnTheWayIsNotDrawnToItsEnd)
+{
+    struct Canceller final : ProgressReportingProtocol
+    {
+        void progressUpdated(Progress* progress, float, const std::wstring&) override { progress->cancel(); }
+        void progressCompleted(Progress* progress, const std::wstring&) override { progress->cancel(); }
+    };
+    const MeshShape shape = ball(60);
+    const auto progress = std::make_shared<Progress>(1);
+    const auto canceller = std::make_shared<Canceller>(); // hears of the points, which come first
+    progress->setDelegate(canceller, false);
+    EXPECT_TRUE(renderMesh(shape, {}, {200, 200}, colors, progress, eQOS_Normal).isNull());
+    EXPECT_GT(progress->getCompletedUnitCount(), 0);
+    EXPECT_LE(progress->getCompletedUnitCount(), static_cast<int>(shape.points.size()));
+}
+
 TEST(MeshPicture, nothingIsDrawnOfAMeshWithoutTriangles)
 {
     EXPECT_THAT(covered(render({}, {2, 2}, 0)), ElementsAre("..", ".."));

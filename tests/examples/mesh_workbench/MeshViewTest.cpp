@@ -1,16 +1,49 @@
 /// \file
 /// The picture of the mesh in the window: what it shows, and when.
 
+#include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <new>
+#include <vector>
 
 #include <QImage>
 #include <QMouseEvent>
+#include <QTimer>
 #include <QWheelEvent>
 
+#include "BallShape.h"
 #include "MeshView.h"
 #include "MeshWorkbenchFixture.h"
 
 using Brennic::Testing::serveUntil;
+
+namespace {
+
+std::atomic<std::size_t> mostMemoryAtOnce{std::numeric_limits<std::size_t>::max()};
+
+} // namespace
+
+// As on a machine that has no more.
+void* operator new(std::size_t size)
+{
+    void* const memory = size > mostMemoryAtOnce ? nullptr : std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 namespace {
 
@@ -65,20 +98,21 @@ TEST_F(MeshViewTest, theMouseTurnsTheMeshAndTheWheelEnlargesIt)
     drag({50, 50}, {150, 50});
     EXPECT_FALSE(view().isFine());
     ASSERT_TRUE(isFine());
-    const QImage turned = view().picture();
-    EXPECT_NE(turned, first);
+    EXPECT_NE(view().picture(), first);
     const QQuaternion rotation = view().camera().rotation;
     drag({150, 50}, {150, 90});
     drag({150, 90}, {150, 50});
     EXPECT_NEAR(std::abs(QQuaternion::dotProduct(view().camera().rotation, rotation)), 1, 1e-4)
         << "back again";
+    ASSERT_TRUE(isFine());
+    const QImage small = view().picture();
     const float zoom = view().camera().zoom;
     QWheelEvent wheel({50, 50}, view().mapToGlobal(QPoint(50, 50)), {}, {0, 120}, Qt::NoButton,
                       Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(&view(), &wheel);
     EXPECT_GT(view().camera().zoom, zoom);
     ASSERT_TRUE(isFine());
-    EXPECT_NE(view().picture(), first);
+    EXPECT_NE(view().picture(), small);
 }
 
 TEST_F(MeshViewTest, whatWasTurnedOnTheWayIsSkippedAndTheLastViewIsShown)
@@ -111,6 +145,53 @@ TEST_F(MeshViewTest, aNewerViewCancelsACoarsePicture)
     drag({150, 50}, {170, 50});
     ASSERT_TRUE(isFine());
     EXPECT_EQ(coarse, 1);
+}
+
+// No worker has time for the fine picture, so it is still to be drawn when the view changes.
+TEST_F(MeshViewTest, aNewerViewCancelsAFinePicture)
+{
+    ASSERT_TRUE(smoothed(demoMesh));
+    ASSERT_TRUE(isFine());
+    std::vector<std::unique_ptr<Brennic::Testing::BlockingTask>> blocking;
+    Brennic::Core::TaskQueue& queue = *Brennic::Core::TaskQueue::getGlobalQueue(Brennic::Core::eQOS_Low);
+    for (int i = 0; i < queue.getMaxConcurrency(); ++i) {
+        blocking.push_back(std::make_unique<Brennic::Testing::BlockingTask>());
+        queue.addTask(blocking.back()->task);
+        ASSERT_TRUE(blocking.back()->hasStarted());
+    }
+    int coarse = 0;
+    int fine = 0;
+    QObject::connect(&view(), &MeshView::pictureShown, window.get(),
+                     [&](bool isFine) { ++(isFine ? fine : coarse); });
+    drag({50, 50}, {150, 50});
+    bool hasRested =
+        false; // timers of a thread end in the order of their times, and the view's rest is shorter
+    QTimer::singleShot(1000, window.get(), [&] { hasRested = true; });
+    ASSERT_TRUE(serveUntil([&] { return hasRested && coarse == 1; }));
+    drag({150, 50}, {170, 50});
+    blocking.clear();
+    ASSERT_TRUE(isFine());
+    EXPECT_EQ(fine, 1);
+}
+
+TEST_F(MeshViewTest, aPictureThatThereIsNoMemoryForIsToldOfAndTheNextIsDrawn)
+{
+    const auto shape = std::make_shared<const MeshShape>(Brennic::Testing::ball(100));
+    mostMemoryAtOnce = sizeof(ProjectedMesh::Point) * shape->points.size() - 1;
+    view().setShape(shape);
+    EXPECT_TRUE(
+        serveUntil([&] { return logText().find("there is not enough memory") != std::string::npos; }));
+    mostMemoryAtOnce = std::numeric_limits<std::size_t>::max();
+    EXPECT_TRUE(view().picture().isNull());
+    view().setCamera(view().camera());
+    EXPECT_TRUE(isFine());
+}
+
+TEST_F(MeshViewTest, theMeshIsShownWhileItIsBeingSmoothed)
+{
+    ASSERT_TRUE(isSmoothingForLong());
+    EXPECT_TRUE(isFine());
+    EXPECT_TRUE(window->isRunning());
 }
 
 TEST_F(MeshViewTest, picturesAreShownWhileTheViewKeepsChanging)

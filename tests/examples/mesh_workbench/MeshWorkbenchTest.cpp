@@ -80,6 +80,13 @@ TEST_F(MeshWorkbenchTest, theLogShowsTheLinesOfTheRun)
     EXPECT_EQ(logText() + '\n', Brennic::Testing::readText(options.log));
 }
 
+TEST_F(MeshWorkbenchTest, aMessageOfQtIsInTheLog)
+{
+    qWarning("%d vertices are not used", 12);
+    EXPECT_TRUE(
+        serveUntil([&] { return logText().find("WARN  - 12 vertices are not used") != std::string::npos; }));
+}
+
 TEST_F(MeshWorkbenchTest, theChartHasABarForEachWaypointOfTheLastRunOnly)
 {
     const WaypointChart& chart = *window->views().chart();
