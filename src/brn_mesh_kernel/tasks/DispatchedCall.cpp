@@ -279,10 +279,10 @@ void DispatchedCall::wait(QFutureInterfaceBase future)
         const std::shared_ptr<DispatchedCall> call = calls().find(keyOf(future));
         const std::shared_ptr<Task> task = call ? call->m_impl->m_task.lock() : nullptr;
         // Qt tells of a cancel, and of an end, in event loops only.
-        const auto takeBackIfCancelled = [&] { return future.isCanceled() && call->giveUp(true); };
-        const TaskWatch watch{takeBackIfCancelled, [&] { return future.isFinished(); }};
-        if (task && !takeBackIfCancelled() &&
-            !SynchronousDispatch::wait(*task, call->m_impl->m_isForGui, &watch))
+        const TaskWatch watch{[&] { return future.isCanceled(); }, [&] { call->giveUp(true); },
+                              [&] { return future.isFinished(); }};
+        const bool isTakenBack = task && future.isCanceled() && call->giveUp(true);
+        if (task && !isTakenBack && !SynchronousDispatch::wait(*task, call->m_impl->m_isForGui, &watch))
             call->giveUp(true);
     }
     if (!future.isFinished()) { // another's future, whose end may depend on any task
