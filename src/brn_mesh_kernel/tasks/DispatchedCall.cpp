@@ -131,6 +131,9 @@ class DispatchedCall::Impl
 public:
     explicit Impl(const QFutureInterfaceBase& future) : m_future(future), m_end(future) {}
 
+    // Whether the application object that there was has gone, and no other has come.
+    bool hasLostApplication() const { return m_hadApplication && !WorkerThreads::areEventsDelivered(); }
+
     const QFutureInterfaceBase m_future; // keeps the address by which the call is found
     FutureEnd m_end;
     std::weak_ptr<Task> m_task; // set before others can find the call, like the next two
@@ -228,10 +231,12 @@ void DispatchedCall::add(TaskQueue& queue)
     m_impl->m_task = task;
     m_impl->m_isForGui = queue.getQOS() == eQOS_GUI;
     m_impl->m_hadApplication = WorkerThreads::areEventsDelivered();
-    // List the call before asking. Whoever changes the answer does so before it gives up the calls of the list,
-    // so at least one side sees the other.
+    // List the call before asking each of these. Whoever changes an answer does so before it gives up the calls of
+    // the list, so at least one side sees the other. That holds for the application object too: one that went
+    // between the question above and the list has not given this call up.
     calls().add(keyOf(m_impl->m_future), shared_from_this());
-    if (WorkerThreads::haveEnded() || (m_impl->m_isForGui && WorkerThreads::isGuiThreadOutOfReach()))
+    const bool isOutOfReach = m_impl->m_isForGui && WorkerThreads::isGuiThreadOutOfReach();
+    if (WorkerThreads::haveEnded() || isOutOfReach || m_impl->hasLostApplication())
         giveUp(true);
     else
         queue.addTask(task);
@@ -249,8 +254,7 @@ void DispatchedCall::add(EQualityOfService qos)
 void DispatchedCall::takeTurn()
 {
     // A thread that waits may be here before giveUpPending() is: the call ends the same way.
-    const bool hasLostApplication = m_impl->m_hadApplication && !WorkerThreads::areEventsDelivered();
-    if (m_impl->m_future.isCanceled() || hasLostApplication || WorkerThreads::haveEnded())
+    if (m_impl->m_future.isCanceled() || m_impl->hasLostApplication() || WorkerThreads::haveEnded())
         giveUp(!WorkerThreads::haveEnded());
     else if (!m_impl->m_isTaken.exchange(true))
         run();
