@@ -39,7 +39,7 @@ public:
     /// Thread: any.
     static void announce(Task& task, std::shared_ptr<TaskQueue> queue);
 
-    /// Adds a task that was announced.
+    /// Adds a task that was announced. What the queue throws passes through; the task may be pending then.
     /// Thread: any.
     static void add(TaskQueue& queue, const std::shared_ptr<Task>& task);
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
+#include "support/AnnouncementSlot.h"
 #include "support/Eventually.h"
 #include "support/TaskFixture.h"
 
@@ -166,6 +168,27 @@ TEST_F(TaskGroupTest, aCancelledGroupDropsWhatIsDispatched)
     group.wait();
     EXPECT_EQ(runs, 0);
     EXPECT_TRUE(group.isCancelled());
+}
+
+// Without memory it is the same.
+TEST_F(TaskGroupTest, aCallableThatCannotBeDispatchedIsTakenBack)
+{
+    BlockingTask blocking;
+    queue->addTask(blocking.task);
+    ASSERT_TRUE(blocking.hasStarted());
+    std::optional<AnnouncementSlot> slot(std::in_place, *queue,
+                                         [](Task* /*task*/) { throw std::runtime_error("slot"); });
+    const auto held = std::make_shared<int>();
+    EXPECT_THROW(group.dispatch([this, held] { ++runs; }), std::runtime_error);
+    EXPECT_EQ(held.use_count(), 1);
+    slot.reset();
+    if (held.use_count() == 1)
+        group.wait(); // while the worker is busy
+    EXPECT_FALSE(group.isCancelled());
+    group.dispatch([this] { runs += 10; });
+    blocking.release();
+    group.wait();
+    EXPECT_EQ(runs, 10);
 }
 
 TEST_F(TaskGroupTest, aCallableThatRunsSeesTheCancel)
