@@ -34,7 +34,8 @@ public:
 
 // Qt 6.4 marks a future as finished, and then looks for a continuation to run. One that another thread attaches
 // in between runs at once, and a second time when Qt looks: the second run uses what the first has moved away,
-// and crashes. So the future must not become finished while another thread attaches a continuation.
+// and crashes. So the future must not become finished while another thread attaches a continuation. A callable
+// that finishes its promise itself does so by Qt's own code, which nothing here can help.
 //
 // For that Qt would have to set the mark under the mutex under which it replaces a continuation. It destroys the
 // one before under that mutex. So the call attaches a continuation that does nothing but to tell of its own
