@@ -2,9 +2,11 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <mutex>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -174,12 +176,16 @@ public:
         part.calls.erase(key);
     }
 
-    std::shared_ptr<DispatchedCall> find(const void* key)
+    // Whether the call exists. \p call is null if another thread is about to destroy it, which ends it.
+    bool find(const void* key, std::shared_ptr<DispatchedCall>& call)
     {
         Part& part = partOf(key);
         const std::lock_guard<std::mutex> lock(part.mutex);
         const auto found = part.calls.find(key);
-        return found != part.calls.end() ? found->second.lock() : nullptr;
+        if (found == part.calls.end())
+            return false;
+        call = found->second.lock();
+        return true;
     }
 
     // The caller releases them with no lock held, since that may end one.
@@ -209,6 +215,9 @@ private:
 
     std::array<Part, 16> m_parts;
 };
+
+// How often a thread looks whether another one has ended the call that it ends at this moment.
+constexpr std::chrono::milliseconds lookTime{1};
 
 // Never destroyed: calls may end until the process has gone.
 Calls& calls()
@@ -280,8 +289,10 @@ void DispatchedCall::finish()
 
 void DispatchedCall::wait(QFutureInterfaceBase future)
 {
+    bool isOfDispatch = false;
     if (!future.isFinished()) {
-        const std::shared_ptr<DispatchedCall> call = calls().find(keyOf(future));
+        std::shared_ptr<DispatchedCall> call;
+        isOfDispatch = calls().find(keyOf(future), call);
         const std::shared_ptr<Task> task = call ? call->m_impl->m_task.lock() : nullptr;
         // Qt tells of a cancel, and of an end, in event loops only.
         const TaskWatch watch{[&] { return future.isCanceled(); }, [&] { call->giveUp(true); },
@@ -290,9 +301,13 @@ void DispatchedCall::wait(QFutureInterfaceBase future)
         if (task && !isTakenBack && !SynchronousDispatch::wait(*task, call->m_impl->m_isForGui, &watch))
             call->giveUp(true);
     }
-    if (!future.isFinished()) { // another's future, whose end may depend on any task
-        const SynchronousDispatch::CountedAsWaiting counted;
-        future.waitForFinished();
+    if (!future.isFinished()) {
+        const SynchronousDispatch::CountedAsWaiting counted; // the end may depend on any task
+        // Another thread ends the call at this moment. Qt's wait would look into the global thread pool, and the
+        // destructor of the application object, which ends calls, destroys that.
+        while (isOfDispatch && !future.isFinished())
+            std::this_thread::sleep_for(lookTime);
+        future.waitForFinished(); // another's future
     }
     future.waitForFinished(); // throws what the future holds
 }
