@@ -72,6 +72,14 @@ class ReportTest(unittest.TestCase):
         results = self.results({"ours": ([3.0] * 3, None), "peer": ([2.0] * 3, None), "line": ([1.0] * 3, None)}, context)
         self.assertIn("| Log | macro, line apart |  | 1.00 | 0 % |", report.ratios_text(results))
 
+    def test_aFigureHasItsUnitInBothColumnsAndKeepsItsPlaceAmongMany(self):
+        context = {f"figure {100 + index}": f"cancel() to return, {what}|{value}|100|% of a grain"
+                   for index, (what, value) in enumerate((("median", 48.4), ("highest of 51", 101.2)))}
+        self.assertEqual(report.ratios_text(self.results({"ours": (STEADY, None)}, context)),
+                         "| what | beside | target | measured | spread |\n|---|---|---:|---:|---:|\n"
+                         "| cancel() to return, median |  | 100 % of a grain | 48 % of a grain |  |\n"
+                         "| cancel() to return, highest of 51 |  | 100 % of a grain | 101 % of a grain |  |\n")
+
     def test_theCallsOfAReceiverHaveAColumn(self):
         results = self.results({"progress/ours/until received": (STEADY, 20000)})
         self.assertEqual(self.table(results), "| µs | until received | calls | spread |\n|---|---:|---:|---:|\n"

@@ -12,6 +12,7 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <brn_mesh_kernel/progress/Progress.h>
@@ -287,8 +288,10 @@ struct LateWaiters
 
 LateWaiters lateWaiters;
 
+// Qt's own wait asks a thread pool whether it can run the call. The global one goes while the process ends.
 int exitWhileThreadsWaitForFutures()
 {
+    static auto* const pool = new QThreadPool;
     makeApplication().release(); // its end is no reason to wake
     makeWorkersBusy();
     lateWaiters.count = 3;
@@ -297,6 +300,8 @@ int exitWhileThreadsWaitForFutures()
     const auto wait = [waiting](EQualityOfService qos, bool isPlain) {
         runDetached([waiting, qos, isPlain] {
             QFuture<int> future = dispatch([] { return 1; }, qos);
+            if (isPlain)
+                Brennic::Core::FutureDetails::interfaceOf(future).setThreadPool(pool);
             waiting->countDown();
             if (isPlain)
                 future.waitForFinished();

@@ -27,6 +27,13 @@ inline std::unique_ptr<QCoreApplication> makeApplication()
     return std::make_unique<QCoreApplication>(count, arguments);
 }
 
+/// Lets other threads go on. A test that cannot see whether another thread sleeps yet tries several numbers of times.
+inline void yieldTimes(int times)
+{
+    for (int i = 0; i < times; ++i)
+        QThread::yieldCurrentThread();
+}
+
 /// Serves the events of the calling thread until \p condition holds, for a minute at most; returns whether it
 /// held.
 template <typename Condition>

@@ -17,8 +17,9 @@
 ///
 /// Messages go where they went before while nothing is logged at all: before `Kernel::Initialize()`, after
 /// `Kernel::Terminate()`, at level `Off`, and once log4cplus has ended with the process. So does a message of a thread
-/// that is writing a record at that moment, as an appender's: it would come back for ever. After the record of a
-/// fatal message Qt ends the process, as always; the record is in the file by then.
+/// that is writing a record of a logger at that moment, as an appender's: it would come back for ever. If that record
+/// is a message of Qt itself, no handler gets the inner one: Qt calls none inside another, and prints the text to
+/// stderr. After the record of a fatal message Qt ends the process, as always; the record is in the file by then.
 
 #include <brn_mesh_kernel/library/Export.h>
 

@@ -239,8 +239,9 @@ inline QFutureInterfaceBase interfaceOf(const QFuture<void>& future)
 /// \param function is copied or moved, and may be one that can only be moved. With Qt 6 it may take a
 ///        `QPromise<T>&`, by which it gives any number of results, tells its progress and asks whether it is
 ///        cancelled; what it returns is ignored then. It may finish the promise before it returns: then the
-///        future is finished, and what comes later is dropped, an exception too. It must not let another thread
-///        finish the promise.
+///        future is finished, and what comes later is dropped, an exception too. With Qt 6.4 a continuation that
+///        another thread attaches in that moment may run twice, which crashes: return instead where one may. It
+///        must not let another thread finish the promise.
 /// \return the future of what \p function returns or throws. With Qt 5 a value is copied, and of an exception
 ///         that is no `QException` a `QUnhandledException` arrives. Where nothing can be queued the future is
 ///         cancelled and finished, and nothing is logged: if \p qos is no service class, once the library ends

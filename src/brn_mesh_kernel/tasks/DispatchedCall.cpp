@@ -2,9 +2,11 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <mutex>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -34,7 +36,8 @@ public:
 
 // Qt 6.4 marks a future as finished, and then looks for a continuation to run. One that another thread attaches
 // in between runs at once, and a second time when Qt looks: the second run uses what the first has moved away,
-// and crashes. So the future must not become finished while another thread attaches a continuation.
+// and crashes. So the future must not become finished while another thread attaches a continuation. A callable
+// that finishes its promise itself does so by Qt's own code, which nothing here can help.
 //
 // For that Qt would have to set the mark under the mutex under which it replaces a continuation. It destroys the
 // one before under that mutex. So the call attaches a continuation that does nothing but to tell of its own
@@ -131,6 +134,9 @@ class DispatchedCall::Impl
 public:
     explicit Impl(const QFutureInterfaceBase& future) : m_future(future), m_end(future) {}
 
+    // Whether the application object that there was has gone, and no other has come.
+    bool hasLostApplication() const { return m_hadApplication && !WorkerThreads::areEventsDelivered(); }
+
     const QFutureInterfaceBase m_future; // keeps the address by which the call is found
     FutureEnd m_end;
     std::weak_ptr<Task> m_task; // set before others can find the call, like the next two
@@ -170,12 +176,16 @@ public:
         part.calls.erase(key);
     }
 
-    std::shared_ptr<DispatchedCall> find(const void* key)
+    // Whether the call exists. \p call is null if another thread is about to destroy it, which ends it.
+    bool find(const void* key, std::shared_ptr<DispatchedCall>& call)
     {
         Part& part = partOf(key);
         const std::lock_guard<std::mutex> lock(part.mutex);
         const auto found = part.calls.find(key);
-        return found != part.calls.end() ? found->second.lock() : nullptr;
+        if (found == part.calls.end())
+            return false;
+        call = found->second.lock();
+        return true;
     }
 
     // The caller releases them with no lock held, since that may end one.
@@ -206,6 +216,9 @@ private:
     std::array<Part, 16> m_parts;
 };
 
+// How often a thread looks whether another one has ended the call that it ends at this moment.
+constexpr std::chrono::milliseconds lookTime{1};
+
 // Never destroyed: calls may end until the process has gone.
 Calls& calls()
 {
@@ -228,10 +241,12 @@ void DispatchedCall::add(TaskQueue& queue)
     m_impl->m_task = task;
     m_impl->m_isForGui = queue.getQOS() == eQOS_GUI;
     m_impl->m_hadApplication = WorkerThreads::areEventsDelivered();
-    // List the call before asking. Whoever changes the answer does so before it gives up the calls of the list,
-    // so at least one side sees the other.
+    // List the call before asking each of these. Whoever changes an answer does so before it gives up the calls of
+    // the list, so at least one side sees the other. That holds for the application object too: one that went
+    // between the question above and the list has not given this call up.
     calls().add(keyOf(m_impl->m_future), shared_from_this());
-    if (WorkerThreads::haveEnded() || (m_impl->m_isForGui && WorkerThreads::isGuiThreadOutOfReach()))
+    const bool isOutOfReach = m_impl->m_isForGui && WorkerThreads::isGuiThreadOutOfReach();
+    if (WorkerThreads::haveEnded() || isOutOfReach || m_impl->hasLostApplication())
         giveUp(true);
     else
         queue.addTask(task);
@@ -249,8 +264,7 @@ void DispatchedCall::add(EQualityOfService qos)
 void DispatchedCall::takeTurn()
 {
     // A thread that waits may be here before giveUpPending() is: the call ends the same way.
-    const bool hasLostApplication = m_impl->m_hadApplication && !WorkerThreads::areEventsDelivered();
-    if (m_impl->m_future.isCanceled() || hasLostApplication || WorkerThreads::haveEnded())
+    if (m_impl->m_future.isCanceled() || m_impl->hasLostApplication() || WorkerThreads::haveEnded())
         giveUp(!WorkerThreads::haveEnded());
     else if (!m_impl->m_isTaken.exchange(true))
         run();
@@ -275,19 +289,25 @@ void DispatchedCall::finish()
 
 void DispatchedCall::wait(QFutureInterfaceBase future)
 {
+    bool isOfDispatch = false;
     if (!future.isFinished()) {
-        const std::shared_ptr<DispatchedCall> call = calls().find(keyOf(future));
+        std::shared_ptr<DispatchedCall> call;
+        isOfDispatch = calls().find(keyOf(future), call);
         const std::shared_ptr<Task> task = call ? call->m_impl->m_task.lock() : nullptr;
         // Qt tells of a cancel, and of an end, in event loops only.
-        const auto takeBackIfCancelled = [&] { return future.isCanceled() && call->giveUp(true); };
-        const TaskWatch watch{takeBackIfCancelled, [&] { return future.isFinished(); }};
-        if (task && !takeBackIfCancelled() &&
-            !SynchronousDispatch::wait(*task, call->m_impl->m_isForGui, &watch))
+        const TaskWatch watch{[&] { return future.isCanceled(); }, [&] { call->giveUp(true); },
+                              [&] { return future.isFinished(); }};
+        const bool isTakenBack = task && future.isCanceled() && call->giveUp(true);
+        if (task && !isTakenBack && !SynchronousDispatch::wait(*task, call->m_impl->m_isForGui, &watch))
             call->giveUp(true);
     }
-    if (!future.isFinished()) { // another's future, whose end may depend on any task
-        const SynchronousDispatch::CountedAsWaiting counted;
-        future.waitForFinished();
+    if (!future.isFinished()) {
+        const SynchronousDispatch::CountedAsWaiting counted; // the end may depend on any task
+        // Another thread ends the call at this moment. Qt's wait would look into the global thread pool, and the
+        // destructor of the application object, which ends calls, destroys that.
+        while (isOfDispatch && !future.isFinished())
+            std::this_thread::sleep_for(lookTime);
+        future.waitForFinished(); // another's future
     }
     future.waitForFinished(); // throws what the future holds
 }

@@ -24,7 +24,12 @@ void SynchronousDispatch::announce(Task& task, std::shared_ptr<TaskQueue> queue)
 
 void SynchronousDispatch::add(TaskQueue& queue, const std::shared_ptr<Task>& task)
 {
-    queue.addTask(task);
+    try {
+        queue.addTask(task);
+    } catch (...) {
+        task->setBeingAdded(false);
+        throw;
+    }
     task->setBeingAdded(false);
 }
 

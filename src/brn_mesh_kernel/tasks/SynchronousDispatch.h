@@ -17,7 +17,11 @@ class TaskWorker;
 /// What a thread that waits for a task looks at besides, from time to time: nobody notifies it of these.
 struct TaskWatch
 {
-    std::function<void()> whilePending; ///< Called until the task begins, with no lock held.
+    /// Whether the task is to be taken back if it is pending. Called in any thread, and under locks.
+    std::function<bool()> isCancelled;
+    /// Takes back a pending task that is cancelled, if nobody else has. Called with no lock held, by the thread
+    /// that waits, which does not count as asleep then.
+    std::function<void()> takeBack;
     /// Whether what the task is for has come, so that the wait is over before the task has ended. Called in any
     /// thread, and under locks.
     std::function<bool()> isOver;
@@ -35,7 +39,7 @@ public:
     /// Thread: any.
     static void announce(Task& task, std::shared_ptr<TaskQueue> queue);
 
-    /// Adds a task that was announced.
+    /// Adds a task that was announced. What the queue throws passes through; the task may be pending then.
     /// Thread: any.
     static void add(TaskQueue& queue, const std::shared_ptr<Task>& task);
 

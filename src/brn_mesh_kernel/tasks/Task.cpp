@@ -79,6 +79,8 @@ private:
             return {WaitGraph::Target::Running, {m_task.m_runner}, nullptr};
         if (!isOwnAndPending() || m_task.m_queue->mustWaiterRunTasks())
             return {};
+        if (m_watch != nullptr && m_watch->isCancelled()) // the waiting thread will take the task back
+            return {};
         return {WaitGraph::Target::Pending, {}, m_task.m_queue->m_core};
     }
     bool canBeGivenUp() const override
@@ -262,8 +264,10 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw, const Tas
                     lock.unlock();
                     if (watch->isOver() && ++looksSinceOver == looksAfterEnd)
                         return true;
-                    if (isPending)
-                        watch->whilePending();
+                    if (isPending && watch->isCancelled()) {
+                        wait.leave(); // destructors and continuations of the host's may run
+                        watch->takeBack();
+                    }
                     lock.lock();
                 }
             } else {

@@ -35,10 +35,15 @@ public:
             const std::lock_guard<std::mutex> lock(m_mutex);
             if (m_isCancelled)
                 return;
-            entry->task = task;
             entry->place = m_entries.insert(m_entries.end(), entry);
+            entry->task = task;
         }
-        SynchronousDispatch::add(*m_queue, task);
+        try {
+            SynchronousDispatch::add(*m_queue, task);
+        } catch (...) { // no memory, or a slot that the queue calls
+            takeBack(*entry);
+            throw;
+        }
     }
 
     void wait()
@@ -121,6 +126,19 @@ private:
             m_failure = std::move(exception);
         }
         cancel();
+    }
+
+    // Nobody may be going to take the entry. Its task finds nothing to do if it is pending nevertheless.
+    void takeBack(Entry& entry)
+    {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (std::exchange(entry.isTaken, true))
+                return;
+        }
+        entry.function = nullptr;
+        if (const std::shared_ptr<Task> task = end(entry))
+            SynchronousDispatch::endWaits(*task);
     }
 
     // Nothing of the callable is left. Returns its task if a thread waits for that.

@@ -52,7 +52,8 @@ public:
     /// cancelled.
     ///
     /// An exception that leaves \p function cancels the group and comes out of \ref wait; later ones are
-    /// dropped.
+    /// dropped. If the call itself throws, since there is no memory or by a slot that is connected to the queue,
+    /// \p function is taken back, unless a worker has it already.
     /// Thread: any. Does not wait for \p function, except for `eQOS_GUI` in the GUI thread: there it runs
     /// inside the call, ahead of what is pending.
     void dispatch(std::function<void()> function);

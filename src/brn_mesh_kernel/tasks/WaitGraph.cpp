@@ -37,10 +37,10 @@ void WaitGraph::Wait::enter()
     std::vector<std::wstring> texts;
     {
         const std::lock_guard<std::mutex> lock(state().mutex);
-        m_isListed = true;
         m_thread = std::this_thread::get_id();
         m_worker = TaskWorker::current();
         state().waits.push_back(this);
+        m_isListed = true; // not before: without memory it is not on the list
         // The end of a loop may take several: one for each of its threads.
         for (bool isAnyGivenUp = true; isAnyGivenUp;) {
             const std::vector<Wait*> circle = circleFrom(*this);

@@ -24,6 +24,7 @@ using namespace Brennic::Core;
 using namespace Brennic::Testing;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 namespace {
@@ -228,8 +229,19 @@ TEST_F(QtMessagesTest, aMessageOfAnAppenderDoesNotComeBack)
     logger().Log(Info, L"by the logger");
     EXPECT_THAT(logLines(), ElementsAre("by the logger"));
     EXPECT_THAT(handedOn(), ElementsAre("from the appender"));
-    qWarning("by Qt"); // the message of the appender meets Qt's own end of the circle
-    EXPECT_THAT(logLines(), ElementsAre("by the logger", "by Qt"));
+}
+
+// Qt calls no handler inside another.
+TEST_F(QtMessagesTest, aMessageInsideTheRecordOfOneIsPrintedByQt)
+{
+    initializeWithPlainLines();
+    log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new WarningAppender));
+    QtMessages::forward();
+    const CapturedOutput errors(Descriptor::standardError);
+    qWarning("by Qt");
+    EXPECT_THAT(fromTextMode(errors.text()), HasSubstr("from the appender\n"));
+    EXPECT_THAT(logLines(), ElementsAre("by Qt"));
+    EXPECT_THAT(handedOn(), IsEmpty());
 }
 
 TEST_F(QtMessagesTest, noMessageIsLostWhileTheKernelComesAndGoes)

@@ -11,6 +11,7 @@
 
 #include <QFutureWatcher>
 #include <QThread>
+#include <QThreadPool>
 
 #include <brn_mesh_kernel/tasks/Dispatch.h>
 #include <brn_mesh_kernel/tasks/Task.h>
@@ -257,26 +258,41 @@ TEST_F(DispatchFutureTest, afterTheApplicationObjectTheWaitingThreadRunsTheCall)
     EXPECT_EQ(future.result(), QThread::currentThread());
 }
 
+// The waiting threads are met before their waits, on their way to sleep, and asleep. Qt's own wait asks a thread pool
+// whether it can run the call: the global pool may be gone by then, since it goes with the application object.
 TEST_F(DispatchFutureTest, theEndOfTheApplicationObjectCancelsWhatIsPending)
 {
-    std::atomic<int> woken{0};
-    std::atomic<bool> isGone{false};
-    QFuture<void> future;
-    std::thread([&] { future = dispatch([trace = makeTrace(isGone)] {}, eQOS_GUI); }).join();
-    std::thread plain([&, copy = future]() mutable {
-        copy.waitForFinished();
-        ++woken;
-    });
-    std::thread ours([&, copy = future] {
-        waitFor(copy);
-        ++woken;
-    });
-    application.reset();
-    plain.join();
-    ours.join();
-    EXPECT_EQ(woken, 2);
-    EXPECT_TRUE(future.isCanceled());
-    EXPECT_TRUE(isGone);
+    QThreadPool pool;
+    for (int round = 0; round < 30; ++round) {
+        if (!application)
+            application = makeApplication();
+        std::atomic<int> woken{0};
+        std::atomic<bool> isGone{false};
+        Latch bothRun(2);
+        QFuture<void> future;
+        std::thread([&] { future = dispatch([trace = makeTrace(isGone)] {}, eQOS_GUI); }).join();
+        FutureDetails::interfaceOf(future).setThreadPool(&pool);
+        std::thread plain([&, copy = future]() mutable {
+            bothRun.countDown();
+            yieldTimes(100 * (round % 3));
+            copy.waitForFinished();
+            ++woken;
+        });
+        std::thread ours([&, copy = future] {
+            bothRun.countDown();
+            yieldTimes(100 * (round % 3));
+            waitFor(copy);
+            ++woken;
+        });
+        ASSERT_TRUE(bothRun.wait());
+        yieldTimes(50 * round);
+        application.reset();
+        plain.join();
+        ours.join();
+        ASSERT_EQ(woken, 2);
+        ASSERT_TRUE(future.isCanceled());
+        ASSERT_TRUE(isGone);
+    }
 }
 
 TEST_F(DispatchFutureTest, afterTheApplicationObjectACallForTheGuiThreadIsRefused)

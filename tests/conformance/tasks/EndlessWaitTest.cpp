@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -331,6 +332,61 @@ TEST_F(EndlessWait, aWorkerOfAnotherClassMayWaitForTheGuiThreadWhileThatWaits)
     EXPECT_TRUE(dispatchSync([] {}, eQOS_High));
     EXPECT_TRUE(serveUntil([&] { return served.load(); }));
     host.join();
+    EXPECT_TRUE(warnings().empty());
+}
+
+// Whoever waits for a call that is cancelled takes it back, so the GUI thread goes on. The worker finds it in each
+// state: still awake, falling asleep, and asleep.
+TEST_F(EndlessWait, aWaitForACallThatIsCancelledMeanwhileCanEnd)
+{
+    for (int round = 0; round < 40; ++round) {
+        Latch isPending;
+        QFuture<void> behind;
+        std::atomic<bool> served{false};
+        const QFuture<void> worker = dispatch(
+            [&] {
+                isPending.wait();
+                yieldTimes(100 * round);
+                behind.cancel();
+                served = dispatchSync([] {}, eQOS_GUI);
+            },
+            *first);
+        behind = dispatch([] {}, *first);
+        isPending.countDown();
+        waitFor(behind);
+        ASSERT_TRUE(serveUntil([&] { return worker.isFinished(); }));
+        ASSERT_TRUE(served);
+    }
+    EXPECT_TRUE(warnings().empty());
+}
+
+// The same while the GUI thread destroys the callable that it has taken back.
+TEST_F(EndlessWait, aThreadThatTakesACallBackGoesOn)
+{
+    for (int round = 0; round < 40; ++round) {
+        Latch isPending;
+        Latch isBeingDestroyed;
+        QFuture<void> behind;
+        std::atomic<bool> served{false};
+        const QFuture<void> worker = dispatch(
+            [&] {
+                isPending.wait();
+                yieldTimes(100 * round);
+                behind.cancel();
+                isBeingDestroyed.wait();
+                served = dispatchSync([] {}, eQOS_GUI);
+            },
+            *first);
+        std::shared_ptr<void> trace(nullptr, [&](void* /*none*/) {
+            isBeingDestroyed.countDown();
+            yieldTimes(1000);
+        });
+        behind = dispatch([held = std::move(trace)] {}, *first);
+        isPending.countDown();
+        waitFor(behind);
+        ASSERT_TRUE(serveUntil([&] { return worker.isFinished(); }));
+        ASSERT_TRUE(served);
+    }
     EXPECT_TRUE(warnings().empty());
 }
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 
+#include "support/AnnouncementSlot.h"
 #include "support/Eventually.h"
 #include "support/TaskFixture.h"
 
@@ -142,20 +144,26 @@ TEST_F(TaskGroupTest, cancelTakesBackWhatIsPendingAndReleasesIt)
     EXPECT_EQ(runs, 0);
 }
 
+// The waiting thread is the queue's worker: once it counts as waiting, another worker runs what is pending. It may
+// still be on its way to sleep then.
 TEST_F(TaskGroupTest, cancelWakesAThreadThatWaitsForWhatIsPending)
 {
-    BlockingTask blocking;
-    queue->addTask(blocking.task);
-    ASSERT_TRUE(blocking.hasStarted());
-    dispatchMany(3);
-    Latch waits;
-    std::thread waiting([&] {
-        waits.countDown();
-        group.wait();
-    });
-    ASSERT_TRUE(waits.wait());
-    group.cancel();
-    waiting.join();
+    for (int round = 0; round < 20; ++round) {
+        TaskGroup own(*queue);
+        BlockingTask blocking;
+        Latch hasWaited;
+        queue->dispatch([&] {
+            queue->addTask(blocking.task);
+            for (int i = 0; i < 3; ++i)
+                own.dispatch([this] { ++runs; });
+            own.wait();
+            hasWaited.countDown();
+        });
+        ASSERT_TRUE(blocking.hasStarted());
+        yieldTimes(50 * round);
+        own.cancel();
+        ASSERT_TRUE(hasWaited.wait());
+    }
     EXPECT_EQ(runs, 0);
 }
 
@@ -166,6 +174,27 @@ TEST_F(TaskGroupTest, aCancelledGroupDropsWhatIsDispatched)
     group.wait();
     EXPECT_EQ(runs, 0);
     EXPECT_TRUE(group.isCancelled());
+}
+
+// Without memory it is the same.
+TEST_F(TaskGroupTest, aCallableThatCannotBeDispatchedIsTakenBack)
+{
+    BlockingTask blocking;
+    queue->addTask(blocking.task);
+    ASSERT_TRUE(blocking.hasStarted());
+    std::optional<AnnouncementSlot> slot(std::in_place, *queue,
+                                         [](Task* /*task*/) { throw std::runtime_error("slot"); });
+    const auto held = std::make_shared<int>();
+    EXPECT_THROW(group.dispatch([this, held] { ++runs; }), std::runtime_error);
+    EXPECT_EQ(held.use_count(), 1);
+    slot.reset();
+    if (held.use_count() == 1)
+        group.wait(); // while the worker is busy
+    EXPECT_FALSE(group.isCancelled());
+    group.dispatch([this] { runs += 10; });
+    blocking.release();
+    group.wait();
+    EXPECT_EQ(runs, 10);
 }
 
 TEST_F(TaskGroupTest, aCallableThatRunsSeesTheCancel)
@@ -253,19 +282,26 @@ TEST_F(TaskGroupTest, afterTheApplicationObjectTheWaitingThreadRunsTheCallables)
     EXPECT_EQ(runs, 5);
 }
 
+// The thread is met before its wait, on its way to sleep, and asleep.
 TEST_F(TaskGroupTest, theEndOfTheApplicationObjectCancelsAGroupForTheGuiThreadThatIsWaitedFor)
 {
-    TaskGroup gui(eQOS_GUI);
-    Latch waits;
-    std::thread other([&] {
-        gui.dispatch([this] { ++runs; });
-        waits.countDown();
-        gui.wait();
-    });
-    ASSERT_TRUE(waits.wait());
-    application.reset();
-    other.join();
-    EXPECT_TRUE(gui.isCancelled());
+    for (int round = 0; round < 30; ++round) {
+        if (!application)
+            application = makeApplication();
+        TaskGroup gui(eQOS_GUI);
+        Latch isPending;
+        std::thread other([&] {
+            gui.dispatch([this] { ++runs; });
+            isPending.countDown();
+            yieldTimes(100 * (round % 3));
+            gui.wait();
+        });
+        ASSERT_TRUE(isPending.wait());
+        yieldTimes(50 * round);
+        application.reset();
+        other.join();
+        ASSERT_TRUE(gui.isCancelled());
+    }
     EXPECT_EQ(runs, 0);
 }
 
