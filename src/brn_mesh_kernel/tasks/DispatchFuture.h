@@ -277,7 +277,8 @@ QFuture<FutureDetails::Result<Function>> dispatch(Function&& function, TaskQueue
 template <typename T>
 void waitFor(const QFuture<T>& future)
 {
-    const QFuture<T> kept = future; // and with it the results, whatever happens to the caller's
+    // And with it the results, whatever happens to the caller's.
+    const QFuture<T> kept = future; // NOLINT(performance-unnecessary-copy-initialization)
     DispatchedCall::wait(FutureDetails::interfaceOf(kept));
 }
 

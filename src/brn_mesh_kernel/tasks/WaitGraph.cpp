@@ -160,7 +160,7 @@ std::wstring WaitGraph::nameOf(const Target& target)
     if (target.kind == Target::Pending)
         return target.core->qos == eQOS_GUI ? L"a task that is pending for the GUI thread"
                                             : L"a task that is pending in a queue whose workers all wait";
-    const std::wstring what = target.kind == Target::Loop ? L"a part of a loop" : L"a task";
+    std::wstring what = target.kind == Target::Loop ? L"a part of a loop" : L"a task";
     for (const Wait* const other : state().waits)
         if (std::find(target.threads.begin(), target.threads.end(), other->m_thread) != target.threads.end())
             return what + L" that is running in " + nameOf(*other);
