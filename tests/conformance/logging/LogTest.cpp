@@ -252,25 +252,6 @@ TEST_F(LogTest, textThatIsNoUnicodeGetsReplacementCharacters)
     EXPECT_EQ(lines[5], "after");
 }
 
-TEST_F(LogTest, wideTextAboveTheLastCharacterGetsAReplacement)
-{
-    if (sizeof(wchar_t) == sizeof(char16_t))
-        GTEST_SKIP() << "wide text is UTF-16 here";
-    initializeWithPlainLines();
-    const std::wstring text{L'<', static_cast<wchar_t>(0x110000), L'>'};
-    BRN_LOG(Info, "{}", text);
-    EXPECT_THAT(logLines(), ElementsAre('<' + std::string(replacement) + '>'));
-}
-
-TEST_F(LogTest, bytesOfAPathThatAreNoUnicodeKeepTheRecord)
-{
-    if (std::filesystem::path::preferred_separator != '/')
-        GTEST_SKIP() << "paths are wide here";
-    initializeWithPlainLines();
-    BRN_LOG(Info, "cannot open {}", std::filesystem::path("mesh\xFF.obj"));
-    EXPECT_THAT(logLines(), ElementsAre("cannot open mesh" + std::string(replacement) + ".obj"));
-}
-
 TEST_F(LogTest, theCharacterZeroDoesNotEndTheRecord)
 {
     initializeWithPlainLines();
