@@ -16,8 +16,8 @@
 /// dropped; if it takes a promise it can ask `isCanceled()`. A call that is pending when the application object
 /// goes, or when the process ends, is cancelled.
 ///
-/// Threads: every function may be called from any thread, also inside a task. There wait by \ref waitFor, which
-/// makes room: `QFuture::waitForFinished` and `result` of an unfinished future take a worker away.
+/// Threads: every function may be called from any thread, also inside a task. There wait by `waitFor`, which makes
+/// room: `QFuture::waitForFinished` and `result` of an unfinished future take a worker away.
 ///
 /// Lifetime: the queue owns the call until it has ended, and a pending call keeps its queue. A future may be
 /// dropped at any time; its callable runs nevertheless.
@@ -45,12 +45,13 @@ namespace Brennic::Core {
 
 class TaskQueue;
 
-/// What \ref dispatch is made of; not for hosts.
+/// \cond
+// What dispatch is made of; not for hosts.
 namespace FutureDetails {
 
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
 
-/// The type of the promise that a function or an object with one call operator takes.
+// The type of the promise that a function or an object with one call operator takes.
 template <typename Function>
 struct PromiseOf : PromiseOf<decltype(&Function::operator())>
 {
@@ -83,7 +84,7 @@ struct PromiseOf<Return (Class::*)(QPromise<T>&) const noexcept> : PromiseOf<Ret
 
 #endif
 
-/// The type of the future for a callable: what it returns, or what its promise is for.
+// The type of the future for a callable: what it returns, or what its promise is for.
 template <typename Function, bool TakesNothing = std::is_invocable_v<Function>>
 struct ResultOf
 {
@@ -99,7 +100,7 @@ struct ResultOf<Function, false>
 template <typename Function>
 using Result = typename ResultOf<std::decay_t<Function>>::Type;
 
-/// A callable of a known type and the future for its result.
+// A callable of a known type and the future for its result.
 template <typename Function, typename T>
 class Call final : public DispatchedCall
 {
@@ -182,7 +183,7 @@ private:
 #endif
 };
 
-/// Makes a call of \p function and has \p target (a queue or a class) run it.
+// Has a queue, or that of a service class, run a callable.
 template <typename Function, typename Target>
 QFuture<Result<Function>> start(Function&& function, Target&& target)
 {
@@ -233,6 +234,7 @@ inline QFutureInterfaceBase interfaceOf(const QFuture<void>& future)
 #endif
 
 } // namespace FutureDetails
+/// \endcond
 
 /// Has the library's queue of the class \p qos run \p function, once.
 ///
@@ -242,6 +244,7 @@ inline QFutureInterfaceBase interfaceOf(const QFuture<void>& future)
 ///        future is finished, and what comes later is dropped, an exception too. With Qt 6.4 a continuation that
 ///        another thread attaches in that moment may run twice, which crashes: return instead where one may. It
 ///        must not let another thread finish the promise.
+/// \param qos the service class.
 /// \return the future of what \p function returns or throws. With Qt 5 a value is copied, and of an exception
 ///         that is no `QException` a `QUnhandledException` arrives. Where nothing can be queued the future is
 ///         cancelled and finished, and nothing is logged: if \p qos is no service class, once the library ends

@@ -58,17 +58,17 @@ protected:
     explicit DispatchedCall(const QFutureInterfaceBase& future);
 
     /// Finishes the future, unless the callable has done so by its promise, runs its continuations and ends the
-    /// waits for the call. Called last by \ref run and \ref drop.
+    /// waits for the call. Called last by `run` and `drop`.
     /// Thread: any.
     void finish();
 
 private:
     class Impl;
 
-    /// Runs the callable, destroys it and finishes the future. Called once, unless \ref drop is. Thread: any.
+    /// Runs the callable, destroys it and finishes the future. Called once, unless `drop` is. Thread: any.
     virtual void run() = 0;
     /// Destroys the callable if \p releasesCallable, and finishes the future as cancelled. Called once, unless
-    /// \ref run is. Thread: any.
+    /// `run` is. Thread: any.
     virtual void drop(bool releasesCallable) = 0;
 
     void takeTurn();

@@ -123,6 +123,7 @@ private:
 /// \param first, last integers; they have their common type in the calls. The range may be as long as
 ///        that type allows.
 /// \param body takes the begin of a part, and its end, which is the index after the last one.
+/// \param options who helps, in what portions, and who watches.
 /// \throws what \p body throws first, and `std::bad_alloc`.
 /// Thread: any; blocks until the loop has ended. \p body runs in this thread and in those of the workers.
 template <typename First, typename Last, typename Body>
@@ -146,6 +147,7 @@ template <typename First, typename Last, typename Body>
 ///        while the loop runs. Of a `std::vector<bool>` neighbouring elements cannot be written at the same
 ///        time.
 /// \param function takes an element.
+/// \param options who helps, in what portions, and who watches.
 /// \throws what \p function throws first, and `std::bad_alloc`.
 /// Thread: any; blocks until the loop has ended. \p function runs in this thread and in those of the workers.
 template <typename Range, typename Function>
@@ -172,11 +174,13 @@ template <typename Range, typename Function>
 /// threads, also where it depends on the order, as a sum of floating-point numbers does. One result for each
 /// grain is kept until the end: choose no tiny grain for a huge range.
 ///
+/// \param first, last as for \ref parallelFor.
 /// \param identity the first value to combine, and the result of an empty range. Its type is that of the
 ///        result; it need not be copied, only moved.
 /// \param map takes the begin and the end of a grain, and returns its result.
 /// \param reduce takes two results, the one of the earlier part of the range first, and returns that of both.
 ///        It is called in the calling thread.
+/// \param options who helps, in what portions, and who watches.
 /// \return the result; empty if the loop was cancelled.
 /// \throws what \p map throws first, what \p reduce throws, and `std::bad_alloc`.
 /// Thread: any; blocks until the loop has ended. \p map runs in this thread and in those of the workers.

@@ -7,9 +7,9 @@
 ///         group.dispatch([&part] { smooth(part); });
 ///     group.wait(); // throws what a callable has thrown first
 ///
-/// A group is cancelled by \ref TaskGroup::cancel, and by the first exception that leaves a callable. Then what
+/// A group is cancelled by `cancel()`, and by the first exception that leaves a callable. Then what
 /// no worker has taken yet never runs, and what is dispatched later is dropped. What runs goes on, and may ask
-/// \ref TaskGroup::isCancelled. A cancelled group stays so: make a new one for new work.
+/// `isCancelled()`. A cancelled group stays so: make a new one for new work.
 ///
 /// Threads: every operation may be called from any thread, also inside a task. Callables of a group may dispatch
 /// to it, and cancel it; they do not wait for it, since they would wait for themselves.
