@@ -4,6 +4,7 @@
 #include <string>
 
 #include <QCoreApplication>
+#include <QTimer>
 
 #include <brn_mesh_kernel/tasks/DispatchFuture.h>
 
@@ -27,8 +28,11 @@ QFuture<void> tell(QCoreApplication& application, const std::string& name)
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    tell(application, "sphere").then(&application, [&application] {
-        tell(application, "cube").then(&application, &QCoreApplication::quit);
+    // Inside exec(): what is attached to a future that is finished already runs at once, and quit() would be too early.
+    QTimer::singleShot(0, &application, [&application] {
+        tell(application, "sphere").then(&application, [&application] {
+            tell(application, "cube").then(&application, &QCoreApplication::quit);
+        });
     });
     return QCoreApplication::exec();
 }
