@@ -73,10 +73,12 @@ std::wstring textOf(const QMessageLogContext& context, const QString& message)
 // False if nothing is logged at all. A message below the log level counts as written.
 bool writeRecord(QtMsgType type, const QMessageLogContext& context, const QString& message)
 try {
-    if (LogGate::isCallerInside() || Kernel::LoggerIfEnabled(Fatal) == nullptr)
+    // Asked once: the kernel may end meanwhile, after which its logger still writes.
+    ILogger* const logger = LogGate::isCallerInside() ? nullptr : Kernel::LoggerIfEnabled(Fatal);
+    if (logger == nullptr)
         return false;
     const EKvsLogLevel level = levelOf(type);
-    if (ILogger* const logger = Kernel::LoggerIfEnabled(level))
+    if (logger->IsEnabled(level))
         logger->LogWithLocation(level, context.file, context.line, context.function, L"%s",
                                 textOf(context, message).c_str());
     return true;
