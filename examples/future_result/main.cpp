@@ -4,7 +4,7 @@
 #include <string>
 
 #include <QCoreApplication>
-#include <QTimer>
+#include <QMetaObject>
 
 #include <brn_mesh_kernel/tasks/DispatchFuture.h>
 
@@ -28,10 +28,10 @@ QFuture<void> tell(QCoreApplication& application, const std::string& name)
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    // Inside exec(): what is attached to a future that is finished already runs at once, and quit() would be too early.
-    QTimer::singleShot(0, &application, [&application] {
-        tell(application, "sphere").then(&application, [&application] {
-            tell(application, "cube").then(&application, &QCoreApplication::quit);
+    tell(application, "sphere").then(&application, [&application] {
+        tell(application, "cube").then(&application, [&application] {
+            // What is attached to a future that is finished already runs at once, and before exec() quit() does nothing.
+            QMetaObject::invokeMethod(&application, "quit", Qt::QueuedConnection);
         });
     });
     return QCoreApplication::exec();
