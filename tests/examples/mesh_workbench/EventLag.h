@@ -1,52 +1,84 @@
 #pragma once
 /// \file
-/// Measures for how long a thread is busy before it answers an event: one of its timers always comes soon.
+/// Measures how long the events of a thread wait for their answer. A thread of its own posts one event after the other.
 ///
-/// What counts is the processor's time of the thread itself. How long other threads and programs keep it from running
-/// depends on the machine, and is no matter of what the thread does. A thread that waits inside a handler is not found.
+/// The time in which the measured thread could run, but other threads and programs had the processors, is left out: that
+/// depends on the machine. Where the kernel does not tell it, it counts.
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
-#include <ctime>
+#include <fstream>
+#include <memory>
 
-#include <QTimer>
+#include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
+#include <QThread>
 
-class EventLag
+class EventLag : public QObject
 {
 public:
+    using Clock = std::chrono::steady_clock;
     using Milliseconds = std::chrono::duration<double, std::milli>;
 
-    /// Begins to measure the calling thread, which must serve events until \ref stop.
-    EventLag()
+    /// Begins to post to this object; its thread must serve events until \ref stop.
+    EventLag() : m_thread(QThread::create([this] { post(); })) { m_thread->start(); }
+    ~EventLag() override { stop(); }
+    EventLag(const EventLag&) = delete;
+    EventLag& operator=(const EventLag&) = delete;
+
+    void stop()
     {
-        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { answer(); });
-        m_timer.start(1);
+        m_isStopped = true;
+        m_thread->wait();
     }
 
-    void stop() { m_timer.stop(); }
-
-    /// The most time of its own that the thread took between two answers.
+    /// The longest time from an event to its answer.
     Milliseconds longest() const { return m_longest; }
     int count() const { return m_count; }
 
-private:
-    static std::chrono::nanoseconds ownTime()
+    bool event(QEvent* event) override
     {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-    }
-
-    void answer()
-    {
-        const std::chrono::nanoseconds now = ownTime();
-        m_longest = std::max<Milliseconds>(m_longest, now - m_lastAnswer);
-        m_lastAnswer = now;
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        const std::chrono::nanoseconds lag = Clock::now() - m_posted.load();
+        const std::chrono::nanoseconds waited = timeWithoutProcessor();
+        m_longest = std::max<Milliseconds>(m_longest, lag - (waited - m_waitedBefore));
+        m_waitedBefore = waited;
         ++m_count;
+        m_isWaiting = false;
+        return true;
     }
 
-    QTimer m_timer;
-    std::chrono::nanoseconds m_lastAnswer = ownTime();
+private:
+    // In which the calling thread could run and had no processor.
+    static std::chrono::nanoseconds timeWithoutProcessor()
+    {
+        std::chrono::nanoseconds::rep running = 0;
+        std::chrono::nanoseconds::rep waiting = 0;
+        std::ifstream("/proc/thread-self/schedstat") >> running >> waiting;
+        return std::chrono::nanoseconds(waiting);
+    }
+
+    // One at a time: the longest wait counts, and each that comes behind another would wait as long.
+    void post()
+    {
+        while (!m_isStopped) {
+            if (!m_isWaiting) {
+                m_isWaiting = true;
+                m_posted = Clock::now();
+                QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+            }
+            QThread::msleep(1); // the distance between events, nothing that is waited for
+        }
+    }
+
+    std::atomic<bool> m_isStopped{false};
+    std::atomic<bool> m_isWaiting{false};
+    std::atomic<Clock::time_point> m_posted{Clock::time_point()};
+    std::chrono::nanoseconds m_waitedBefore = timeWithoutProcessor();
     Milliseconds m_longest{0};
     int m_count = 0;
+    std::unique_ptr<QThread> m_thread; // last: it uses the others
 };
