@@ -3,6 +3,8 @@
 #include <memory>
 #include <utility>
 
+#include <QScopeGuard>
+
 #include <brn_mesh_kernel/tasks/Task.h>
 #include <brn_mesh_kernel/tasks/TaskQueue.h>
 #include <brn_mesh_kernel/tasks/TaskWorker.h>
@@ -24,13 +26,8 @@ void SynchronousDispatch::announce(Task& task, std::shared_ptr<TaskQueue> queue)
 
 void SynchronousDispatch::add(TaskQueue& queue, const std::shared_ptr<Task>& task)
 {
-    try {
-        queue.addTask(task);
-    } catch (...) {
-        task->setBeingAdded(false);
-        throw;
-    }
-    task->setBeingAdded(false);
+    const auto added = qScopeGuard([&task] { task->setBeingAdded(false); });
+    queue.addTask(task);
 }
 
 bool SynchronousDispatch::wait(Task& task, bool isForGui, const TaskWatch* watch)
