@@ -264,10 +264,8 @@ bool Task::waitForEndAfter(std::uint64_t endsBefore, bool mayWithdraw, const Tas
                     lock.unlock();
                     if (watch->isOver() && ++looksSinceOver == looksAfterEnd)
                         return true;
-                    if (isPending && watch->isCancelled()) {
-                        wait.leave(); // destructors and continuations of the host's may run
+                    if (isPending && watch->isCancelled())
                         watch->takeBack();
-                    }
                     lock.lock();
                 }
             } else {
