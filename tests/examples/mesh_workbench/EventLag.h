@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 
@@ -43,21 +44,19 @@ public:
         if (event->type() != QEvent::User)
             return QObject::event(event);
         const std::chrono::nanoseconds lag = Clock::now() - m_posted.load();
-        const std::chrono::nanoseconds waited = timeWithoutProcessor();
-        m_longest = std::max<Milliseconds>(m_longest, lag - (waited - m_waitedBefore));
-        m_waitedBefore = waited;
+        m_longest = std::max<Milliseconds>(m_longest, lag - (timeWithoutProcessor() - m_waitedBefore));
         ++m_count;
         m_isWaiting = false;
         return true;
     }
 
 private:
-    // In which the calling thread could run and had no processor.
-    static std::chrono::nanoseconds timeWithoutProcessor()
+    // In which the measured thread could run and had no processor. Any thread may ask.
+    std::chrono::nanoseconds timeWithoutProcessor() const
     {
         std::chrono::nanoseconds::rep running = 0;
         std::chrono::nanoseconds::rep waiting = 0;
-        std::ifstream("/proc/thread-self/schedstat") >> running >> waiting;
+        std::ifstream(m_thisThread / "schedstat") >> running >> waiting;
         return std::chrono::nanoseconds(waiting);
     }
 
@@ -67,6 +66,7 @@ private:
         while (!m_isStopped) {
             if (!m_isWaiting) {
                 m_isWaiting = true;
+                m_waitedBefore = timeWithoutProcessor();
                 m_posted = Clock::now();
                 QCoreApplication::postEvent(this, new QEvent(QEvent::User));
             }
@@ -74,10 +74,11 @@ private:
         }
     }
 
+    const std::filesystem::path m_thisThread = "/proc" / std::filesystem::read_symlink("/proc/thread-self");
     std::atomic<bool> m_isStopped{false};
     std::atomic<bool> m_isWaiting{false};
     std::atomic<Clock::time_point> m_posted{Clock::time_point()};
-    std::chrono::nanoseconds m_waitedBefore = timeWithoutProcessor();
+    std::chrono::nanoseconds m_waitedBefore{0}; // the posting thread sets it before each event
     Milliseconds m_longest{0};
     int m_count = 0;
     std::unique_ptr<QThread> m_thread; // last: it uses the others
