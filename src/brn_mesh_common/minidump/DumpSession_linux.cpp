@@ -13,7 +13,7 @@ namespace {
 constexpr TimeLimit timeForHelper{3000, 20'000};
 constexpr TimeLimit timeForLastHelper{1000, 5000};
 // Milliseconds. A thread must be scheduled to stop, and one of idle priority may wait long for that on a busy
-// machine.
+// machine. Less than the helper may stand still, which it does meanwhile.
 constexpr std::int64_t timeToStopThreads = 2500;
 
 // A write beyond the file size limit, or to a FIFO without a reader, raises a signal besides failing.
