@@ -9,4 +9,4 @@ quietly tools/qtcore-tsan.sh
 configure_preset tsan
 build_preset tsan --target soak_program
 say "Soaking for $seconds seconds"
-TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:suppressions=$PWD/tests/support/tsan.supp} build/tsan/bin/soak_program "$seconds" "${@:2}"
+TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:history_size=7:suppressions=$PWD/tests/support/tsan.supp} build/tsan/bin/soak_program "$seconds" "${@:2}"
