@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <ctime>
 #include <iostream>
 #include <memory>
+#include <thread>
 
 #include <QEventLoop>
 #include <QTimer>
@@ -97,6 +99,26 @@ bool serveFlood(Flood& flood)
 }
 
 } // namespace
+
+// What the two tests below measure with: it finds a thread that sleeps, and one that computes.
+TEST_F(MeshWorkbenchTest, theLagOfEventsIsThatOfAThreadThatDoesNotServeThem)
+{
+    constexpr std::chrono::milliseconds held{80};
+    constexpr EventLag::Milliseconds atLeast{60}; // the event may be posted after the thread has begun
+    EventLag sleeping;
+    EXPECT_TRUE(serveUntil([&] {
+        std::this_thread::sleep_for(held);
+        return sleeping.longest() >= atLeast;
+    }));
+    sleeping.stop();
+    EventLag computing;
+    EXPECT_TRUE(serveUntil([&] {
+        const std::clock_t end = std::clock() + CLOCKS_PER_SEC * held.count() / 1000;
+        while (std::clock() < end) {
+        }
+        return computing.longest() >= atLeast;
+    }));
+}
 
 TEST_F(MeshWorkbenchTest, anEventIsAnsweredWithin50MillisecondsWhileAMillionReportsArrive)
 {
